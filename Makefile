@@ -1,0 +1,47 @@
+# Thin wrapper around CMake + Ninja.
+#   make test   install deps, build with ASan+UBSan, run every test through CTest
+#   make bench  release build, run the benchmarks and the peer comparisons
+#   make demo   build and run the program on its built-in demo in a sandboxed HOME
+JOBS ?= $(shell nproc)
+TEST_DIR := build/test
+BENCH_DIR := build/release
+
+.PHONY: all deps test bench demo fuzz-smoke clean format
+
+all: $(TEST_DIR)/build.ninja
+	cmake --build $(TEST_DIR) -j $(JOBS)
+
+deps:
+	scripts/install-deps
+
+$(TEST_DIR)/build.ninja:
+	cmake -S . -B $(TEST_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+	  -DKESTRIX_SANITIZE=ON -DKESTRIX_WERROR=ON -DKESTRIX_TESTS=ON
+
+test: deps $(TEST_DIR)/build.ninja
+	cmake --build $(TEST_DIR) -j $(JOBS)
+	cd $(TEST_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest --output-on-failure -j $(JOBS)
+
+bench: deps
+	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release \
+	  -DKESTRIX_TESTS=OFF -DKESTRIX_BENCH=ON
+	cmake --build $(BENCH_DIR) -j $(JOBS)
+	bench/run-all $(BENCH_DIR)
+
+demo: deps
+	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix
+	scripts/demo $(BENCH_DIR)/src/app/kestrix
+
+fuzz-smoke:
+	CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+	  -DKESTRIX_TESTS=OFF -DKESTRIX_FUZZ=ON
+	cmake --build build/fuzz -j $(JOBS)
+	fuzz/run-smoke build/fuzz
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build
