@@ -1,1 +1,5 @@
-int main() { return 0; }
+#include "app/main_routine.h"
+
+int main(int argc, char** argv) {
+  return kx::MainRoutine(argc, argv);
+}

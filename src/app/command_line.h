@@ -1,0 +1,41 @@
+// The option loop over the program's arguments, as a pure function.
+//
+// An argument is an option only when the whole of it equals the option, compared
+// with the system's case folding (/SILENT is /silent). At each position /help is
+// tested first and ends the loop: what stood before it has had its effect, what
+// follows is never looked at. /silent takes the next argument as the plug-in list
+// (names joined by ';', empty fields kept) unless that is /uninstall; the next
+// argument is then visited as an ordinary argument too. Unknown arguments are
+// ignored. Only when the loop ends without /help does /silent with an empty list
+// mean "all plug-ins".
+#pragma once
+
+#include <vector>
+
+#include "foundation/containers.h"
+#include "foundation/text_string.h"
+
+namespace kx {
+
+// The usage text of /help, STML. "{kestrix}" stands in it literally.
+extern const char* const kUsageText;
+
+struct CommandLineOptions {
+  bool helpRequested = false;  // /help ended the loop
+  bool silentMode = false;
+  bool uninstallMode = false;
+  bool cloudLaunchMode = false;
+  bool launchedFromPlugin = false;
+  bool silentAllPlugins = false;
+  MArray<MString> silentPluginNames;
+};
+
+CommandLineOptions RunOptionLoop(const std::vector<MString>& arguments);
+
+// The argument is /silent, by the loop's comparison.
+bool IsSilentOption(const MString& argument);
+
+// Sets the run flags that the options set; flags already set stay set.
+void ApplyToRunFlags(const CommandLineOptions& options);
+
+}  // namespace kx

@@ -1,0 +1,137 @@
+// The option loop: what each command line makes of the run flags.
+#include "app/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "app/run_flags.h"
+
+namespace kx {
+namespace {
+
+struct Case {
+  const char* name;
+  std::vector<std::string> arguments;
+  bool help;
+  bool silent;
+  bool uninstall;
+  bool silentAll;
+  std::vector<std::string> names;
+  bool cloud = false;
+  bool fromPlugin = false;
+};
+
+void PrintTo(const Case& c, std::ostream* out) {
+  *out << c.name;
+}
+
+std::vector<MString> ToArguments(const std::vector<std::string>& texts) {
+  std::vector<MString> arguments;
+  for (const std::string& text : texts) arguments.push_back(MString::FromUTF8(text));
+  return arguments;
+}
+
+std::vector<std::string> ToTexts(const MArray<MString>& names) {
+  std::vector<std::string> texts;
+  for (const MString& name : names) texts.push_back(ToStd(name));
+  return texts;
+}
+
+class OptionLoopTest : public ::testing::TestWithParam<Case> {};
+
+TEST_P(OptionLoopTest, SetsTheFlagsOfTheCommandLine) {
+  const Case& c = GetParam();
+  CommandLineOptions options = RunOptionLoop(ToArguments(c.arguments));
+  EXPECT_EQ(options.helpRequested, c.help);
+  EXPECT_EQ(options.silentMode, c.silent);
+  EXPECT_EQ(options.uninstallMode, c.uninstall);
+  EXPECT_EQ(options.silentAllPlugins, c.silentAll);
+  EXPECT_EQ(ToTexts(options.silentPluginNames), c.names);
+  EXPECT_EQ(options.cloudLaunchMode, c.cloud);
+  EXPECT_EQ(options.launchedFromPlugin, c.fromPlugin);
+}
+
+// Fields: name, arguments, help, silent, uninstall, silentAll, names, cloud, fromPlugin.
+const Case kCases[] = {
+    {"Nothing", {}, false, false, false, false, {}},
+    {"SilentAlone", {"/silent"}, false, true, false, true, {}},
+    {"SilentThenUninstallIsNoList", {"/silent", "/uninstall"}, false, true, true, true, {}},
+    {"UninstallThenSilentList",
+     {"/uninstall", "/silent", "a;b"},
+     false,
+     true,
+     true,
+     false,
+     {"a", "b"}},
+    // /help ends the loop: earlier options took effect, later ones never count,
+    // and "all plug-ins" is not decided.
+    {"UninstallThenHelp",
+     {"/uninstall", "/help", "/silent", "/glustol"},
+     true,
+     false,
+     true,
+     false,
+     {}},
+    // /help right after /silent is taken for the list first, then ends the loop.
+    {"SilentThenHelp", {"/silent", "/help"}, true, true, false, false, {"/help"}},
+    {"ThreeNames", {"/silent", "a;b;c"}, false, true, false, false, {"a", "b", "c"}},
+    {"EmptyFieldKept", {"/silent", "a;;b"}, false, true, false, false, {"a", "", "b"}},
+    {"EmptyListArgument", {"/silent", ""}, false, true, false, false, {""}},
+    // The /uninstall test on the list folds case as well.
+    {"CaseFolded",
+     {"/SILENT", "/UnInstall", "/GLUSTOL", "/LaunchFromPlugin"},
+     false,
+     true,
+     true,
+     true,
+     {},
+     true,
+     true},
+    // The list after /silent is still visited: an option there keeps its effect.
+    {"ListIsVisitedToo", {"/silent", "/glustol"}, false, true, false, false, {"/glustol"}, true},
+    {"WholeArgumentOnly",
+     {"/silentx", "-silent", "silent", "/help2", "/uninstall;"},
+     false,
+     false,
+     false,
+     false,
+     {}},
+    {"UnknownIgnored",
+     {"/verbose", "--help", "/launchfromplugin"},
+     false,
+     false,
+     false,
+     false,
+     {},
+     false,
+     true},
+    {"NamesKeepTheirCase",
+     {"/silent", "Tonvault Pro;KITVAULT"},
+     false,
+     true,
+     false,
+     false,
+     {"Tonvault Pro", "KITVAULT"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(CommandLines, OptionLoopTest, ::testing::ValuesIn(kCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// Flags set before the loop (the /silent of the argument pass) survive it.
+TEST(ApplyToRunFlagsTest, SetsOnlyAndKeepsEarlierFlags) {
+  ResetRunFlags();
+  SilentMode = true;
+  ApplyToRunFlags(RunOptionLoop(ToArguments({"/help", "/silent"})));
+  EXPECT_TRUE(SilentMode);
+  EXPECT_FALSE(SilentAllPlugins);
+
+  ApplyToRunFlags(RunOptionLoop(ToArguments({"/uninstall", "/silent", "x;y"})));
+  EXPECT_TRUE(UninstallMode);
+  EXPECT_EQ(ToTexts(SilentPluginNames), (std::vector<std::string>{"x", "y"}));
+  ResetRunFlags();
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,76 @@
+// The platform pieces of the entry: the single-instance lock and the user's
+// configuration folder, against the real system.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <string>
+
+#include "foundation/platform/single_instance.h"
+#include "foundation/platform/user_folders.h"
+#include "support/sandbox.h"
+
+namespace kx {
+namespace {
+
+TEST(SingleInstanceTest, OneHolderAtATimeAndFreedOnRelease) {
+  const char* name = "Global\\KestrixTestLock-single-instance";
+  MSingleInstance first(name);
+  ASSERT_TRUE(first.IsHeld());
+  EXPECT_FALSE(first.AlreadyExists());
+  {
+    MSingleInstance second(name);
+    EXPECT_FALSE(second.IsHeld());
+    EXPECT_TRUE(second.AlreadyExists());
+    EXPECT_NE(second.LastError(), 0);
+    MSingleInstance other("Global\\KestrixTestLock-another-name");
+    EXPECT_TRUE(other.IsHeld());
+  }
+  first.Release();
+  MSingleInstance third(name);
+  EXPECT_TRUE(third.IsHeld());
+}
+
+struct ConfigCase {
+  const char* name;
+  const char* home;           // null: unset
+  const char* xdgConfigHome;  // null: unset
+  const char* expected;
+};
+
+class UserConfigFolderTest : public ::testing::TestWithParam<ConfigCase> {
+ protected:
+  MTestSandbox sandbox;  // restores HOME and XDG_CONFIG_HOME afterwards
+};
+
+TEST_P(UserConfigFolderTest, FollowsTheDesktopRules) {
+  const ConfigCase& c = GetParam();
+  if (c.home)
+    ::setenv("HOME", c.home, 1);
+  else
+    ::unsetenv("HOME");
+  if (c.xdgConfigHome)
+    ::setenv("XDG_CONFIG_HOME", c.xdgConfigHome, 1);
+  else
+    ::unsetenv("XDG_CONFIG_HOME");
+  EXPECT_EQ(ToStd(UserConfigFolder()), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Environments, UserConfigFolderTest,
+    ::testing::Values(ConfigCase{"XdgWins", "/home/u", "/cfg/x", "/cfg/x"},
+                      ConfigCase{"DefaultUnderHome", "/home/u", nullptr, "/home/u/.config"},
+                      ConfigCase{"EmptyXdgIgnored", "/home/u", "", "/home/u/.config"},
+                      ConfigCase{"RelativeXdgIgnored", "/home/u", "cfg", "/home/u/.config"},
+                      ConfigCase{"TrailingSlashOfHome", "/home/u//", nullptr, "/home/u/.config"},
+                      ConfigCase{"HomeIsRoot", "/", nullptr, "/.config"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Without HOME the password database still knows the user's home.
+TEST(UserHomeFolderTest, FallsBackToThePasswordDatabase) {
+  MTestSandbox sandbox;
+  ::unsetenv("HOME");
+  EXPECT_FALSE(UserHomeFolder().IsEmpty());
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,50 @@
+#include "support/sandbox.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace kx {
+
+MTestSandbox::MTestSandbox() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "kestrix-test-XXXXXX").string();
+  if (!::mkdtemp(pattern.data())) {
+    ADD_FAILURE() << "cannot create a sandbox folder from " << pattern;
+    return;
+  }
+  root_ = pattern;
+  SetVariable("HOME", Home());
+  SetVariable("XDG_CONFIG_HOME", ConfigHome());
+  SetVariable("XDG_DATA_HOME", DataHome());
+  SetVariable("XDG_CACHE_HOME", CacheHome());
+  for (const auto& folder : {ConfigHome(), DataHome(), CacheHome()})
+    std::filesystem::create_directories(folder);
+}
+
+MTestSandbox::~MTestSandbox() {
+  for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
+    if (it->second.second)
+      ::setenv(it->first.c_str(), it->second.first.c_str(), 1);
+    else
+      ::unsetenv(it->first.c_str());
+  }
+  if (!root_.empty()) {
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
+}
+
+void MTestSandbox::SetVariable(const char* name, const std::filesystem::path& value) {
+  const char* old = ::getenv(name);
+  saved_.push_back({name, {old ? old : "", old != nullptr}});
+  ::setenv(name, value.c_str(), 1);
+}
+
+std::string ReadFileBytes(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace kx

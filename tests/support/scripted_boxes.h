@@ -1,0 +1,53 @@
+// MScriptedBoxHost: the boxes for tests. Installed for its lifetime (the previous
+// host comes back on destruction), it records every call and answers questions
+// from a queue filled by Answer(). A question with no queued answer is a test
+// failure and answers 0.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "foundation/boxes.h"
+
+namespace kx {
+
+struct MBoxCall {
+  std::string kind;  // "ShowError", "ShowInformation", "ShowQuestion", ...
+  MString text;
+  MString title;                 // three-button box only
+  std::vector<MString> buttons;  // three-button box only
+};
+
+class MScriptedBoxHost : public MBoxHost {
+ public:
+  MScriptedBoxHost();
+  ~MScriptedBoxHost() override;
+  MScriptedBoxHost(const MScriptedBoxHost&) = delete;
+  MScriptedBoxHost& operator=(const MScriptedBoxHost&) = delete;
+
+  // Queues the answer of a later question, in order.
+  MScriptedBoxHost& Answer(int value) {
+    answers_.push_back(value);
+    return *this;
+  }
+  const std::vector<MBoxCall>& Calls() const { return calls_; }
+
+  void ShowError(MControl* parent, const MString& text) override;
+  void ShowInformation(MControl* parent, const MString& text) override;
+  int ShowQuestion(MControl* parent, const MString& text) override;
+  int ShowQuestionIgnore(MControl* parent, const MString& text) override;
+  int ShowQuestionCancel(MControl* parent, const MString& text) override;
+  int ShowThreeButtons(MControl* parent, const MString& title, const MString& text,
+                       const MString& button1, const MString& button2,
+                       const MString& button3) override;
+
+ private:
+  int NextAnswer(const char* kind);
+
+  MBoxHost* previous_;
+  std::vector<MBoxCall> calls_;
+  std::deque<int> answers_;
+};
+
+}  // namespace kx
