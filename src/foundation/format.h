@@ -3,8 +3,15 @@
 //
 // Placeholder: '{' index (up to 3 digits) options '}'. Options: '+' plus sign,
 // 'x' hexadecimal, '.N' decimals, ' N' blank-padded width, '0N' zero-padded width.
-// "{{" is a literal '{'; '}' followed by a character yields that character.
-// Arguments are added in index order, so "{1} {0}" swaps them.
+// "{{" is a literal '{'; '}' followed by a character yields that character (a '}'
+// that ends the template stays as it is).
+// Arguments are added in index order, so "{1} {0}" swaps them. Indexes run from
+// 0 to 31; a higher one, a template ending inside a placeholder, or more Add calls
+// than the template has slots throw MException.
+//
+// MScan reads text by the same template: each placeholder captures a piece of the
+// input, and the extraction operators convert the captures in index order. A
+// conversion that finds no digit leaves its target and all later ones untouched.
 #pragma once
 
 #include <concepts>
@@ -56,7 +63,11 @@ class MFormat {
     uint8_t decimals = 4;
     int32_t order = 0;
   };
-  void Insert(const MString& text);
+  template <typename Unit>
+  void Parse(const Unit* text, int32_t length);
+  void SetSlot(int index, const Slot& slot);
+  Slot& NextSlot();
+  void Insert(const MString& text, bool plus);
 
   Slot slots_[kMaxSlots];
   int slotCount_ = 0;
@@ -79,9 +90,12 @@ class MScan {
   MScan& operator>>(int8_t& value);
   MScan& operator>>(MString& value);
 
+  // Number of captures that extraction may still convert (cut by a failed conversion).
   int Count() const { return count_; }
 
  private:
+  template <typename Unit>
+  void Walk(const Unit* text, int32_t length, const MString& input);
   bool NextInteger(int64_t& value);
 
   MString captures_[kMaxCaptures];
