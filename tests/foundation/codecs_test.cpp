@@ -1,0 +1,444 @@
+#include "foundation/codecs.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "foundation/char_folding.h"
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+#include "foundation/text_io.h"
+
+namespace kx {
+namespace {
+
+MString Units(std::u16string_view units) {
+  return MString(units);
+}
+
+std::string Bytes(std::initializer_list<int> values) {
+  std::string out;
+  for (int v : values) out.push_back(static_cast<char>(v));
+  return out;
+}
+
+// The pair that stands for one raw byte after Decode.
+std::u16string Raw(int byte) {
+  return {char16_t{0xDBFF}, static_cast<char16_t>(0xDE00 + byte)};
+}
+
+std::string Encoded(const MCodec& codec, const MString& text, bool terminator = false) {
+  MByteBuffer buffer;
+  codec.Encode(text, terminator, buffer);
+  return std::string(buffer.View());
+}
+
+std::u16string Decoded(const MCodec& codec, std::string_view bytes) {
+  MString text;
+  codec.Decode(bytes, text);
+  return text.ToU16();
+}
+
+std::string MessageOf(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const MException& failure) {
+    return ToStd(failure.message);
+  }
+  return "(no failure)";
+}
+
+// ---------------------------------------------------------------- UTF-8
+
+struct Utf8RoundTrip {
+  const char* what;
+  std::u16string units;
+  std::string bytes;
+};
+
+TEST(Utf8CodecTest, RoundTripsEveryLength) {
+  const std::vector<Utf8RoundTrip> cases = {
+      {"ascii", u"Abc 09~", "Abc 09~"},
+      {"two bytes", u"\u00E9\u07FF", Bytes({0xC3, 0xA9, 0xDF, 0xBF})},
+      {"three bytes", u"\u0800\u20AC\uFFFF",
+       Bytes({0xE0, 0xA0, 0x80, 0xE2, 0x82, 0xAC, 0xEF, 0xBF, 0xBF})},
+      {"first pair", u"\U00010000", Bytes({0xF0, 0x90, 0x80, 0x80})},
+      {"pair among text", u"a\U0001F600b", Bytes({'a', 0xF0, 0x9F, 0x98, 0x80, 'b'})},
+      {"last code point", u"\U0010FFFF", Bytes({0xF4, 0x8F, 0xBF, 0xBF})},
+      {"just below the pass-through", u"\U0010FE00", Bytes({0xF4, 0x8F, 0xB8, 0x80})},
+      {"just above the pass-through", u"\U0010FF00", Bytes({0xF4, 0x8F, 0xBC, 0x80})},
+  };
+  MCodec& codec = GetUTF8Codec();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(Encoded(codec, Units(c.units)), c.bytes);
+    EXPECT_EQ(Decoded(codec, c.bytes), c.units);
+  }
+}
+
+TEST(Utf8CodecTest, PassThroughRangeWritesOneRawByte) {
+  MCodec& codec = GetUTF8Codec();
+  for (uint32_t cp = 0x10FE01; cp <= 0x10FEFF; ++cp) {
+    std::u16string pair = {static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10)),
+                           static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF))};
+    ASSERT_EQ(Encoded(codec, Units(u"<" + pair + u">")),
+              "<" + std::string(1, static_cast<char>(cp & 0xFF)) + ">")
+        << std::hex << cp;
+  }
+}
+
+TEST(Utf8CodecTest, BytesThatAreNotUtf8SurviveDecodeAndEncode) {
+  MCodec& codec = GetUTF8Codec();
+  EXPECT_EQ(Decoded(codec, Bytes({'x', 0xE9, 'y'})), u"x" + Raw(0xE9) + u"y");
+  // Every byte string comes back as it was, valid or not.
+  std::string all;
+  for (int b = 1; b < 256; ++b)
+    all += Bytes({b, 'a', b, b, 0xC3, b, 0xE2, 0x82, b, 0xF0, 0x9F, 0x98, b});
+  MString text;
+  codec.Decode(all, text);
+  EXPECT_EQ(Encoded(codec, text), all);
+  // A sequence of the pass-through range itself is kept as its four raw bytes, so
+  // that the range means raw bytes only.
+  std::string sequence = Bytes({0xF4, 0x8F, 0xB9, 0x81});  // U+10FE41
+  EXPECT_EQ(Decoded(codec, sequence), Raw(0xF4) + Raw(0x8F) + Raw(0xB9) + Raw(0x81));
+  EXPECT_EQ(Encoded(codec, Units(u"\U0010FE41")), "A");
+}
+
+TEST(Utf8CodecTest, EncodeDropsLoneSurrogates) {
+  struct Case {
+    const char* what;
+    std::u16string units;
+    std::string bytes;
+  };
+  const std::vector<Case> cases = {
+      {"unpaired low",
+       u"a\xDC00"
+       "b",
+       "ab"},
+      {"high before a letter takes the letter along",
+       u"a\xD800"
+       "bc",
+       "ac"},
+      {"high at the end", u"ab\xD800", "ab"},
+      {"high before high",
+       u"\xD800\xD800\xDC00"
+       "z",
+       "z"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(Encoded(GetUTF8Codec(), Units(c.units)), c.bytes);
+  }
+}
+
+TEST(Utf8CodecTest, EncodeSizesAndTerminates) {
+  MByteBuffer buffer;
+  GetUTF8Codec().Encode(MString("h\xE9llo", 5, true), true, buffer);  // widened 8-bit text
+  ASSERT_EQ(buffer.Size(), 6);
+  EXPECT_EQ(std::string(buffer.Data(), 7), std::string("h\xC3\xA9llo\0", 7));
+  // A literal (external) string encodes like its widened copy.
+  MString literal("caf\xE9");
+  MString widened = MString::FromBytes("caf\xE9");
+  ASSERT_EQ(literal.Kind(), kExternal);
+  ASSERT_NE(widened.Kind(), kExternal);
+  EXPECT_EQ(Encoded(GetUTF8Codec(), literal), Encoded(GetUTF8Codec(), widened));
+  EXPECT_EQ(Encoded(GetUTF8Codec(), MString()), "");
+}
+
+TEST(Utf8CodecTest, DecodePassesTruncatedAndMalformedSequencesRaw) {
+  struct Case {
+    const char* what;
+    std::string bytes;
+    std::u16string units;
+  };
+  const std::vector<Case> cases = {
+      {"two-byte lead at the end", Bytes({'a', 0xC3}), u"a" + Raw(0xC3)},
+      {"four-byte sequence cut short", Bytes({0xF0, 0x9F, 0x98}),
+       Raw(0xF0) + Raw(0x9F) + Raw(0x98)},
+      {"breaking byte starts the next sequence", Bytes({0xE2, 0x82, 'A', 0xC3, 0xA9}),
+       Raw(0xE2) + Raw(0x82) + u"A\u00E9"},
+      {"lead breaks a lead", Bytes({0xC3, 0xC3, 0xA9}), Raw(0xC3) + u"\u00E9"},
+      {"bytes that start nothing", Bytes({0xBF, 0xF8, 0xFF}), Raw(0xBF) + Raw(0xF8) + Raw(0xFF)},
+      {"overlong zero", Bytes({0xC0, 0x80}), Raw(0xC0) + Raw(0x80)},
+      {"encoded surrogate", Bytes({0xED, 0xA0, 0x80}), Raw(0xED) + Raw(0xA0) + Raw(0x80)},
+      {"above the last code point", Bytes({0xF4, 0x90, 0x80, 0x80}),
+       Raw(0xF4) + Raw(0x90) + Raw(0x80) + Raw(0x80)},
+      {"byte order mark is kept", Bytes({0xEF, 0xBB, 0xBF, 'u'}), u"\uFEFFu"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(Decoded(GetUTF8Codec(), c.bytes), c.units);
+  }
+}
+
+// ---------------------------------------------------------------- ReadLine through a reader
+
+std::vector<std::u16string> ReadAllLines(MCodec& codec, const std::string& bytes,
+                                         int32_t bufferSize) {
+  MConstMemoryStream stream(bytes.data(), static_cast<int64_t>(bytes.size()));
+  MTextReader reader(stream, codec, bufferSize);
+  std::vector<std::u16string> lines;
+  MString line;
+  while (reader.ReadLine(line)) lines.push_back(line.ToU16());
+  EXPECT_TRUE(line.IsEmpty());
+  return lines;
+}
+
+class ReadLineBufferTest : public ::testing::TestWithParam<int32_t> {};
+
+TEST_P(ReadLineBufferTest, Utf8Lines) {
+  struct Case {
+    const char* what;
+    std::string bytes;
+    std::vector<std::u16string> lines;
+  };
+  const std::vector<Case> cases = {
+      {"line ends", "a\r\nb\n\nc", {u"a", u"b", u"", u"c"}},
+      {"carriage returns anywhere vanish", "x\ry\r\r\nz\r", {u"xy", u"z"}},
+      {"zero ends a line", std::string("one\0two\n", 8), {u"one", u"two"}},
+      {"byte order mark dropped",
+       Bytes({0xEF, 0xBB, 0xBF, 'h', 'i', '\n', 'a', 0xEF, 0xBB, 0xBF, 'b'}),
+       {u"hi", u"ab"}},
+      {"multi-byte text",
+       Bytes({0xC3, 0xA9, 0xE2, 0x82, 0xAC, '\n', 0xF0, 0x9F, 0x98, 0x80}),
+       {u"\u00E9\u20AC", u"\U0001F600"}},
+      {"bad continuation becomes unit 1",
+       Bytes({'a', 0xC3, 'b', 0xE2, 0x82, '\n', 'c'}),
+       {u"a\x01"
+        "b\x01",
+        u"c"}},
+      {"stray bytes become unit 1", Bytes({0x80, 0xFF, '\n'}), {u"\x01\x01"}},
+      {"overlong, surrogate and raw range are bad",
+       Bytes({0xC0, 0x8A, 0xED, 0xA0, 0x80, 0xF4, 0x8F, 0xB9, 0x81}),
+       {u"\x01\x01\x01"}},
+      {"truncated at the end", Bytes({'z', 0xF0, 0x9F}), {u"z\x01"}},
+      {"empty input", "", {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(ReadAllLines(GetUTF8Codec(), c.bytes, GetParam()), c.lines);
+  }
+}
+
+TEST_P(ReadLineBufferTest, Utf16Lines) {
+  struct Case {
+    const char* what;
+    std::string bytes;
+    std::vector<std::u16string> lines;
+  };
+  const std::vector<Case> cases = {
+      {"line ends",
+       Bytes({'a', 0, '\r', 0, '\n', 0, 0xAC, 0x20, 0, 0, 'b', 0}),
+       {u"a", u"\u20AC", u"b"}},
+      // Units whose low byte is a line end are letters (U+010A, U+010D, U+0100).
+      {"low bytes alone are not line ends",
+       Bytes({0x0A, 0x01, 0x0D, 0x01, 0x00, 0x01}),
+       {u"\u010A\u010D\u0100"}},
+      {"odd byte at the end", Bytes({'a', 0, 'b'}), {u"ab"}},
+      {"odd line feed at the end", Bytes({'a', 0, '\n'}), {u"a"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(ReadAllLines(GetUTF16Codec(), c.bytes, GetParam()), c.lines);
+  }
+}
+
+TEST_P(ReadLineBufferTest, CharsetLines) {
+  MCodec& codec = GetCodec("windows-1251");
+  EXPECT_EQ(ReadAllLines(codec, Bytes({0xC0, 0xE1, '\r', '\n', 0x98, '\n', 'x'}), GetParam()),
+            (std::vector<std::u16string>{u"\u0410\u0431", u"\uFFFD", u"x"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(BufferSizes, ReadLineBufferTest, ::testing::Values(1, 2, 3, 7, 1024));
+
+// ---------------------------------------------------------------- UTF-16
+
+TEST(Utf16CodecTest, HeaderChecks) {
+  struct Case {
+    const char* what;
+    std::string bytes;
+    std::string failure;
+  };
+  const std::vector<Case> cases = {
+      {"empty stream", "", "Could not read the required data from stream."},
+      {"one byte", Bytes({0xFF}), "Could not read the required data from stream."},
+      {"big-endian mark", Bytes({0xFE, 0xFF}), "Invalid UTF8 header."},
+      {"no mark", Bytes({'a', 0}), "Invalid UTF8 header."},
+      {"UTF-8 mark", Bytes({0xEF, 0xBB, 0xBF}), "Invalid UTF8 header."},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    MConstMemoryStream stream(c.bytes.data(), static_cast<int64_t>(c.bytes.size()));
+    MTextReader reader(stream, GetUTF16Codec());
+    EXPECT_EQ(MessageOf([&] { reader.ReadHeader(); }), c.failure);
+  }
+  std::string good = Bytes({0xFF, 0xFE, 'o', 0, 'k', 0});
+  MConstMemoryStream stream(good.data(), static_cast<int64_t>(good.size()));
+  MTextReader reader(stream, GetUTF16Codec());
+  reader.ReadHeader();
+  MString line;
+  ASSERT_TRUE(reader.ReadLine(line));
+  EXPECT_EQ(line.ToU16(), u"ok");
+}
+
+TEST(Utf16CodecTest, EncodesLittleEndianAndWritesTheMark) {
+  MCodec& codec = GetUTF16Codec();
+  EXPECT_EQ(Encoded(codec, Units(u"A\u20AC\U0001F600")),
+            Bytes({'A', 0, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE}));
+  EXPECT_EQ(Decoded(codec, Bytes({'A', 0, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE})),
+            u"A\u20AC\U0001F600");
+  EXPECT_EQ(Decoded(codec, Bytes({'A', 0, 'B'})), u"AB");
+  MByteBuffer terminated;
+  codec.Encode(MString("hi"), true, terminated);
+  EXPECT_EQ(terminated.Size(), 4);
+  EXPECT_EQ(std::string(terminated.Data(), 6), Bytes({'h', 0, 'i', 0, 0, 0}));
+
+  MMemoryStream stream;
+  {
+    MTextWriter writer(stream, codec);
+    writer.WriteHeader();
+    writer.WriteLine(MString("x\xE9", 2, true));
+  }
+  EXPECT_EQ(std::string(stream.View()), Bytes({0xFF, 0xFE, 'x', 0, 0xE9, 0, '\n', 0}));
+}
+
+// ---------------------------------------------------------------- charsets and names
+
+// The code unit of each byte as the C library's converter gives it at test time;
+// U+FFFD where it refuses the byte.
+std::vector<char16_t> IconvTable(const char* charset) {
+  iconv_t cd = iconv_open("UTF-32LE", charset);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return {};
+  std::vector<char16_t> table;
+  for (int b = 0; b < 256; ++b) {
+    char in = static_cast<char>(b);
+    char out[16];
+    char* inPointer = &in;
+    char* outPointer = out;
+    size_t inLeft = 1, outLeft = sizeof(out);
+    iconv(cd, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(cd, &inPointer, &inLeft, &outPointer, &outLeft) == static_cast<size_t>(-1)) {
+      table.push_back(0xFFFD);
+      continue;
+    }
+    iconv(cd, nullptr, nullptr, &outPointer, &outLeft);  // held-back output of a stateful converter
+    EXPECT_EQ(sizeof(out) - outLeft, 4u) << charset << " byte " << b;
+    uint32_t cp;
+    std::memcpy(&cp, out, 4);
+    table.push_back(static_cast<char16_t>(cp));
+  }
+  iconv_close(cd);
+  return table;
+}
+
+TEST(CharsetCodecTest, EveryByteDecodesAsTheSystemConverterSays) {
+  ASSERT_EQ(CharsetCount(), 28);
+  std::string allBytes;
+  for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<char>(b));
+  for (int32_t i = 0; i < CharsetCount(); ++i) {
+    const MCharsetDefinition& definition = CharsetDefinition(i);
+    SCOPED_TRACE(definition.name);
+    std::vector<char16_t> expected = IconvTable(definition.name);
+    ASSERT_EQ(expected.size(), 256u) << "the converter does not know this name";
+    std::u16string decoded = Decoded(GetCodec(definition.name), allBytes);
+    ASSERT_EQ(decoded.size(), 256u);
+    for (int b = 0; b < 256; ++b) EXPECT_EQ(decoded[b], expected[b]) << "byte " << b;
+    // Every alias the converter knows names the same mapping.
+    for (const char* const* alias = definition.aliases; *alias; ++alias) {
+      std::vector<char16_t> viaAlias = IconvTable(*alias);
+      if (!viaAlias.empty()) {
+        EXPECT_EQ(viaAlias, expected) << *alias;
+      }
+    }
+  }
+}
+
+TEST(CharsetCodecTest, EncodingRoundTripsDefinedBytesAndMarksTheRest) {
+  std::string allBytes;
+  for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<char>(b));
+  for (int32_t i = 0; i < CharsetCount(); ++i) {
+    const MCharsetDefinition& definition = CharsetDefinition(i);
+    SCOPED_TRACE(definition.name);
+    MCodec& codec = GetCodec(definition.name);
+    MString text;
+    codec.Decode(allBytes, text);
+    std::string back = Encoded(codec, text);
+    ASSERT_EQ(back.size(), 256u);
+    for (int b = 0; b < 256; ++b) {
+      char expected =
+          definition.units[b] == kUndefinedUnit ? kUnmappableByte : static_cast<char>(b);
+      EXPECT_EQ(back[b], expected) << "byte " << b;
+    }
+    EXPECT_EQ(Encoded(codec, Units(u"a\u4E00\U0001F600\xDC00z")), "a???z");
+  }
+}
+
+TEST(GetCodecTest, FindsByNameAndAliasIgnoringCase) {
+  struct Case {
+    const char* name;
+    const char* codec;
+  };
+  const std::vector<Case> cases = {
+      {"", ""},
+      {"utf8", "utf-8"},
+      {"UTF-8", "utf-8"},
+      {"Utf8", "utf-8"},
+      {"utf16", "utf-16"},
+      {"UTF-16", "utf-16"},
+      {"windows-1250", "windows-1250"},
+      {"WINDOWS-1251", "windows-1251"},
+      {"Windows-1252", "windows-1252"},
+      {"iso-8859-1", "ISO-8859-1"},
+      {"LATIN1", "ISO-8859-1"},
+      {"iso-ir-100", "ISO-8859-1"},
+      {"koi8-r", "KOI8-R"},
+      {"cskoi8r", "KOI8-R"},
+      {"Latin-9", "ISO-8859-15"},
+      {"cp437", "IBM437"},
+      {"866", "IBM866"},
+      {"mac", "macintosh"},
+      {"ecma-114", "ISO-8859-6"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_STREQ(GetCodec(c.name).GetName(), c.codec);
+  }
+  for (int32_t i = 0; i < CharsetCount(); ++i) {
+    const MCharsetDefinition& definition = CharsetDefinition(i);
+    EXPECT_EQ(&GetCodec(definition.name), &GetCodec(GetCodec(definition.name).GetName()));
+    for (const char* const* alias = definition.aliases; *alias; ++alias)
+      EXPECT_STREQ(GetCodec(*alias).GetName(), definition.name) << *alias;
+  }
+}
+
+TEST(GetCodecTest, UnknownNameFails) {
+  for (const char* name : {"x-unknown", "utf-32", "utf 8", "windows-125"}) {
+    try {
+      GetCodec(name);
+      ADD_FAILURE() << name;
+    } catch (const MException& failure) {
+      EXPECT_EQ(ToStd(failure.message), std::string("No codec found for encoding ") + name + ".");
+      EXPECT_EQ(failure.code, kErrorOpen);
+    }
+  }
+}
+
+TEST(SystemCodecTest, BytesAreUnitsAndWidersNarrowLikeToASCII) {
+  MCodec& codec = GetSystemCodec();
+  std::string allBytes;
+  for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<char>(b));
+  std::u16string decoded = Decoded(codec, allBytes);
+  for (int b = 0; b < 256; ++b) ASSERT_EQ(decoded[b], b);
+  EXPECT_EQ(Encoded(codec, Units(decoded)), allBytes);
+  MString wide = Units(u"\u0161\u00E9\u20AC\U0001F600");
+  MByteBuffer ascii;
+  wide.ToASCII(ascii);
+  EXPECT_EQ(Encoded(codec, wide), std::string(ascii.View()));
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,191 @@
+#include "foundation/text_io.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "foundation/codecs.h"
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+
+namespace kx {
+namespace {
+
+// A stream that behaves like a socket: each Read hands out at most `piece` bytes,
+// and every Write is recorded separately.
+class PiecewiseStream : public MStream {
+ public:
+  PiecewiseStream(std::string data, int64_t piece) : data_(std::move(data)), piece_(piece) {}
+
+  int64_t Read(void* target, int64_t size) override {
+    int64_t n = std::min({size, piece_, static_cast<int64_t>(data_.size()) - position_});
+    std::memcpy(target, data_.data() + position_, static_cast<size_t>(n));
+    position_ += n;
+    ++reads;
+    return n;
+  }
+  void Write(const void* data, int64_t size) override {
+    writes.emplace_back(static_cast<const char*>(data), static_cast<size_t>(size));
+  }
+  int64_t GetPosition() override { return position_; }
+
+  std::string Written() const {
+    std::string all;
+    for (const auto& w : writes) all += w;
+    return all;
+  }
+
+  std::vector<std::string> writes;
+  int reads = 0;
+
+ private:
+  std::string data_;
+  int64_t piece_;
+  int64_t position_ = 0;
+};
+
+// Lines around the buffer sizes, with multi-byte characters that straddle refills.
+std::vector<MString> SampleLines() {
+  std::vector<MString> lines;
+  for (int32_t length : {0, 1, 63, 64, 65, 1023, 1024, 1025, 5000}) {
+    MString line;
+    for (int32_t i = 0; i < length; ++i) {
+      static const char16_t kCycle[] = u"ab\u00E9\u20AC\xD83D\xDE00z";
+      line.Append(static_cast<MChar>(kCycle[i % 7]));
+    }
+    if (length % 7 == 5) line.Append(MChar(0xDE00));  // do not end inside a pair
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+std::string WriteLines(MCodec& codec, const std::vector<MString>& lines, int32_t bufferSize) {
+  MMemoryStream stream;
+  MTextWriter writer(stream, codec, bufferSize);
+  writer.WriteHeader();
+  for (const MString& line : lines) writer.WriteLine(line);
+  writer.Flush();
+  return std::string(stream.View());
+}
+
+struct Layout {
+  int32_t writerBuffer;
+  int32_t readerBuffer;
+  int64_t piece;  // bytes a Read of the source hands out at most
+};
+
+void PrintTo(const Layout& layout, std::ostream* out) {
+  *out << "writer " << layout.writerBuffer << ", reader " << layout.readerBuffer << ", pieces of "
+       << layout.piece;
+}
+
+class TextRoundTripTest : public ::testing::TestWithParam<Layout> {};
+
+TEST_P(TextRoundTripTest, LinesLongerThanTheBuffersComeBackWhole) {
+  const Layout layout = GetParam();
+  const std::vector<MString> lines = SampleLines();
+  for (MCodec* codec : {&GetUTF8Codec(), &GetUTF16Codec()}) {
+    SCOPED_TRACE(codec->GetName());
+    std::string bytes = WriteLines(*codec, lines, layout.writerBuffer);
+    PiecewiseStream source(bytes, layout.piece);
+    MTextReader reader(source, *codec, layout.readerBuffer);
+    reader.ReadHeader();
+    MString line;
+    for (const MString& expected : lines) {
+      ASSERT_TRUE(reader.ReadLine(line));
+      ASSERT_EQ(line.Length(), expected.Length());
+      EXPECT_TRUE(line == expected);
+    }
+    EXPECT_FALSE(reader.ReadLine(line));
+    EXPECT_FALSE(reader.ReadLine(line));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, TextRoundTripTest,
+                         ::testing::Values(Layout{4096, 1024, 1 << 20}, Layout{16, 1024, 5},
+                                           Layout{100, 1, 1 << 20}, Layout{16, 7, 3},
+                                           Layout{1 << 16, 1 << 16, 1000}));
+
+TEST(MTextReaderTest, RefillMovesTheUnreadTailToTheFront) {
+  PiecewiseStream source("abcdefghijkl", 100);
+  MTextReader reader(source, GetSystemCodec(), 8);
+  ASSERT_EQ(reader.Require(1), 8);
+  reader.Skip(6);
+  EXPECT_EQ(reader.Require(2), 2);  // enough remains: no read
+  EXPECT_EQ(source.reads, 1);
+  ASSERT_EQ(reader.Require(3), 6);  // "gh" moved to the front, "ijkl" behind it
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(reader.Data()), 6), "ghijkl");
+  EXPECT_EQ(reader.Require(50), 6);  // the stream has ended; never more than the buffer
+}
+
+TEST(MTextReaderTest, OneByteBufferNeverReadsAheadOfTheLine) {
+  // A reply head read line by line, and the body straight from the stream after it.
+  std::string reply = "HTTP/1.0 200 OK\r\nContent-Length: 4\r\n\r\nbody";
+  MConstMemoryStream stream(reply.data(), static_cast<int64_t>(reply.size()));
+  MTextReader reader(stream, GetCodec("utf-8"), 1);
+  MString line;
+  std::vector<std::string> head;
+  while (reader.ReadLine(line) && !line.IsEmpty()) head.push_back(ToStd(line));
+  EXPECT_EQ(head, (std::vector<std::string>{"HTTP/1.0 200 OK", "Content-Length: 4"}));
+  char body[8] = {};
+  EXPECT_EQ(stream.Read(body, sizeof(body)), 4);
+  EXPECT_STREQ(body, "body");
+}
+
+TEST(MTextReaderTest, CodecSwitchTakesTheBufferedBytesAlong) {
+  std::string text = "<?xml encoding=\"windows-1252\"?>\n\x80 \xE9\nnext\n";
+  MConstMemoryStream stream(text.data(), static_cast<int64_t>(text.size()));
+  MTextReader reader(stream, GetUTF8Codec());
+  MString line;
+  ASSERT_TRUE(reader.ReadLine(line));
+  EXPECT_EQ(stream.GetPosition(), static_cast<int64_t>(text.size()));  // all of it is buffered
+  reader.SetCodec(GetCodec("windows-1252"));
+  ASSERT_TRUE(reader.ReadLine(line));
+  EXPECT_EQ(line.ToU16(), u"\u20AC \u00E9");
+  ASSERT_TRUE(reader.ReadLine(line));
+  EXPECT_EQ(ToStd(line), "next");
+  EXPECT_FALSE(reader.ReadLine(line));
+}
+
+TEST(MTextWriterTest, FlushesWholeItemsWithinItsBuffer) {
+  PiecewiseStream target("", 1);
+  const int32_t bufferSize = 64;
+  MString long_line;
+  for (int i = 0; i < 500; ++i)
+    long_line.Append(static_cast<MChar>(i % 3 == 0 ? 0x20AC : 'a' + i % 26));
+  {
+    MTextWriter writer(target, GetUTF8Codec(), bufferSize);
+    writer.WriteLine("short");
+    EXPECT_TRUE(target.writes.empty());  // still buffered
+    writer.WriteLine(long_line);
+    writer.Write(
+        MString("\xC3"
+                "D"));  // 8-bit literal text: bytes are units
+  }                     // the destructor hands over the rest
+  for (const std::string& w : target.writes) EXPECT_LE(w.size(), static_cast<size_t>(bufferSize));
+  MByteBuffer expected;
+  GetUTF8Codec().Encode(long_line, false, expected);
+  EXPECT_EQ(target.Written(), "short\n" + std::string(expected.View()) +
+                                  "\n\xC3\x83"
+                                  "D");
+}
+
+TEST(MTextWriterTest, WriteFailureSurfacesOnFlushOnly) {
+  MConstMemoryStream readOnly("", 0);
+  auto writer = std::make_unique<MTextWriter>(readOnly, GetUTF8Codec());
+  writer->WriteLine("lost");
+  try {
+    writer->Flush();
+    ADD_FAILURE() << "a read-only stream took the bytes";
+  } catch (const MException& failure) {
+    EXPECT_EQ(ToStd(failure.message), "Service \"write to stream\" is not implemented.");
+  }
+  writer->WriteLine("again");
+  EXPECT_NO_THROW(writer.reset());  // the destructor swallows the same failure
+}
+
+}  // namespace
+}  // namespace kx
