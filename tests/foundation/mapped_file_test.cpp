@@ -1,0 +1,46 @@
+#include "foundation/mapped_file.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "file_test_support.h"
+
+namespace kx {
+namespace {
+
+class MappedFileTest : public FileTestBase {};
+
+TEST_F(MappedFileTest, ViewShowsTheWholeFile) {
+  std::string content(70000, '\0');
+  for (size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 31 + 7);
+  WriteFile("data", content);
+  WriteFile("empty", "");
+  MMappedFile file(Path("data"));
+  ASSERT_TRUE(file.IsOpen());
+  ASSERT_EQ(file.Size(), static_cast<int64_t>(content.size()));
+  EXPECT_EQ(std::memcmp(file.Data(), content.data(), content.size()), 0);
+
+  file.Open(Path("empty"));
+  EXPECT_TRUE(file.IsOpen());
+  EXPECT_EQ(file.Size(), 0);
+  file.Close();
+  EXPECT_FALSE(file.IsOpen());
+  EXPECT_EQ(file.Data(), nullptr);
+}
+
+TEST_F(MappedFileTest, FailuresNameTheFileAndTheCause) {
+  std::filesystem::create_directories(Native("folder"));
+  MMappedFile file;
+  EXPECT_EQ(MessageOf([&] { file.Open(Path("missing")); }),
+            "Could not open file " + ToStd(Path("missing")) +
+                " for mapping. Error: No such file or directory");
+  EXPECT_EQ(MessageOf([&] { file.Open(Path("folder")); }),
+            "Could not create file mapping for " + ToStd(Path("folder")) + ". Error: Is a directory");
+  EXPECT_FALSE(file.IsOpen());
+}
+
+}  // namespace
+}  // namespace kx
