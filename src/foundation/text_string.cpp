@@ -5,6 +5,7 @@
 #include <new>
 
 #include "foundation/char_folding.h"
+#include "foundation/exception.h"
 
 namespace kx {
 namespace {
@@ -13,11 +14,16 @@ const char kEmptyByte[1] = {0};
 
 inline bool IsBlankUnit(MChar unit) { return unit < 33; }
 
+// A length beyond what a 32-bit capacity can hold is refused before any size
+// arithmetic could wrap around.
+[[noreturn]] void ThrowTooLong() { throw MException("Text is too long for a string."); }
+
 }  // namespace
 
 // ---------------------------------------------------------------- MStringBuffer
 
 int32_t MStringBuffer::SizeFor(int32_t units) {
+  if (units < 0 || units > kMaxUnits) ThrowTooLong();
   uint32_t wanted = 2u * static_cast<uint32_t>(units) + 10u;
   return static_cast<int32_t>(std::bit_ceil(wanted));
 }
@@ -132,6 +138,7 @@ void MStringT<N>::AssignUnits(const MChar* units, int32_t length) {
 
 template <int N>
 MStringT<N>::MStringT(const char* text, int32_t length, bool copy) {
+  if (length < 0) length = 0;
   if (!copy) {
     SetExternal(text, static_cast<size_t>(length));
     return;
@@ -156,8 +163,16 @@ MStringT<N>::MStringT(const MChar* text, int32_t length) {
 }
 
 template <int N>
-MChar* MStringT<N>::Reserve(int32_t units) {
+int32_t MStringT<N>::GrownLength(int64_t add) const {
+  int64_t total = static_cast<int64_t>(length_) + add;
+  if (total > MStringBuffer::kMaxUnits) ThrowTooLong();
+  return static_cast<int32_t>(total);
+}
+
+template <int N>
+MChar* MStringT<N>::ReserveSlow(int32_t units) {
   if (units < length_) units = length_;
+  if (units > MStringBuffer::kMaxUnits) ThrowTooLong();
   if (kind_ == kExternal) {
     // Widen the referred bytes into private storage.
     const char* bytes = u_.external;
@@ -195,8 +210,17 @@ MChar* MStringT<N>::Reserve(int32_t units) {
     u_.shared = buffer->Units();
     return u_.shared;
   }
+  // Shared with others: copy, then drop our reference. Text that fits goes
+  // inline, so a short private string never holds a buffer.
+  const MChar* old = u_.shared;
+  if (units < N) {
+    std::memcpy(u_.inline_units, old, sizeof(MChar) * (length_ + 1));
+    kind_ = kInline;
+    MStringBuffer::Release(buffer);
+    return u_.inline_units;
+  }
   MStringBuffer* fresh = MStringBuffer::Allocate(units);
-  std::memcpy(fresh->Units(), u_.shared, sizeof(MChar) * (length_ + 1));
+  std::memcpy(fresh->Units(), old, sizeof(MChar) * (length_ + 1));
   MStringBuffer::Release(buffer);
   u_.shared = fresh->Units();
   return u_.shared;
@@ -217,17 +241,9 @@ const MChar* MStringT<N>::c_str() {
 // ---------------------------------------------------------------- mutation
 
 template <int N>
-MStringT<N>& MStringT<N>::Append(MChar unit) {
-  MChar* units = Reserve(length_ + 1);
-  units[length_] = unit;
-  SetLength(length_ + 1);
-  return *this;
-}
-
-template <int N>
 MStringT<N>& MStringT<N>::Append(const char* text, int32_t length) {
   if (length <= 0) return *this;
-  MChar* units = Reserve(length_ + length);
+  MChar* units = Reserve(GrownLength(length));
   for (int32_t i = 0; i < length; ++i) units[length_ + i] = static_cast<unsigned char>(text[i]);
   SetLength(length_ + length);
   return *this;
@@ -242,7 +258,7 @@ MStringT<N>& MStringT<N>::Append(const MChar* text, int32_t length) {
     MStringT copy(text, length);
     return Append(copy.Units(), length);
   }
-  MChar* units = Reserve(length_ + length);
+  MChar* units = Reserve(GrownLength(length));
   std::memcpy(units + length_, text, sizeof(MChar) * length);
   SetLength(length_ + length);
   return *this;
@@ -255,7 +271,7 @@ MStringT<N>& MStringT<N>::Insert(int32_t position, const MStringT& text) {
   if (position > length_) position = length_;
   MStringT piece(text);  // `text` may be *this
   int32_t add = piece.length_;
-  MChar* units = Reserve(length_ + add);
+  MChar* units = Reserve(GrownLength(add));
   std::memmove(units + position + add, units + position, sizeof(MChar) * (length_ - position));
   for (int32_t i = 0; i < add; ++i) units[position + i] = piece[i];
   SetLength(length_ + add);
@@ -315,6 +331,9 @@ void MStringT<N>::RemoveWhitespace() {
 
 template <int N>
 void MStringT<N>::ToLower() {
+  int32_t first = 0;
+  while (first < length_ && !((*this)[first] >= 'A' && (*this)[first] <= 'Z')) ++first;
+  if (first == length_) return;  // nothing to change: no private copy
   MChar* units = Reserve(length_);
   for (int32_t i = 0; i < length_; ++i)
     if (units[i] >= 'A' && units[i] <= 'Z') units[i] = static_cast<MChar>(units[i] + 32);
@@ -322,6 +341,9 @@ void MStringT<N>::ToLower() {
 
 template <int N>
 void MStringT<N>::ToUpper() {
+  int32_t first = 0;
+  while (first < length_ && !((*this)[first] >= 'a' && (*this)[first] <= 'z')) ++first;
+  if (first == length_) return;
   MChar* units = Reserve(length_);
   for (int32_t i = 0; i < length_; ++i)
     if (units[i] >= 'a' && units[i] <= 'z') units[i] = static_cast<MChar>(units[i] - 32);
@@ -335,7 +357,11 @@ MStringT<N> MStringT<N>::Mid(int32_t start, int32_t count) const {
   if (start >= length_ || count <= 0) return MStringT();
   if (count > length_ - start) count = length_ - start;
   if (start == 0 && count == length_) return *this;
-  if (kind_ == kExternal) return MStringT(u_.external + start, count, true);
+  if (kind_ == kExternal) {
+    // A tail of a literal is still a terminated literal: refer to it.
+    bool tail = start + count == length_;
+    return MStringT(u_.external + start, count, !tail);
+  }
   return MStringT(Units() + start, count);
 }
 
@@ -379,8 +405,15 @@ int32_t MStringT<N>::FindNoCase(const MStringT& text, int32_t from) const {
 }
 
 template <int N>
-bool MStringT<N>::EndsWith(const MStringT& text) const {
-  return length_ >= text.length_ && CompareCase(length_ - text.length_, text, 0, text.length_) == 0;
+bool MStringT<N>::SameUnits(int32_t start, const MStringT& other, int32_t count) const {
+  if (start < 0 || count < 0 || start + count > length_ || count > other.length_) return false;
+  if (kind_ != kExternal && other.kind_ != kExternal)
+    return std::memcmp(Units() + start, other.Units(), sizeof(MChar) * count) == 0;
+  if (kind_ == kExternal && other.kind_ == kExternal)
+    return std::memcmp(u_.external + start, other.u_.external, static_cast<size_t>(count)) == 0;
+  for (int32_t i = 0; i < count; ++i)
+    if ((*this)[start + i] != other[i]) return false;
+  return true;
 }
 
 namespace {
@@ -447,8 +480,10 @@ double MStringT<N>::ToReal() const {
 
 template <int N>
 void MStringT<N>::ToASCII(MByteBuffer& out, bool addTerminator) const {
-  if (kind_ == kExternal && addTerminator) {
-    out.Refer(u_.external, length_);  // literals carry their own terminator
+  // External bytes are already one byte a unit; a literal also carries its
+  // terminator, but a run cut out of a longer text does not.
+  if (kind_ == kExternal && (!addTerminator || u_.external[length_] == 0)) {
+    out.Refer(u_.external, length_);
     return;
   }
   char* bytes = out.Allocate(length_ + (addTerminator ? 1 : 0));
@@ -461,6 +496,16 @@ template <int N>
 void MStringT<N>::ToUTF8(MByteBuffer& out, bool addTerminator) const {
   // Same rules as the UTF-8 codec: surrogate pairs joined, lone surrogates dropped,
   // and 0x10FE01..0x10FEFF passed through as one raw byte.
+  if (kind_ == kExternal) {
+    // A plain ASCII literal already is its UTF-8 form: refer, do not copy.
+    bool ascii = !addTerminator || u_.external[length_] == 0;
+    for (int32_t i = 0; ascii && i < length_; ++i)
+      ascii = static_cast<unsigned char>(u_.external[i]) < 0x80;
+    if (ascii) {
+      out.Refer(u_.external, length_);
+      return;
+    }
+  }
   char* bytes = out.Allocate(3 * static_cast<int64_t>(length_) + 1);
   int64_t n = 0;
   for (int32_t i = 0; i < length_; ++i) {
@@ -553,6 +598,10 @@ MStringT<N> MStringT<N>::FromUTF8(std::string_view bytes) {
   size_t i = 0;
   while (i < bytes.size()) {
     unsigned char b = static_cast<unsigned char>(bytes[i]);
+    if ((b & 0xC0) == 0x80 || b >= 0xF8) {  // stray continuation or invalid lead
+      ++i;
+      continue;
+    }
     int extra = b < 0x80 ? 0 : b < 0xE0 ? 1 : b < 0xF0 ? 2 : 3;
     uint32_t cp = extra == 0 ? b : extra == 1 ? (b & 0x1F) : extra == 2 ? (b & 0x0F) : (b & 0x07);
     ++i;

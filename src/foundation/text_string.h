@@ -34,6 +34,8 @@ struct MStringBuffer {
   }
   // Buffer for n units plus terminator: 2n + 10 bytes rounded up to a power of two.
   static int32_t SizeFor(int32_t units);
+  // Longest text whose buffer size still fits the signed 32-bit capacity.
+  static constexpr int32_t kMaxUnits = ((1 << 30) - 10) / 2;
   static MStringBuffer* Allocate(int32_t units);
   static void Release(MStringBuffer* buffer);
 };
@@ -101,8 +103,9 @@ class MStringT {
   }
   template <int Other>
   MStringT& operator=(const MStringT<Other>& other) {
+    MStringT copy(other);  // may allocate: keep our storage until it succeeded
     ReleaseStorage();
-    CopyFrom(other);
+    MoveFrom(copy);
     return *this;
   }
   MStringT& operator=(MStringT&& other) noexcept {
@@ -147,11 +150,29 @@ class MStringT {
 
   // --- the one door to mutation: private storage for at least `units` units,
   // current content kept. Returns the writable units; call SetLength afterwards.
-  MChar* Reserve(int32_t units);
+  MChar* Reserve(int32_t units) {
+    // Already private with room: inline text that stays short, or a buffer of
+    // our own that is big enough (its capacity is a power of two, so comparing
+    // the unrounded size is the same test).
+    if (kind_ == kInline) {
+      if (units < InlineUnits) return u_.inline_units;
+    } else if (kind_ == kShared && units >= length_ && units <= MStringBuffer::kMaxUnits) {
+      MStringBuffer* buffer = MStringBuffer::FromUnits(u_.shared);
+      if (2 * units + 10 <= buffer->capacity &&
+          buffer->references.load(std::memory_order_acquire) == 1)
+        return u_.shared;
+    }
+    return ReserveSlow(units);
+  }
   void SetLength(int32_t length);  // writes the terminator too; needs private storage
 
   // --- mutation
-  MStringT& Append(MChar unit);
+  MStringT& Append(MChar unit) {  // inline: the unit-by-unit builders of parsers call it
+    MChar* units = Reserve(length_ < MStringBuffer::kMaxUnits ? length_ + 1 : GrownLength(1));
+    units[length_] = unit;
+    units[++length_] = 0;
+    return *this;
+  }
   MStringT& Append(const char* text, int32_t length);
   MStringT& Append(const MChar* text, int32_t length);
   template <int Other>
@@ -159,7 +180,9 @@ class MStringT {
     if (text.kind_ == kExternal) return Append(text.u_.external, text.length_);
     return Append(text.Units(), text.length_);
   }
-  MStringT& Append(const char* literal) { return Append(literal, static_cast<int32_t>(std::strlen(literal))); }
+  MStringT& Append(const char* literal) {
+    return literal ? Append(literal, static_cast<int32_t>(std::strlen(literal))) : *this;
+  }
   MStringT& operator+=(const MStringT& text) { return Append(text); }
   MStringT& operator+=(const char* literal) { return Append(literal); }
   MStringT& operator+=(MChar unit) { return Append(unit); }
@@ -187,8 +210,12 @@ class MStringT {
   int32_t FindLastChar(MChar unit) const;
   int32_t Find(const MStringT& text, int32_t from = 0) const;
   int32_t FindNoCase(const MStringT& text, int32_t from = 0) const;
-  bool StartsWith(const MStringT& text) const { return CompareCase(0, text, 0, text.length_) == 0 && length_ >= text.length_; }
-  bool EndsWith(const MStringT& text) const;
+  bool StartsWith(const MStringT& text) const {
+    return length_ >= text.length_ && SameUnits(0, text, text.length_);
+  }
+  bool EndsWith(const MStringT& text) const {
+    return length_ >= text.length_ && SameUnits(length_ - text.length_, text, text.length_);
+  }
 
   // Case-insensitive (accents folded, then A-Z) comparison of up to maxCount units,
   // stopping at a zero unit; returns the difference of the first folded pair.
@@ -208,8 +235,11 @@ class MStringT {
   int64_t ToInt64(int32_t* consumed = nullptr) const;
   int32_t ToInt(int32_t* consumed = nullptr) const { return static_cast<int32_t>(ToInt64(consumed)); }
   double ToReal() const;
+  // UTF-8 by the codec's rules. An ASCII literal is referred to, not copied.
   void ToUTF8(MByteBuffer& out, bool addTerminator = false) const;
   std::string ToUTF8String() const;
+  // One byte a unit: below 256 as it is, else the folding table's plain letter,
+  // else the low 8 bits. An external string is referred to, not copied.
   void ToASCII(MByteBuffer& out, bool addTerminator = false) const;
   uint32_t Hash() const;
   std::u16string ToU16() const;
@@ -229,8 +259,9 @@ class MStringT {
     }
   }
 
+  // Unit-exact equality; unlike CompareCase it does not stop at a zero unit.
   friend bool operator==(const MStringT& a, const MStringT& b) {
-    return a.length_ == b.length_ && a.CompareCase(b) == 0;
+    return a.length_ == b.length_ && a.SameUnits(0, b, b.length_);
   }
   friend bool operator==(const MStringT& a, const char* b) { return a == MStringT(b); }
   friend MStringT operator+(MStringT a, const MStringT& b) { return a.Append(b), a; }
@@ -244,7 +275,12 @@ class MStringT {
   void CopyFrom(const MStringT<Other>& other);
   void MoveFrom(MStringT& other) noexcept;
   void ReleaseStorage();
+  MChar* ReserveSlow(int32_t units);  // the cases that widen, allocate or copy
   void AssignUnits(const MChar* units, int32_t length);  // into fresh storage
+  // The units [start, start + count) equal the first `count` units of `other`.
+  bool SameUnits(int32_t start, const MStringT& other, int32_t count) const;
+  // length_ + add, refused when the result would not fit a buffer.
+  int32_t GrownLength(int64_t add) const;
 
   int32_t length_;
   uint32_t kind_;

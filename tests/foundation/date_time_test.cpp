@@ -1,0 +1,50 @@
+#include "foundation/date_time.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/exception.h"
+
+namespace kx {
+namespace {
+
+TEST(MDateTimeTest, TextForm) {
+  EXPECT_EQ(ToStd(MDateTime().ToString()), "1980-01-01 00:00:00.0");
+  MDateTime value{2023, 11, 5, 7, 8, 9, 250};
+  EXPECT_EQ(ToStd(value.ToString()), "2023-11-05 07:08:09.250");
+  EXPECT_EQ(MDateTime::FromString(value.ToString()), value);
+  MDateTime early{33, 1, 2, 23, 59, 58, 7};
+  EXPECT_EQ(ToStd(early.ToString()), "0033-01-02 23:59:58.7");
+}
+
+TEST(MDateTimeTest, ParsesTrimmedText) {
+  struct Case {
+    const char* text;
+    MDateTime expected;
+  };
+  const Case cases[] = {
+      {"1980-01-01 00:00:00", MDateTime()},
+      {"  2021-03-04 05:06:07.89 \r\n", {2021, 3, 4, 5, 6, 7, 89}},
+      {"2021-3-4  5:6:7", {2021, 3, 4, 5, 6, 7, 0}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(MDateTime::FromString(c.text), c.expected);
+  }
+}
+
+TEST(MDateTimeTest, UnreadableTextThrows) {
+  for (const char* text : {"", "   ", "2021-03-04", "2021-03-04T05:06:07", "2021-03 05:06:07",
+                           "x-y-z 1:2:3", "2021-03-04 05:06", "2021-03-04 05:06:07.", "2021-03-04 -5:06:07",
+                           "2021-03-04 05:06:07 extra", "99999-01-01 00:00:00", "2021-03-04 05:06:300"}) {
+    SCOPED_TRACE(text);
+    try {
+      MDateTime::FromString(text);
+      ADD_FAILURE() << "no exception";
+    } catch (const MException& e) {
+      EXPECT_EQ(ToStd(e.message), "Invalid datetime format.");
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kx

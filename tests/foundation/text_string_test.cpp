@@ -1,0 +1,266 @@
+#include "foundation/text_string.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "foundation/exception.h"
+
+namespace kx {
+namespace {
+
+// A private string of `length` units (never external).
+template <typename S>
+S Units(int32_t length, MChar first = 'a') {
+  S text;
+  for (int32_t i = 0; i < length; ++i) text.Append(static_cast<MChar>(first + i % 26));
+  return text;
+}
+
+TEST(MStringTest, InlineLimitsOfBothClasses) {
+  struct Case {
+    int32_t length;
+    MStringKind mstring;
+    MStringKind shortString;
+  };
+  const Case cases[] = {
+      {0, kExternal, kExternal}, {1, kInline, kInline},   {23, kInline, kInline},
+      {24, kInline, kShared},    {59, kInline, kShared},  {60, kShared, kShared},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.length);
+    EXPECT_EQ(Units<MString>(c.length).Kind(), c.mstring);
+    EXPECT_EQ(Units<MShortString>(c.length).Kind(), c.shortString);
+  }
+}
+
+TEST(MStringTest, LiteralIsReferredUntilMutated) {
+  static const char kLiteral[] = "literal text";
+  MString text(kLiteral);
+  EXPECT_EQ(text.Kind(), kExternal);
+  EXPECT_EQ(text.ExternalBytes(), kLiteral);
+  MString copy = text;
+  EXPECT_EQ(copy.ExternalBytes(), kLiteral);
+  EXPECT_EQ(text.Mid(8).ExternalBytes(), kLiteral + 8);  // a tail stays terminated
+  EXPECT_EQ(text.Mid(0, 7).Kind(), kInline);
+  copy.Append('!');
+  EXPECT_EQ(copy.Kind(), kInline);
+  EXPECT_EQ(ToStd(copy), "literal text!");
+  EXPECT_EQ(text.ExternalBytes(), kLiteral);
+}
+
+TEST(MStringTest, SharedCopyCountsReferencesAndCopiesOnWrite) {
+  MString original = Units<MString>(60);
+  ASSERT_EQ(original.References(), 1u);
+  MString copy = original;
+  EXPECT_EQ(original.References(), 2u);
+  EXPECT_EQ(copy.UnitsOrNull(), original.UnitsOrNull());
+
+  copy.Append('!');
+  EXPECT_EQ(original.References(), 1u);
+  EXPECT_EQ(copy.References(), 1u);
+  EXPECT_EQ(original, Units<MString>(60));
+  EXPECT_EQ(copy.Length(), 61);
+
+  // Every other door to mutation leaves the original alone as well.
+  MString cut = original;
+  cut.Delete(0, 1);
+  MString replaced = original;
+  replaced.Replace('a', 'A');
+  MString inserted = original;
+  inserted.Insert(5, "xyz");
+  EXPECT_EQ(original, Units<MString>(60));
+  EXPECT_EQ(original.References(), 1u);
+}
+
+TEST(MStringTest, CopyOfSharedTextCutBelowTheLimitIsInline) {
+  MString text = Units<MString>(80);
+  text.Delete(30, MString::kToEnd);
+  ASSERT_EQ(text.Kind(), kShared);
+  MString copy = text;
+  EXPECT_EQ(copy.Kind(), kInline);
+  EXPECT_EQ(text.References(), 1u);
+  EXPECT_EQ(copy, text);
+}
+
+TEST(MStringTest, ConversionBetweenTheTwoClasses) {
+  // MString -> MShortString
+  MString inline30 = Units<MString>(30);
+  MShortString fromInline = inline30;  // too long to lie inline: a buffer of its own
+  EXPECT_EQ(fromInline.Kind(), kShared);
+  EXPECT_EQ(fromInline.References(), 1u);
+  MString shared70 = Units<MString>(70);
+  MShortString fromShared = shared70;
+  EXPECT_EQ(fromShared.Kind(), kShared);
+  EXPECT_EQ(shared70.References(), 2u);
+  MShortString fromShort10 = Units<MString>(10);
+  EXPECT_EQ(fromShort10.Kind(), kInline);
+  MShortString fromLiteral = MString("name");
+  EXPECT_EQ(fromLiteral.Kind(), kExternal);
+
+  // MShortString -> MString
+  MShortString shared30 = Units<MShortString>(30);
+  MString back = shared30;
+  EXPECT_EQ(back.Kind(), kInline);
+  EXPECT_EQ(shared30.References(), 1u);
+  EXPECT_EQ(MString(fromInline), inline30);
+  EXPECT_EQ(MString(fromShared).References(), 3u);
+}
+
+TEST(MStringTest, CopiesMutatedOnTwoThreadsStayIndependent) {
+  const MString original = Units<MString>(100);
+  auto work = [&original](MChar mark) {
+    for (int round = 0; round < 2000; ++round) {
+      MString copy = original;
+      copy.Append(mark);
+      copy.Replace('a', mark);
+      if (copy.Length() != 101 || copy[0] != mark || copy[100] != mark) ADD_FAILURE();
+    }
+  };
+  std::thread first(work, u'1');
+  std::thread second(work, u'2');
+  first.join();
+  second.join();
+  EXPECT_EQ(original.References(), 1u);
+  EXPECT_EQ(original, Units<MString>(100));
+}
+
+TEST(MStringTest, CompareFoldsCaseAndAccents) {
+  struct Case {
+    MString a;
+    MString b;
+    bool equalNoCase;
+  };
+  const Case cases[] = {
+      {"File", "FILE", true},
+      {u"Crème Brûlée", "CREME BRULEE", true},
+      {u"Łódź", "lodz", true},
+      {u"Ærø", "aero", false},  // Æ is a letter of its own, not an accented A
+      {"File", "Files", false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.a.ToUTF8String());
+    EXPECT_EQ(c.a.Compare(c.b) == 0, c.equalNoCase);
+    EXPECT_EQ(c.a.EqualsNoCase(c.b), c.equalNoCase);
+  }
+  EXPECT_NE(MString("File").CompareCase("FILE"), 0);
+  EXPECT_LT(MString("abc").Compare("ABD"), 0);
+  EXPECT_EQ(MString("abc").Compare("ABD"), 'c' - 'd');
+  EXPECT_GT(MString("abcd").Compare("ABC"), 0);
+  EXPECT_EQ(MString("xxHello").Compare(2, "HELLOworld", 0, 5), 0);
+  // Comparison stops at a zero unit; equality does not.
+  const MChar withZeroA[] = {'a', 0, 'b'}, withZeroB[] = {'a', 0, 'c'};
+  MString zeroA(withZeroA, 3), zeroB(withZeroB, 3);
+  EXPECT_EQ(zeroA.CompareCase(zeroB), 0);
+  EXPECT_FALSE(zeroA == zeroB);
+}
+
+TEST(MStringTest, FindAndFindNoCase) {
+  MString text(u"Le Café du Château, CAFE");
+  EXPECT_EQ(text.Find(u"Café"), 3);
+  EXPECT_EQ(text.Find("Cafe"), -1);
+  EXPECT_EQ(text.FindNoCase("cafe"), 3);
+  EXPECT_EQ(text.FindNoCase("cafe", 4), 20);
+  EXPECT_EQ(text.FindNoCase("CHATEAU"), 11);
+  EXPECT_EQ(text.Find(""), 0);
+  EXPECT_EQ(text.FindChar(','), 18);
+  EXPECT_EQ(text.FindChar(',', 19), -1);
+  EXPECT_EQ(text.FindLastChar('a'), 16);
+}
+
+TEST(MStringTest, ToIntReadsOptionalMinusAndDigits) {
+  struct Case {
+    const char* text;
+    int64_t value;
+    int32_t consumed;
+  };
+  const Case cases[] = {
+      {"+5", 0, 0},       {"5", 5, 1},   {"-12x", -12, 3}, {"", 0, 0},
+      {"-", 0, 0},        {" 7", 0, 0},  {"007", 7, 3},    {"9223372036854775807", INT64_MAX, 19},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    int32_t consumed = -1;
+    EXPECT_EQ(MString(c.text).ToInt64(&consumed), c.value);
+    EXPECT_EQ(consumed, c.consumed);
+  }
+  EXPECT_DOUBLE_EQ(MString("3,25").ToReal(), 3.25);
+  EXPECT_DOUBLE_EQ(MString("-1.5e2").ToReal(), -150.0);
+}
+
+TEST(MStringTest, EditingOperations) {
+  struct Case {
+    const char* what;
+    MString (*edit)();
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"insert clipped", [] { return MString("abc").Insert(99, "X"); }, "abcX"},
+      {"insert middle", [] { return MString("abc").Insert(1, "X"); }, "aXbc"},
+      {"insert itself", [] { MString s("ab"); return s.Insert(1, s); }, "aabb"},
+      {"delete negative", [] { return MString("abc").Delete(-1, 2); }, "abc"},
+      {"delete clipped", [] { return MString("abcdef").Delete(2, 99); }, "ab"},
+      {"delete to end", [] { return MString("abcdef").Delete(4, MString::kToEnd); }, "abcd"},
+      {"trim", [] { MString s(" \t a b \r\n"); s.Trim(); return s; }, "a b"},
+      {"remove whitespace", [] { MString s(" a b\tc\n"); s.RemoveWhitespace(); return s; }, "abc"},
+      {"mid", [] { return MString("abcdef").Mid(2, 3); }, "cde"},
+      {"mid past end", [] { return MString("abcdef").Mid(4, 100); }, "ef"},
+      {"left", [] { return MString("abcdef").Left(2); }, "ab"},
+      {"right", [] { return MString("abcdef").Right(2); }, "ef"},
+      {"append itself", [] { MString s = Units<MString>(40); s.Append(s); return s.Mid(38, 4); }, "mnab"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(ToStd(c.edit()), c.expected);
+  }
+}
+
+TEST(MStringTest, HashIsFoldedOneAtATime) {
+  EXPECT_EQ(MString("").Hash(), 0u);
+  EXPECT_EQ(MString("abc").Hash(), 0xED131F5Bu);
+  EXPECT_EQ(MString("ABC").Hash(), 0xED131F5Bu);
+  EXPECT_EQ(MString("Name").Hash(), 0xE6E17F14u);
+  EXPECT_EQ(MString(u"é").Hash(), 0x7D4B7A55u);  // only A-Z fold
+}
+
+TEST(MStringTest, ByteConversions) {
+  const MChar units[] = {'A', 0xE9, 0x20AC, 0xD83D, 0xDE00, 0xDC00, 'z', 0xD800, 'q', 'r'};
+  MString text(units, 10);
+  // e-acute, euro, a joined pair; the lone low surrogate dropped; the lone high
+  // surrogate dropped with the unit after it.
+  EXPECT_EQ(text.ToUTF8String(), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80zr");
+  const MChar raw[] = {0xDBFF, 0xDE80};  // U+10FE80: one raw byte
+  EXPECT_EQ(MString(raw, 2).ToUTF8String(), "\x80");
+
+  const MChar narrow[] = {0xE9, 0x141, 0x4E01};
+  MByteBuffer bytes;
+  MString(narrow, 3).ToASCII(bytes, true);
+  EXPECT_EQ(bytes.View(), std::string_view("\xE9L\x01", 3));
+  EXPECT_EQ(bytes.Data()[3], 0);
+
+  static const char kLiteral[] = "plain";
+  MString(kLiteral).ToUTF8(bytes, true);
+  EXPECT_EQ(bytes.Data(), kLiteral);
+  // A cut of a literal carries no terminator of its own: it is copied.
+  MString(kLiteral, 3, false).ToASCII(bytes, true);
+  EXPECT_NE(bytes.Data(), kLiteral);
+  EXPECT_EQ(std::string(bytes.Data()), "pla");
+
+  EXPECT_EQ(MString::FromUTF8("A\xC3\xA9\x80\xF0\x9F\x98\x80").ToU16(), u"A\u00E9\U0001F600");
+}
+
+TEST(MStringTest, RefusesLengthsBeyondABuffer) {
+  MString text("x");
+  EXPECT_THROW(text.Reserve(MStringBuffer::kMaxUnits + 1), MException);
+  EXPECT_EQ(ToStd(text), "x");
+  EXPECT_EQ(MStringBuffer::SizeFor(0), 16);
+  EXPECT_EQ(MStringBuffer::SizeFor(3), 16);
+  EXPECT_EQ(MStringBuffer::SizeFor(4), 32);  // 18 bytes
+  EXPECT_EQ(MStringBuffer::SizeFor(11), 32);  // exactly 32 stays
+  EXPECT_EQ(MStringBuffer::SizeFor(MStringBuffer::kMaxUnits), 1 << 30);
+}
+
+}  // namespace
+}  // namespace kx

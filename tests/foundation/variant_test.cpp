@@ -1,0 +1,153 @@
+#include "foundation/variant.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+
+namespace kx {
+namespace {
+
+std::string Written(const MVariant& value) {
+  MMemoryStream stream;
+  value.WriteBuffer(stream);
+  return std::string(stream.View());
+}
+
+std::string Deflated(const std::string& bytes) {
+  uLongf size = compressBound(static_cast<uLong>(bytes.size()));
+  std::string out(size, '\0');
+  EXPECT_EQ(compress2(reinterpret_cast<Bytef*>(out.data()), &size,
+                      reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uLong>(bytes.size()), 9),
+            Z_OK);
+  out.resize(size);
+  return out;
+}
+
+TEST(MVariantTest, NewVariantIsAnEmptyString) {
+  MVariant value;
+  EXPECT_EQ(value.GetType(), MVariant::kString);
+  EXPECT_TRUE(value.IsEmpty());
+  EXPECT_TRUE(value.Text().IsEmpty());
+}
+
+TEST(MVariantTest, EmptyOnlyForEmptyStringAndBuffer) {
+  MVariant zeroBuffer, fullBuffer, referred;
+  zeroBuffer.SetBuffer(nullptr, 0, false);
+  fullBuffer.SetBuffer("ab", 2, false);
+  char external[1] = {0};
+  referred.ReferBuffer(external, 0, true);
+  const std::pair<MVariant, bool> cases[] = {
+      {MVariant(""), true},          {MVariant("x"), false},
+      {MVariant(int64_t{0}), false}, {MVariant(int8_t{0}), false},
+      {MVariant(0.0), false},        {zeroBuffer, true},
+      {fullBuffer, false},           {referred, true},
+  };
+  for (const auto& [value, empty] : cases) {
+    SCOPED_TRACE(static_cast<int>(value.GetType()));
+    EXPECT_EQ(value.IsEmpty(), empty);
+  }
+}
+
+TEST(MVariantTest, ConvertsAmongTypes) {
+  struct Case {
+    MVariant value;
+    MVariant::Type type;
+    int64_t asInt64;
+    int32_t asInt;
+    bool asBool;
+    double asReal;
+    const char* asString;
+  };
+  const Case cases[] = {
+      {MVariant(int64_t{-5000000000}), MVariant::kInt64, -5000000000, -705032704, true, -5e9, "-5000000000"},
+      {MVariant(int32_t{300}), MVariant::kInt32, 300, 300, true, 300, "300"},
+      {MVariant(int16_t{-2}), MVariant::kInt16, -2, -2, true, -2, "-2"},
+      {MVariant(int8_t{0}), MVariant::kInt8, 0, 0, false, 0, "0"},
+      {MVariant(0.1f), MVariant::kFloat, 0, 0, true, 0.1f, "0.1"},
+      {MVariant(-2.75), MVariant::kDouble, -2, -2, true, -2.75, "-2.75"},
+      {MVariant(1e300), MVariant::kDouble, INT64_MAX, INT32_MAX, true, 1e300, "1e+300"},
+      {MVariant("42abc"), MVariant::kString, 42, 42, true, 42, "42abc"},
+      {MVariant("2,5"), MVariant::kString, 2, 2, true, 2.5, "2,5"},
+      {MVariant("+1"), MVariant::kString, 0, 0, false, 1, "+1"},
+      {MVariant("0"), MVariant::kString, 0, 0, false, 0, "0"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.asString);
+    EXPECT_EQ(c.value.GetType(), c.type);
+    EXPECT_EQ(c.value.AsInt64(), c.asInt64);
+    EXPECT_EQ(c.value.AsInt(), c.asInt);
+    EXPECT_EQ(c.value.AsBool(), c.asBool);
+    EXPECT_DOUBLE_EQ(c.value.AsReal(), c.asReal);
+    EXPECT_EQ(ToStd(c.value.AsString()), c.asString);
+  }
+  EXPECT_EQ(MVariant(std::nan("")).AsInt64(), 0);
+  // The shortest text of a real reads back to the same value.
+  for (double real : {0.1, 1.0 / 3, -123456.789e-200, 5e-324}) {
+    EXPECT_EQ(MVariant(real).AsString().ToReal(), real);
+  }
+}
+
+TEST(MVariantTest, WriteBufferDecodesTextAndInflates) {
+  std::string payload;
+  for (int i = 0; i < 5000; ++i) payload += static_cast<char>(i * 7 % 256);
+  MVariant raw, compressed;
+  raw.SetBuffer(payload.data(), static_cast<int64_t>(payload.size()), false);
+  std::string deflated = Deflated(payload);
+  compressed.SetBuffer(deflated.data(), static_cast<int64_t>(deflated.size()), true);
+
+  EXPECT_EQ(Written(MVariant("00ff7F10")), std::string("\x00\xff\x7f\x10", 4));
+  EXPECT_EQ(Written(MVariant("ABC")), std::string("\xab", 1));  // a lone last digit is left
+  EXPECT_EQ(Written(MVariant("$SGVsbG8sIHdvcmxkIQ==")), "Hello, world!");
+  EXPECT_EQ(Written(MVariant(MString(u"$SGk="))), "Hi");  // 16-bit units, not a literal
+  EXPECT_EQ(Written(MVariant("")), "");
+  EXPECT_EQ(Written(raw), payload);
+  EXPECT_EQ(Written(compressed), payload);
+  // The string form of a buffer holds its (inflated) bytes.
+  EXPECT_EQ(Written(MVariant(compressed.AsString())), payload);
+  MVariant small;
+  small.SetBuffer("Hi!", 3, false);
+  EXPECT_EQ(ToStd(small.AsString()), "$SGkh");
+
+  for (const MVariant& number : {MVariant(int64_t{1}), MVariant(int32_t{1}), MVariant(int16_t{1}),
+                                 MVariant(int8_t{1}), MVariant(1.0f), MVariant(1.0)}) {
+    try {
+      Written(number);
+      ADD_FAILURE() << "no exception";
+    } catch (const MException& e) {
+      EXPECT_EQ(ToStd(e.message), "Not a buffer variant.");
+    }
+  }
+  EXPECT_THROW(Written(MVariant("0g")), MException);
+  EXPECT_THROW(Written(MVariant("$SG@k")), MException);
+  MVariant damaged;
+  damaged.SetBuffer("not zlib", 8, true);
+  EXPECT_THROW(Written(damaged), MException);
+}
+
+TEST(MVariantTest, CopiesOwnBytesAndShareReferredOnes) {
+  char external[] = "outside";
+  MVariant owned, referred;
+  owned.SetBuffer("inside", 6, false);
+  referred.ReferBuffer(external, 7, false);
+  MVariant ownedCopy = owned, referredCopy = referred;
+  EXPECT_NE(ownedCopy.GetBuffer()->data, owned.GetBuffer()->data);
+  EXPECT_EQ(referredCopy.GetBuffer()->data, external);
+  EXPECT_TRUE(referredCopy.GetBuffer()->ownedExternally);
+  owned.SetInt32(1);  // frees the first bytes; the copy keeps its own
+  EXPECT_EQ(Written(ownedCopy), "inside");
+  MVariant moved = std::move(ownedCopy);
+  EXPECT_EQ(Written(moved), "inside");
+  EXPECT_TRUE(ownedCopy.IsEmpty());
+  moved = moved;
+  EXPECT_EQ(Written(moved), "inside");
+}
+
+}  // namespace
+}  // namespace kx
