@@ -1,31 +1,35 @@
 #include "foundation/log.h"
 
-#include <cstdio>
+#include "foundation/file_stream.h"
 
 namespace kx {
 namespace {
-std::FILE* g_log = nullptr;
+// Made closed on first use and never destroyed, so that lines written from static
+// initialisers and destructors find a valid log; every line is flushed anyway.
+MFileStream& LogStream() {
+  static MFileStream* stream = new MFileStream;
+  return *stream;
 }
+}  // namespace
 
-void MLog::Open(const MString& path) {
-  Close();
-  g_log = std::fopen(path.ToUTF8String().c_str(), "w+b");
-}
+void MLog::Open(const MString& path) { LogStream().Open(path, MFileStream::kModeCreate); }
 
 void MLog::Close() {
-  if (g_log) std::fclose(g_log);
-  g_log = nullptr;
+  try {
+    LogStream().Close();
+  } catch (...) {
+    // The log's own failures never stop the program.
+  }
 }
 
-bool MLog::IsOpen() { return g_log != nullptr; }
+bool MLog::IsOpen() { return LogStream().IsOpen(); }
 
 void MLog::Line(const MString& text) noexcept {
-  if (!g_log) return;
+  MFileStream& stream = LogStream();
+  if (!stream.IsOpen()) return;
   try {
-    std::string bytes = text.ToUTF8String();
-    bytes += "\r\n";
-    std::fwrite(bytes.data(), 1, bytes.size(), g_log);
-    std::fflush(g_log);
+    stream.WriteLine(text, false);
+    stream.Flush();
   } catch (...) {
   }
 }

@@ -10,7 +10,8 @@ namespace kx {
 
 class MLog {
  public:
-  // Opens for write and create: the file is replaced at each start.
+  // Opens for write and create: the file is replaced at each start. A file that
+  // cannot be created throws the file stream's message.
   static void Open(const MString& path);
   static void Close();
   static bool IsOpen();

@@ -1,0 +1,20 @@
+// The few calls on an open C library FILE* that standard C does not offer with
+// 64-bit positions or at all: position, seek and truncation. Each answers 0 (or a
+// position) on success and the system's error number, taken at once, on failure.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+namespace kx::platform {
+
+// The current position, or -1 with `error` set.
+int64_t TellFile(std::FILE* file, int& error);
+
+// origin: 0 from the start, 1 from the current position, 2 from the end.
+int SeekFile(std::FILE* file, int64_t offset, int origin);
+
+// Pending output is written first; the stream's position is left as it is.
+int TruncateFile(std::FILE* file, int64_t length);
+
+}  // namespace kx::platform

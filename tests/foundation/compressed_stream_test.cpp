@@ -1,0 +1,293 @@
+// MZLIBStream and MBZIP2Stream against the real libraries and the real bzip2
+// command: both directions, the byte filter, rewinding, and damaged input.
+#include "foundation/bzip2_stream.h"
+#include "foundation/zlib_stream.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+#include "foundation/stream_helpers.h"
+#include "support/sandbox.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Text-like data that compresses, with a random sprinkle so that it is not trivial.
+std::string SampleData(size_t size, unsigned seed = 7) {
+  std::mt19937 random(seed);
+  static const char* kWords[] = {"plug-in ", "preset ", "install ", "kernel ", "vst3 ", "\n"};
+  std::string data;
+  while (data.size() < size) {
+    data += kWords[random() % 6];
+    if (random() % 5 == 0) data += static_cast<char>(random());
+  }
+  data.resize(size);
+  return data;
+}
+
+std::string RandomBytes(size_t size, unsigned seed) {
+  std::mt19937 random(seed);
+  std::string data(size, '\0');
+  for (auto& c : data) c = static_cast<char>(random());
+  return data;
+}
+
+MException Failure(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const MException& e) {
+    return e;
+  }
+  return MException(MString("(no exception)"), 9999);
+}
+
+// Compresses `data` into a memory stream through a fresh stream of type T.
+template <typename T>
+std::string Compress(const std::string& data, int quality = 100, bool scramble = false,
+                     size_t piece = 1000) {
+  MMemoryStream target;
+  T stream;
+  stream.Init(&target, true, quality, scramble);
+  for (size_t at = 0; at < data.size(); at += piece) {
+    size_t n = std::min(piece, data.size() - at);
+    stream.Write(data.data() + at, static_cast<int64_t>(n));
+  }
+  EXPECT_EQ(stream.GetPosition(), static_cast<int64_t>(data.size()));
+  stream.Terminate();
+  return std::string(target.View());
+}
+
+// Reads all of `compressed` back through a stream of type T, `piece` bytes a read.
+template <typename T>
+std::string Decompress(const std::string& compressed, bool scramble = false, size_t piece = 777) {
+  MConstMemoryStream source(compressed.data(), static_cast<int64_t>(compressed.size()));
+  T stream;
+  stream.Init(&source, false, 100, scramble);
+  std::string out;
+  std::string buffer(piece, '\0');
+  for (;;) {
+    int64_t got = stream.Read(buffer.data(), static_cast<int64_t>(piece));
+    if (got == 0) break;
+    out.append(buffer.data(), static_cast<size_t>(got));
+  }
+  EXPECT_TRUE(stream.IsEnd());
+  stream.Terminate();
+  return out;
+}
+
+std::string ZlibUncompress(const std::string& compressed, size_t size) {
+  std::string out(size + 1, '\0');
+  uLongf length = static_cast<uLongf>(out.size());
+  int result = uncompress(reinterpret_cast<Bytef*>(out.data()), &length,
+                          reinterpret_cast<const Bytef*>(compressed.data()),
+                          static_cast<uLong>(compressed.size()));
+  EXPECT_EQ(result, Z_OK);
+  out.resize(length);
+  return out;
+}
+
+std::string ZlibCompress(const std::string& data, int level) {
+  uLongf length = compressBound(static_cast<uLong>(data.size()));
+  std::string out(length, '\0');
+  EXPECT_EQ(compress2(reinterpret_cast<Bytef*>(out.data()), &length,
+                      reinterpret_cast<const Bytef*>(data.data()), static_cast<uLong>(data.size()), level),
+            Z_OK);
+  out.resize(length);
+  return out;
+}
+
+TEST(CompressedStream, QualityMapsToLevel) {
+  struct Case {
+    int quality, level;
+  } cases[] = {{-5, 0}, {1, 0}, {10, 0}, {11, 1}, {50, 4}, {91, 9}, {100, 9}, {1000, 9}};
+  for (const auto& c : cases) EXPECT_EQ(MCompressedStream::LevelFromQuality(c.quality), c.level) << c.quality;
+}
+
+TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
+  for (size_t size : {size_t{0}, size_t{1}, size_t{4095}, size_t{4097}, size_t{300000}}) {
+    std::string data = SampleData(size);
+    for (int quality : {1, 50, 100}) {
+      std::string compressed = Compress<MZLIBStream>(data, quality);
+      EXPECT_EQ(ZlibUncompress(compressed, data.size()), data) << size << " q" << quality;
+    }
+    for (int level : {0, 6, 9}) {
+      EXPECT_EQ(Decompress<MZLIBStream>(ZlibCompress(data, level)), data) << size << " l" << level;
+    }
+  }
+  // Quality 100 is level 9: byte for byte what the library makes at that level.
+  std::string data = SampleData(100000);
+  EXPECT_EQ(Compress<MZLIBStream>(data, 100), ZlibCompress(data, 9));
+}
+
+TEST(ZlibStream, LargeSingleWriteAndReadGoThroughTheSmallBlocks) {
+  std::string data = RandomBytes(1 << 20, 3) + SampleData(1 << 20);
+  std::string compressed = Compress<MZLIBStream>(data, 100, false, data.size());
+  EXPECT_EQ(Decompress<MZLIBStream>(compressed, false, data.size() + 10), data);
+}
+
+template <typename T>
+class BothCompressors : public ::testing::Test {};
+using CompressorTypes = ::testing::Types<MZLIBStream, MBZIP2Stream>;
+class CompressorNames {
+ public:
+  template <typename T>
+  static std::string GetName(int) {
+    return std::is_same_v<T, MZLIBStream> ? "zlib" : "bzip2";
+  }
+};
+TYPED_TEST_SUITE(BothCompressors, CompressorTypes, CompressorNames);
+
+TYPED_TEST(BothCompressors, ScrambledRoundTripDiffersFromPlain) {
+  std::string data = SampleData(200000);
+  std::string plain = Compress<TypeParam>(data);
+  std::string scrambled = Compress<TypeParam>(data, 100, true);
+  ASSERT_EQ(plain.size(), scrambled.size());
+  EXPECT_NE(plain, scrambled);
+  // The filter runs on over the whole stream: XOR of both is the key stream.
+  uint8_t state = 0;
+  for (size_t i = 0; i < plain.size(); ++i) {
+    ASSERT_EQ(static_cast<uint8_t>(plain[i] ^ scrambled[i]), state) << "byte " << i;
+    state = static_cast<uint8_t>((state + 0x43) ^ 0x59);
+  }
+  EXPECT_EQ(Decompress<TypeParam>(scrambled, true), data);
+  // Read without the filter, the scrambled stream is not valid data.
+  EXPECT_EQ(ToStd(Failure([&] { Decompress<TypeParam>(scrambled, false); }).message),
+            "Source compressed stream has invalid content.");
+}
+
+TYPED_TEST(BothCompressors, DamagedOrTruncatedInputFailsWithTheMessageNeverShort) {
+  std::string data = RandomBytes(4097, 11);  // barely compressible: over one 4096 block
+  std::string good = Compress<TypeParam>(data);
+  ASSERT_EQ(Decompress<TypeParam>(good), data);
+  std::vector<std::string> bad;
+  for (size_t cut : {size_t{0}, size_t{1}, size_t{10}, good.size() / 2, size_t{4096}, good.size() - 1}) {
+    if (cut < good.size()) bad.push_back(good.substr(0, cut));
+  }
+  std::string flipped = good;
+  flipped[flipped.size() / 2] ^= 0x55;
+  bad.push_back(flipped);
+  bad.push_back(RandomBytes(5000, 5));
+  for (size_t i = 0; i < bad.size(); ++i) {
+    MException e = Failure([&] { Decompress<TypeParam>(bad[i]); });
+    EXPECT_EQ(ToStd(e.message), "Source compressed stream has invalid content.") << "case " << i;
+    EXPECT_EQ(e.code, 256u);
+  }
+}
+
+TYPED_TEST(BothCompressors, SeekToTheStartRewindsTheDecompressor) {
+  std::string data = SampleData(50000);
+  std::string compressed = Compress<TypeParam>(data);
+  MConstMemoryStream source(compressed.data(), static_cast<int64_t>(compressed.size()));
+  TypeParam stream;
+  stream.Init(&source, false);
+  std::string first(30000, '\0');
+  stream.ReadExact(first.data(), 30000);
+  EXPECT_EQ(stream.GetPosition(), 30000);
+  EXPECT_EQ(stream.Seek(0, kSeekBegin), 0);
+  EXPECT_FALSE(stream.IsEnd());
+  EXPECT_EQ(stream.Seek(100, kSeekBegin), 100);  // forward: by reading
+  std::string rest(49900, '\0');
+  stream.ReadExact(rest.data(), 49900);
+  EXPECT_EQ(rest, data.substr(100));
+  char byte;
+  EXPECT_EQ(stream.Read(&byte, 1), 0);
+  EXPECT_TRUE(stream.IsEnd());
+  EXPECT_EQ(ToStd(Failure([&] { stream.Seek(5, kSeekBegin); }).message),
+            "Service \"backward seek in a stream\" is not implemented.");
+  stream.Terminate();
+}
+
+TYPED_TEST(BothCompressors, WrongDirectionAndUseBeforeInit) {
+  MMemoryStream target;
+  TypeParam idle;
+  char byte = 0;
+  EXPECT_EQ(Failure([&] { idle.Read(&byte, 1); }).code, 1u);
+  EXPECT_EQ(Failure([&] { idle.Write(&byte, 1); }).code, 1u);
+  TypeParam writer;
+  writer.Init(&target, true);
+  EXPECT_EQ(ToStd(Failure([&] { writer.Read(&byte, 1); }).message),
+            "Service \"read from stream\" is not implemented.");
+  writer.Terminate();
+  writer.Terminate();  // twice does nothing
+  EXPECT_EQ(Failure([&] { writer.Write(&byte, 1); }).code, 1u);
+  MException e = Failure([] {
+    TypeParam nowhere;
+    nowhere.Init(nullptr, false);
+  });
+  EXPECT_EQ(ToStd(e.message), "Could not initialize inflating.");
+  EXPECT_EQ(e.code, 257u);
+}
+
+TYPED_TEST(BothCompressors, DestroyedUnterminatedWhileCompressingThrows) {
+  const char* expected = std::is_same_v<TypeParam, MZLIBStream> ? "ZLIB stream has not been terminated."
+                                                                 : "BZIP2 stream has not been terminated.";
+  MMemoryStream target;
+  MException e = Failure([&] {
+    TypeParam stream;
+    stream.Init(&target, true);
+    stream.Write("abc", 3);
+  });
+  EXPECT_EQ(ToStd(e.message), expected);
+  EXPECT_EQ(e.code, 256u);
+  // Never initialised (no target), or only reading: nothing to report.
+  EXPECT_NO_THROW({ TypeParam idle; });
+  std::string compressed = Compress<TypeParam>("abc");
+  MConstMemoryStream source(compressed.data(), static_cast<int64_t>(compressed.size()));
+  EXPECT_NO_THROW({
+    TypeParam reader;
+    reader.Init(&source, false);
+  });
+  // Destroyed while another failure unwinds: that failure is the one that arrives.
+  MException first = Failure([&] {
+    TypeParam stream;
+    stream.Init(&target, true);
+    throw MException(MString("first"));
+  });
+  EXPECT_EQ(ToStd(first.message), "first");
+  // A heap object: the memory is returned although the destructor throws.
+  auto* heap = new TypeParam;
+  heap->Init(&target, true);
+  EXPECT_THROW(delete heap, MException);
+}
+
+class Bzip2Command : public ::testing::Test {
+ protected:
+  MTestSandbox sandbox;
+  static void WriteFile(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+  }
+  static int Run(const std::string& command) { return std::system(command.c_str()); }
+};
+
+TEST_F(Bzip2Command, FilesOfTheCommandReadBackAndOursDecompressWithIt) {
+  for (const char* level : {"-1", "-9"}) {
+    std::string data = SampleData(1500000, 21);
+    fs::path plain = sandbox.Root() / "data.bin";
+    WriteFile(plain, data);
+    ASSERT_EQ(Run(std::string("bzip2 -k -f ") + level + " '" + plain.string() + "'"), 0);
+    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(sandbox.Root() / "data.bin.bz2")), data) << level;
+  }
+  for (int quality : {1, 55, 100}) {
+    std::string data = SampleData(400000, quality) + RandomBytes(3000, quality);
+    fs::path packed = sandbox.Root() / "ours.bz2";
+    WriteFile(packed, Compress<MBZIP2Stream>(data, quality, false, 5000));
+    fs::remove(sandbox.Root() / "ours");
+    ASSERT_EQ(Run("bzip2 -d -k -f '" + packed.string() + "'"), 0) << quality;
+    EXPECT_EQ(ReadFileBytes(sandbox.Root() / "ours"), data) << quality;
+  }
+}
+
+}  // namespace
+}  // namespace kx

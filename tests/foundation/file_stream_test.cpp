@@ -1,0 +1,166 @@
+#include "foundation/file_stream.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include "foundation/exception.h"
+#include "foundation/log.h"
+#include "support/sandbox.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+MString PathText(const fs::path& path) { return MString::FromUTF8(path.string()); }
+
+void WriteBytes(const fs::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+MException Failure(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const MException& e) {
+    return e;
+  }
+  return MException(MString("(no exception)"), 9999);
+}
+
+class FileStreamTest : public ::testing::Test {
+ protected:
+  MTestSandbox sandbox;
+  fs::path Path(const char* name) const { return sandbox.Root() / name; }
+};
+
+TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
+  fs::create_directories(Path("folder"));
+  WriteBytes(Path("plain"), "x");
+  struct Case {
+    fs::path path;
+    int mode;
+    std::string message;
+  } cases[] = {
+      {Path("missing.bin"), MFileStream::kModeRead,
+       "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\"."},
+      {Path("missing.bin"), MFileStream::kModeWrite,
+       "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\"."},
+      // A folder that cannot take the file: its parent is a plain file.
+      {Path("plain") / "new.bin", MFileStream::kModeCreate,
+       "File \"{0}\" could not be created. Make sure there is no write-protected file already "
+       "existing.\nError: \"Not a directory\"."},
+      {Path("folder"), MFileStream::kModeCreate,
+       "File \"{0}\" could not be created. Make sure there is no write-protected file already "
+       "existing.\nError: \"Is a directory\"."},
+  };
+  for (const auto& c : cases) {
+    MException e = Failure([&] { MFileStream stream(PathText(c.path), c.mode); });
+    std::string expected = c.message;
+    expected.replace(expected.find("{0}"), 3, c.path.string());
+    EXPECT_EQ(ToStd(e.message), expected);
+    EXPECT_EQ(e.code, 257u);
+  }
+  EXPECT_TRUE(fs::is_directory(Path("folder")));  // creation never removes a folder
+  MException empty = Failure([] { MFileStream stream(MString(""), MFileStream::kModeRead); });
+  EXPECT_EQ(ToStd(empty.message), "Empty filename cannot be created. This is an internal error.");
+}
+
+TEST_F(FileStreamTest, ClosedStreamSaysItIsNotInitialized) {
+  MFileStream stream;
+  char byte = 0;
+  std::function<void()> calls[] = {
+      [&] { stream.Read(&byte, 1); },  [&] { stream.Write(&byte, 1); },
+      [&] { stream.Seek(0, 0); },      [&] { stream.GetPosition(); },
+      [&] { stream.Flush(); },         [&] { stream.IsEnd(); },
+      [&] { stream.Truncate(); },      [&] { stream.GetSize(); },
+  };
+  for (const auto& call : calls) {
+    MException e = Failure(call);
+    EXPECT_EQ(ToStd(e.message), "File stream is not initialized.");
+    EXPECT_EQ(e.code, 258u);
+  }
+  EXPECT_FALSE(stream.IsOpen());
+}
+
+TEST_F(FileStreamTest, CreateReplacesAndReadsBackWhatWasWritten) {
+  WriteBytes(Path("data.bin"), std::string(5000, 'o'));
+  fs::permissions(Path("data.bin"), fs::perms::owner_read);  // a read-only old file goes too
+  {
+    MFileStream stream(PathText(Path("data.bin")), MFileStream::kModeCreate);
+    EXPECT_EQ(stream.GetSizeAtOpening(), 0);
+    stream.Write("abcdef", 6);
+    stream.Seek(2, kSeekBegin);
+    char two[2];
+    EXPECT_EQ(stream.Read(two, 2), 2);  // reading right after writing on one FILE
+    EXPECT_EQ(std::string(two, 2), "cd");
+    stream.Write("XY", 2);              // and writing right after reading
+    EXPECT_EQ(stream.GetSize(), 6);
+    EXPECT_EQ(stream.GetPosition(), 6);
+    stream.Seek(3, kSeekBegin);
+    stream.Truncate();
+    EXPECT_EQ(stream.GetSize(), 3);
+    stream.Close();
+  }
+  EXPECT_EQ(ReadFileBytes(Path("data.bin")), "abc");
+  MFileStream reader(PathText(Path("data.bin")), MFileStream::kModeRead);
+  char buffer[10];
+  EXPECT_EQ(reader.Read(buffer, 10), 3);  // short at the end, no failure
+  EXPECT_EQ(reader.Read(buffer, 10), 0);
+  MException e = Failure([&] { reader.Write("z", 1); });
+  EXPECT_EQ(ToStd(e.message), "Error writing to file \"" + Path("data.bin").string() +
+                                  "\", error \"Bad file descriptor\".");
+  EXPECT_EQ(e.code, 256u);
+}
+
+TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
+  WriteBytes(Path("grow.bin"), "1234");
+  MFileStream reader(PathText(Path("grow.bin")), MFileStream::kModeRead);
+  MFileStream writer(PathText(Path("grow.bin")), MFileStream::kModeWrite);
+  writer.Seek(0, kSeekEnd);
+  writer.Write("5678", 4);
+  writer.Flush();
+  char buffer[4];
+  reader.ReadExact(buffer, 4);
+  EXPECT_TRUE(reader.IsEnd());            // the new bytes are there ...
+  EXPECT_EQ(reader.GetSize(), 8);         // ... and readable,
+  EXPECT_EQ(reader.GetSizeAtOpening(), 4);  // but the end stays where it was
+  EXPECT_EQ(reader.Read(buffer, 4), 4);
+}
+
+TEST_F(FileStreamTest, SeekBeforeTheStartFails) {
+  WriteBytes(Path("s.bin"), "abc");
+  MFileStream stream(PathText(Path("s.bin")), MFileStream::kModeRead);
+  MException e = Failure([&] { stream.Seek(-10, kSeekBegin); });
+  EXPECT_EQ(ToStd(e.message),
+            "Error performing seek \"" + Path("s.bin").string() + "\", error \"Invalid argument\".");
+  EXPECT_EQ(e.code, 256u);
+  EXPECT_EQ(ToStd(Failure([&] { stream.Seek(0, 7); }).message), "Invalid seek origin.");
+  EXPECT_EQ(stream.Seek(1, kSeekEnd), 4);  // past the end is allowed, as in the C library
+}
+
+TEST_F(FileStreamTest, LogIsReplacedEachRunAndWritesCrLfLines) {
+  fs::path log = Path("log.txt");
+  WriteBytes(log, "old run\r\n");
+  MLog::Line(MString("before opening"));  // silently skipped
+  MLog::Open(PathText(log));
+  EXPECT_TRUE(MLog::IsOpen());
+  EXPECT_EQ(ReadFileBytes(log), "");
+  MLog::Line(MString("first"));
+  MLog::Line(MString(u"\nphase \u00e4"));
+  EXPECT_EQ(ReadFileBytes(log), "first\r\n\nphase \xc3\xa4\r\n");  // flushed at once
+  MLog::Close();
+  EXPECT_FALSE(MLog::IsOpen());
+  MLog::Line(MString("after closing"));
+  EXPECT_EQ(ReadFileBytes(log), "first\r\n\nphase \xc3\xa4\r\n");
+  EXPECT_THROW(MLog::Open(PathText(Path("nowhere") / "log.txt")), MException);
+  EXPECT_FALSE(MLog::IsOpen());
+}
+
+}  // namespace
+}  // namespace kx

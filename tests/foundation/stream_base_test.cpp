@@ -1,0 +1,218 @@
+// The base-class behaviour of MStream: messages of services not offered, the
+// byte-wise ReadLine, the forward-only Seek, line writing and the helpers.
+#include "foundation/stream.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+
+namespace kx {
+namespace {
+
+// Offers only Read (and a position), from a string: everything else is the base's.
+class ReadOnlySource : public MStream {
+ public:
+  explicit ReadOnlySource(std::string data) : data_(std::move(data)) {}
+  int64_t Read(void* target, int64_t size) override {
+    int64_t n = std::min(size, static_cast<int64_t>(data_.size()) - position_);
+    if (n <= 0) return 0;
+    std::memcpy(target, data_.data() + position_, static_cast<size_t>(n));
+    position_ += n;
+    return n;
+  }
+  int64_t GetPosition() override { return position_; }
+  int64_t GetSize() override { return static_cast<int64_t>(data_.size()); }
+
+ private:
+  std::string data_;
+  int64_t position_ = 0;
+};
+
+// Offers only Write, recording every call separately.
+class WriteRecorder : public MStream {
+ public:
+  void Write(const void* data, int64_t size) override {
+    writes.emplace_back(static_cast<const char*>(data), static_cast<size_t>(size));
+  }
+  std::string All() const {
+    std::string all;
+    for (const auto& w : writes) all += w;
+    return all;
+  }
+  std::vector<std::string> writes;
+};
+
+// The expected failure, message and code both.
+void ExpectFailure(const std::function<void()>& body, const char* message, uint32_t code) {
+  try {
+    body();
+    ADD_FAILURE() << "no exception, expected: " << message;
+  } catch (const MException& e) {
+    EXPECT_EQ(ToStd(e.message), message);
+    EXPECT_EQ(e.code, code) << message;
+  }
+}
+
+TEST(StreamBase, ServicesNotOfferedThrowCodeOneWithTheirName) {
+  MStream plain;
+  char byte = 0;
+  struct Case {
+    std::function<void()> call;
+    const char* message;
+  } cases[] = {
+      {[&] { plain.GetSubstream(); }, "Service \"return substream\" is not implemented."},
+      {[&] { plain.Write(&byte, 1); }, "Service \"write to stream\" is not implemented."},
+      {[&] { plain.Read(&byte, 1); }, "Service \"read from stream\" is not implemented."},
+      {[&] { plain.GetPosition(); }, "Service \"get stream position\" is not implemented."},
+      {[&] { plain.Flush(); }, "Service \"flush stream\" is not implemented."},
+      {[&] { plain.IsEnd(); }, "Service \"end of stream test\" is not implemented."},
+      {[&] { plain.Truncate(); }, "Service \"truncate stream\" is not implemented."},
+      {[&] { plain.GetSize(); }, "Service \"stream size detection\" is not implemented."},
+      {[&] { plain.WriteFill(3); }, "Service \"write to stream\" is not implemented."},
+  };
+  for (const auto& c : cases) ExpectFailure(c.call, c.message, 1);
+  EXPECT_TRUE(plain.IsOpen());
+}
+
+TEST(StreamBase, WriteFillGoesOutInBlocksOfAtMost1024) {
+  struct Case {
+    int64_t count;
+    std::vector<size_t> writes;
+  } cases[] = {{0, {}}, {1, {1}}, {1024, {1024}}, {1025, {1024, 1}}, {3000, {1024, 1024, 952}}};
+  for (const auto& c : cases) {
+    WriteRecorder recorder;
+    recorder.WriteFill(c.count);
+    std::vector<size_t> sizes;
+    for (const auto& w : recorder.writes) sizes.push_back(w.size());
+    EXPECT_EQ(sizes, c.writes) << "count " << c.count;
+  }
+}
+
+struct LineCase {
+  const char* name;
+  std::string input;
+  int64_t bufferSize;
+  std::vector<std::pair<int, std::string>> expected;  // results until the first 2
+};
+
+class ReadLineTest : public ::testing::TestWithParam<LineCase> {};
+
+// The byte-wise base form and the quick form of the memory streams must agree.
+TEST_P(ReadLineTest, BaseAndMemoryFormsGiveTheSameLines) {
+  const LineCase& c = GetParam();
+  ReadOnlySource base(c.input);
+  MMemoryStream memory;
+  memory.Write(c.input.data(), static_cast<int64_t>(c.input.size()));
+  memory.Seek(0, kSeekBegin);
+  MConstMemoryStream constant(c.input.data(), static_cast<int64_t>(c.input.size()));
+  for (MStream* stream : std::initializer_list<MStream*>{&base, &memory, &constant}) {
+    std::vector<std::pair<int, std::string>> got;
+    std::vector<char> buffer(static_cast<size_t>(std::max<int64_t>(c.bufferSize, 1)), 'X');
+    for (int guard = 0; guard < 20; ++guard) {
+      int result = stream->ReadLine(buffer.data(), c.bufferSize);
+      got.emplace_back(result, c.bufferSize > 0 ? std::string(buffer.data()) : std::string());
+      if (result == kLineEnd || c.bufferSize < 2) break;
+    }
+    EXPECT_EQ(got, c.expected) << c.name;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, ReadLineTest,
+    ::testing::Values(
+        LineCase{"crlf", "a\r\nb", 16, {{0, "a"}, {0, "b"}, {2, ""}}},
+        LineCase{"lf_end", "one\ntwo\n", 16, {{0, "one"}, {0, "two"}, {2, ""}}},
+        LineCase{"zero_byte_ends_line", std::string("ab\0cd", 5), 16, {{0, "ab"}, {0, "cd"}, {2, ""}}},
+        LineCase{"empty_lines", "\n\r\n", 16, {{0, ""}, {0, ""}, {2, ""}}},
+        LineCase{"lone_cr_at_end", "x\n\r", 16, {{0, "x"}, {0, ""}, {2, ""}}},
+        LineCase{"buffer_fills", "abcdef\n", 4, {{1, "abc"}, {1, "def"}, {0, ""}, {2, ""}}},
+        LineCase{"empty_input", "", 16, {{2, ""}}},
+        LineCase{"size_one", "abc", 1, {{1, ""}}},
+        LineCase{"size_zero", "abc", 0, {{1, ""}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(StreamBase, SeekGoesForwardByReadingAndRefusesBackward) {
+  ReadOnlySource source("0123456789");
+  EXPECT_EQ(source.Seek(3, kSeekBegin), 3);
+  EXPECT_EQ(source.Seek(2, kSeekCurrent), 5);
+  char byte;
+  source.Read(&byte, 1);
+  EXPECT_EQ(byte, '5');
+  EXPECT_EQ(source.Seek(-2, kSeekEnd), 8);
+  EXPECT_EQ(source.Seek(100, kSeekCurrent), 10);  // stops at the end
+  ExpectFailure([&] { source.Seek(1, kSeekBegin); },
+                "Service \"backward seek in a stream\" is not implemented.", 1);
+  for (int origin : {-1, 3, 42}) {
+    ExpectFailure([&] { source.Seek(0, origin); }, "Invalid seek origin.", 2);
+  }
+}
+
+TEST(StreamBase, LinesAreOneWriteInUtf8OrRawExternalBytes) {
+  WriteRecorder recorder;
+  recorder.WriteLine(MString("abc"), false);
+  recorder.WriteLine(MString(u"\u00e9\u20ac"), true);
+  recorder.WriteString(MString("\xe9"));  // an external 8-bit string goes out as it is
+  ASSERT_EQ(recorder.writes.size(), 3u);
+  EXPECT_EQ(recorder.writes[0], "abc\r\n");
+  EXPECT_EQ(recorder.writes[1], "\xc3\xa9\xe2\x82\xac\n");
+  EXPECT_EQ(recorder.writes[2], "\xe9");
+}
+
+TEST(StreamBase, LineHelpers) {
+  std::string longLine(3000, 'q');
+  ReadOnlySource source("first\r\n" + longLine + "\n\xc3\xa9t\xc3\xa9\nlast");
+  MString line;
+  source.ReadLineString(line);
+  EXPECT_EQ(ToStd(line), "first");
+  source.ReadLineString(line);  // longer than one buffer
+  EXPECT_EQ(ToStd(line), longLine);
+  MString text;
+  EXPECT_EQ(source.ReadLines(text, 5), 2);  // stops quietly at the end
+  EXPECT_EQ(ToStd(text), "\xc3\xa9t\xc3\xa9\nlast");
+  ExpectFailure([&] { source.ReadLineString(line); }, "Could not load a line from stream.", 0);
+  EXPECT_EQ(source.ReadLines(text, 3), 0);
+  EXPECT_TRUE(text.IsEmpty());
+}
+
+TEST(StreamBase, ReadExactFailsOnAShortRead) {
+  ReadOnlySource source("abc");
+  char buffer[4];
+  source.ReadExact(buffer, 2);
+  ExpectFailure([&] { source.ReadExact(buffer, 2); }, "Could not read the required data from stream.",
+                256);
+}
+
+TEST(StreamBase, HexRoundTripInUpperCaseAcrossBlocks) {
+  std::string bytes;
+  for (int i = 0; i < 300; ++i) bytes += static_cast<char>(i * 7);
+  WriteRecorder recorder;
+  recorder.WriteHex(bytes.data(), static_cast<int64_t>(bytes.size()));
+  std::vector<size_t> sizes;
+  for (const auto& w : recorder.writes) sizes.push_back(w.size());
+  EXPECT_EQ(sizes, (std::vector<size_t>{256, 256, 88}));
+  std::string text = recorder.All();
+  EXPECT_EQ(text.substr(0, 8), "00070E15");
+  EXPECT_EQ(text.find_first_of("abcdef"), std::string::npos);
+
+  ReadOnlySource source(text);
+  std::string back(300, '\0');
+  EXPECT_EQ(source.ReadHex(back.data(), 400), 300);  // the text ends first
+  EXPECT_EQ(back, bytes);
+
+  ReadOnlySource lower("ff0a");
+  unsigned char two[2];
+  EXPECT_EQ(lower.ReadHex(two, 2), 2);
+  EXPECT_EQ(two[0], 0xff);
+  ReadOnlySource bad("0g");
+  ExpectFailure([&] { bad.ReadHex(two, 1); }, "Invalid character to be converted to a number.", 0);
+}
+
+}  // namespace
+}  // namespace kx
