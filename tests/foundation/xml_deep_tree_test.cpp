@@ -1,0 +1,88 @@
+// Trees far deeper than any call stack would allow if a walk recursed: every
+// operation must keep its position in the tree itself or on the heap.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "foundation/memory_stream.h"
+#include "foundation/xml_item.h"
+#include "foundation/xml_iterator.h"
+#include "xml_test_support.h"
+
+namespace kx {
+namespace {
+
+constexpr int kDepth = 100000;
+
+void BuildChain(MXMLItem& root, int depth) {
+  root.name = "n";
+  MXMLItem* item = &root;
+  for (int i = 1; i < depth; ++i) {
+    item = &item->AddSubItem("n");
+    item->SetAttribute("d", int32_t{i});
+  }
+  item->value = "leaf";
+}
+
+int ChainDepth(const MXMLItem& root, const MXMLItem** leaf) {
+  int depth = 1;
+  const MXMLItem* item = &root;
+  while (item->firstSubItem) {
+    item = item->firstSubItem;
+    ++depth;
+  }
+  *leaf = item;
+  return depth;
+}
+
+TEST(XMLDeepTreeTest, BuildCopyMergeWalkAndFree) {
+  auto* root = new MXMLItem;
+  BuildChain(*root, kDepth);
+  {
+    MXMLItem copy;
+    copy.CopyFrom(*root);
+    const MXMLItem* leaf;
+    EXPECT_EQ(ChainDepth(copy, &leaf), kDepth);
+    EXPECT_EQ(ToStd(leaf->value.AsString()), "leaf");
+    EXPECT_EQ(leaf->GetAttribute("d").AsInt(), kDepth - 1);
+  }
+  MXMLItem merged("m");
+  merged.Merge(*root);
+  const MXMLItem* leaf;
+  EXPECT_EQ(ChainDepth(merged, &leaf), kDepth);
+  MXMLIterator it;
+  int visited = 0;
+  for (MXMLItem* item = it.Begin(*root); item; item = it.Next()) ++visited;
+  EXPECT_EQ(visited, kDepth);
+  delete root;  // the destructor must not recurse either
+  merged.Clear();
+  EXPECT_EQ(merged.subItemCount, 0);
+}
+
+TEST(XMLDeepTreeTest, WriteAndParseBothForms) {
+  MXMLItem root;
+  BuildChain(root, kDepth);
+  for (bool compact : {false, true}) {
+    SCOPED_TRACE(compact);
+    MMemoryStream stream;
+    root.SaveXML(stream, false, compact);
+    stream.Seek(0, kSeekBegin);
+    MXMLItem back;
+    back.LoadXML(stream);
+    const MXMLItem* leaf;
+    EXPECT_EQ(ChainDepth(back, &leaf), kDepth);
+    EXPECT_EQ(ToStd(leaf->value.AsString()), "leaf");
+  }
+}
+
+TEST(XMLDeepTreeTest, UnclosedDeepDocumentLoads) {
+  std::string document;
+  for (int i = 0; i < kDepth; ++i) document += "<a>";
+  MXMLItem root;
+  LoadText(root, document);
+  const MXMLItem* leaf;
+  EXPECT_EQ(ChainDepth(root, &leaf), kDepth);
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,186 @@
+#include "foundation/xml_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+#include "foundation/xml_item.h"
+#include "xml_test_support.h"
+
+namespace kx {
+namespace {
+
+struct ParseCase {
+  const char* input;
+  const char* expected;  // Picture of the tree, or "!" and the message
+};
+
+// What the parser accepts and what it refuses, with the exact messages.
+const ParseCase kParseCases[] = {
+    // blanks and attribute forms
+    {"<a  b = \"1\"   />", "a{b=1}"},
+    {"<a b=1>", "a{b=1}"},
+    {"<a b='1'>", "a{b='1'}"},
+    {"<a b = x&amp;y c=\"\"/>", "a{b=x&y,c=}"},
+    {"<a b=\"one\ntwo\"/>", "a{b=one two}"},
+    {"<a b=\"&#10;y\" c=\"&lt;&gt;&apos;&quot;\"/>", "a{b=\ny,c=<>'\"}"},
+    {"<a\n\tb\n=\n\"1\"\n/\n>", "a{b=1}"},
+    {"<a x=\"1\" x=\"2\"/>", "a{x=1,x=2}"},
+    {"<a ?>", "a"},
+    // names and structure
+    {"<A></a>", "A"},
+    {"<a><b><c/></B><d/></a>", "a[b[c];d]"},
+    {"<a>x<b/>y</a>", "a(x y)[b]"},
+    {"<a><b>unclosed", "a[b(unclosed)]"},
+    {"<a/>trailing text <<< never read", "a"},
+    {"<a/><b/>", "a"},
+    {"<\xc3\xa4 \xc3\xbc=\"\xe2\x82\xac\"/>", "\xc3\xa4{\xc3\xbc=\xe2\x82\xac}"},
+    {"<a.b-c:d_e x?=1/>", "a.b-c:d_e{x?=1}"},
+    // text, blanks and entities
+    {"<a>  one \t two\n\n three  </a>", "a(one two three)"},
+    {"<a>&unknown; &#65; &amp</a>", "a(&unknown; &#65; &amp)"},
+    {"<a>&amp;lt;</a>", "a(&lt;)"},
+    {"<a>&lt;&gt;&apos;&quot;&amp;</a>", "a(<>'\"&)"},
+    {"<a>1 &lt; 2 > 0 = \"x\" / !</a>", "a(1 < 2 > 0 = \"x\" / !)"},
+    {"<a>line&#10;next</a>", "a(line\nnext)"},
+    // sections, comments, declarations
+    {"<a><![CDATA[ <b>&amp; ]]></a>", "a(<b>&amp;)"},
+    {"<a>x<![cdata[y]]>z</a>", "a(x y z)"},
+    {"<a><![CDATA[one\ntwo]]></a>", "a(one two)"},
+    {"<a><![CDATA[   ]]></a>", "a"},
+    {"<a><![OTHER[skipped]]></a>", "a"},
+    {"<a><!-- <b/> -- x --><c/></a>", "a[c]"},
+    {"<!----><a/>", "a"},
+    {"<!-- line\n<b/>\nline --><a/>", "a"},
+    {"<!DOCTYPE a \"x>y\"><a/>", "a"},
+    {"<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<a/>", "a"},
+    {"<?xml version=\"1.0\"?><?other x=\"1\"?><a/>", "a"},
+    {"\xef\xbb\xbf<a>x</a>", "a(x)"},
+    // documents without elements
+    {"", "!The XML does not contain any elements."},
+    {"  \n\t\n", "!The XML does not contain any elements."},
+    {"<?xml version=\"1.0\"?>\n<!-- only a comment -->", "!The XML does not contain any elements."},
+    // refusals
+    {"<a></b>", "!Invalid file contents. Invalid closing element name."},
+    {"<a><b></a>", "!Invalid file contents. Invalid closing element name."},
+    {"</a>", "!Invalid file contents. Invalid closing element name."},
+    {"<a></a b>", "!Invalid file contents. Invalid closing element syntax. 'a'"},
+    {"<a></a", "!Invalid file contents. Invalid closing element syntax. 'a'"},
+    {"<a><>", "!Invalid file contents. No element name found. '>'"},
+    {"<a><=x>", "!Invalid file contents. No element name found. '='"},
+    {"<", "!Invalid file contents. No element name found. ''"},
+    {"<a ? x>", "!Invalid file contents. Invalid special element sequence. 'x'"},
+    {"<a ? =>", "!Invalid file contents. Invalid special element sequence. '='"},
+    {"<a b>", "!Invalid file contents. Invalid character found where attribute was expected. '>'"},
+    {"<a b='1 2'>", "!Invalid file contents. Invalid character found where attribute was expected. '>'"},
+    {"<a b c=1>", "!Invalid file contents. Invalid character found where attribute was expected. 'c'"},
+    {"<a b", "!Invalid file contents. Invalid character found where attribute was expected. ''"},
+    {"<a/x>", "!Invalid file contents. Invalid element finishing sequence. 'x'"},
+    {"<a//>", "!Invalid file contents. Invalid element finishing sequence. '/'"},
+    {"<a b=\"1\"=>", "!Invalid file contents. Special character found where attribute was expected. '='"},
+    {"<a \"b\">", "!Invalid file contents. Special character found where attribute was expected. '\"'"},
+    {"<a b=\"1", "!Invalid file contents. No ending delimiter found."},
+    {"<a><!-- open", "!Invalid file contents. No ending delimiter found."},
+    {"<a><![CDATA[open]]", "!Invalid file contents. No ending delimiter found."},
+    {"<!DOCTYPE \"a>", "!Invalid file contents. No ending delimiter found."},
+    {"text<a/>", "!Text outside of any element. 'text'"},
+    {"0123456789012345678901234567890123456789 <a/>",
+     "!Text outside of any element. '01234567890123456789012345678901'"},
+    {"<?xml encoding=\"no-such\"?>\n<a/>", "!No codec found for encoding no-such."},
+};
+
+class XMLParseCaseTest : public ::testing::TestWithParam<ParseCase> {};
+
+TEST_P(XMLParseCaseTest, GivesTreeOrMessage) {
+  EXPECT_EQ(ParseOrFailure(GetParam().input), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, XMLParseCaseTest, ::testing::ValuesIn(kParseCases),
+                         [](const ::testing::TestParamInfo<ParseCase>& info) {
+                           return "Case" + std::to_string(info.index);
+                         });
+
+TEST(XMLParserTest, ParseFailuresCarryCode256) {
+  for (const char* input : {"<a></b>", "<a b>", "<a b=\"1", "<"}) {
+    SCOPED_TRACE(input);
+    MXMLItem root;
+    try {
+      LoadText(root, input);
+      ADD_FAILURE() << "no failure";
+    } catch (const MException& failure) {
+      EXPECT_EQ(failure.code, 256u);
+    }
+  }
+}
+
+TEST(XMLParserTest, EncodingInstructionSwitchesCodecFromNextLine) {
+  // Windows-1252: E9 is U+00E9, 80 the euro sign U+20AC, FC U+00FC.
+  const std::string document =
+      "<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n<a v=\"\xe9\x80\">\xfc</a>";
+  MXMLItem root;
+  LoadText(root, document);
+  EXPECT_EQ(root.GetAttribute("v").AsString(), MString(u"\u00e9\u20ac"));
+  EXPECT_EQ(root.value.AsString(), MString(u"\u00fc"));
+}
+
+TEST(XMLParserTest, LongDocumentAcrossReaderBuffers) {
+  // Lines longer than the reader's buffer and values running over many lines.
+  std::string long_value(5000, 'v');
+  std::string document = "<root>\n";
+  for (int i = 0; i < 300; ++i)
+    document += "<item n=\"" + std::to_string(i) + "\" long=\"" + long_value + "\">text " + std::to_string(i) +
+                "\n continues</item>\n";
+  document += "</root>\n";
+  MXMLItem root;
+  LoadText(root, document);
+  ASSERT_EQ(root.subItemCount, 300);
+  MXMLItem& last = root.GetSubItemIndexed(299);
+  EXPECT_EQ(last.GetAttribute("n").AsInt(), 299);
+  EXPECT_EQ(last.GetAttribute("long").AsString().Length(), 5000);
+  EXPECT_EQ(ToStd(last.value.AsString()), "text 299 continues");
+}
+
+// A handler of its own sees the events in order and can stop the parse.
+class MRecordingHandler : public MXMLHandler {
+ public:
+  explicit MRecordingHandler(int stopAfter) : stopAfter_(stopAfter) {}
+  bool OnElement(const MString& name, const MXMLParsedAttributes* attributes, bool closing) override {
+    std::string event = (closing ? "/" : "<") + ToStd(name);
+    if (attributes)
+      for (const MXMLParsedAttribute& attribute : *attributes)
+        event += " " + ToStd(attribute.name) + "=" + ToStd(attribute.value);
+    events.push_back(event);
+    return static_cast<int>(events.size()) == stopAfter_;
+  }
+  bool OnText(const MString& text) override {
+    events.push_back("'" + ToStd(text) + "'");
+    return static_cast<int>(events.size()) == stopAfter_;
+  }
+  std::vector<std::string> events;
+
+ private:
+  int stopAfter_;
+};
+
+TEST(XMLParserTest, HandlerSeesEventsAndStopsTheParse) {
+  const std::string document = "<?xml version=\"1.0\"?> <a x=\"1\">  hello   world <b/></a> after <c/>";
+  {
+    MConstMemoryStream stream(document.data(), static_cast<int64_t>(document.size()));
+    MRecordingHandler handler(0);
+    EXPECT_TRUE(MXMLParser(stream).Parse(handler));
+    const std::vector<std::string> expected = {"<a x=1", "'hello world '", "<b", "/b", "/a", "'after '", "<c", "/c"};
+    EXPECT_EQ(handler.events, expected);
+  }
+  {
+    MConstMemoryStream stream(document.data(), static_cast<int64_t>(document.size()));
+    MRecordingHandler handler(3);
+    EXPECT_TRUE(MXMLParser(stream).Parse(handler));
+    EXPECT_EQ(handler.events.size(), 3u);
+  }
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,187 @@
+#include "foundation/xml_writer.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <string>
+
+#include "foundation/exception.h"
+#include "foundation/memory_stream.h"
+#include "foundation/xml_item.h"
+#include "xml_test_support.h"
+
+namespace kx {
+namespace {
+
+// r a="1" b="x<y"
+//   c (text)   d   e > f g="&\n"
+void BuildSmallTree(MXMLItem& root) {
+  root.name = "r";
+  root.SetAttribute("a", int32_t{1});
+  root.SetAttribute("b", "x<y");
+  root.AddSubItem("c").value = "text";
+  root.AddSubItem("d");
+  root.AddSubItem("e").AddSubItem("f").SetAttribute("g", "&\n");
+}
+
+TEST(XMLWriterTest, PrettyFormByteExact) {
+  MXMLItem root;
+  BuildSmallTree(root);
+  EXPECT_EQ(SavedText(root, false),
+            "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+            "<r a=\"1\" b=\"x&lt;y\">\n"
+            "\t<c>\n"
+            "\t\ttext\n"
+            "\t</c>\n"
+            "\t<d/>\n"
+            "\t<e>\n"
+            "\t\t<f g=\"&amp;&#10;\"/>\n"
+            "\t</e>\n"
+            "</r>\n");
+}
+
+TEST(XMLWriterTest, CompactFormByteExact) {
+  MXMLItem root;
+  BuildSmallTree(root);
+  EXPECT_EQ(SavedText(root, true),
+            "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+            "<r a=\"1\" b=\"x&lt;y\"><c>text</c>\n"
+            "<d/>\n"
+            "<e><f g=\"&amp;&#10;\"/></e>\n"
+            "</r>\n");
+}
+
+TEST(XMLWriterTest, RootAloneAndRootWithValue) {
+  MXMLItem root("only");
+  EXPECT_EQ(SavedText(root, false), "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<only/>\n");
+  root.value = int64_t{-5};
+  EXPECT_EQ(SavedText(root, true), "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<only>-5</only>\n");
+}
+
+TEST(XMLWriterTest, IndentStopsAt32Tabs) {
+  MXMLItem root("n");
+  MXMLItem* item = &root;
+  for (int i = 0; i < 40; ++i) item = &item->AddSubItem("n");
+  std::string text = SavedText(root, false);
+  EXPECT_NE(text.find("\n" + std::string(32, '\t') + "<n/>\n"), std::string::npos);
+  EXPECT_EQ(text.find(std::string(33, '\t')), std::string::npos);
+}
+
+TEST(XMLWriterTest, EmptyNameRefusedInCompactFormOnly) {
+  MXMLItem root("r");
+  root.AddSubItem("");
+  EXPECT_EQ(SavedText(root, false), "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n\t</>\n</r>\n");
+  try {
+    SavedText(root, true);
+    ADD_FAILURE() << "no failure";
+  } catch (const MException& failure) {
+    EXPECT_EQ(ToStd(failure.message), "XML entity cannot have empty name.");
+  }
+}
+
+TEST(XMLWriterTest, LongValuesBreakAtFirstBlankAfter60Units) {
+  struct Case {
+    std::string value;
+    std::string lines;  // the value's lines as written, each after two tabs
+  };
+  const std::string a59(59, 'a'), c70(70, 'c'), x60(60, 'x');
+  const Case cases[] = {
+      {"short words only", "short words only\n"},
+      {x60, x60 + "\n"},
+      {x60 + " y", x60 + "\ny\n"},
+      {a59 + " b " + c70 + " d", a59 + " b\n" + c70 + "\nd\n"},
+      {std::string(200, 'z'), std::string(200, 'z') + "\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.value);
+    MXMLItem root("r");
+    root.AddSubItem("v").value = MString::FromBytes(c.value);
+    std::string lines;
+    size_t start = 0;
+    while (start < c.lines.size()) {
+      size_t end = c.lines.find('\n', start);
+      lines += "\t\t" + c.lines.substr(start, end + 1 - start);
+      start = end + 1;
+    }
+    EXPECT_EQ(SavedText(root, false),
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n\t<v>\n" + lines + "\t</v>\n</r>\n");
+    // The compact form never breaks, and both read back to the value.
+    EXPECT_NE(SavedText(root, true).find("<v>" + c.value + "</v>"), std::string::npos);
+    for (bool compact : {false, true}) {
+      MXMLItem back;
+      LoadText(back, SavedText(root, compact));
+      EXPECT_EQ(ToStd(back.GetSubItem("v").value.AsString()), c.value);
+    }
+  }
+}
+
+TEST(XMLWriterTest, EscapingRoundTripsThroughBothForms) {
+  const char* const texts[] = {
+      "a&b<c>d'e\"f", "line\nfeed", "&amp; stays literal", "&#10;", "\n", "tail&", "&lt;&gt;",
+  };
+  for (const char* text : texts) {
+    SCOPED_TRACE(text);
+    MXMLItem root("r");
+    root.SetAttribute("attr", text);
+    root.AddSubItem("v").value = text;
+    for (bool compact : {false, true}) {
+      std::string saved = SavedText(root, compact);
+      MXMLItem back;
+      LoadText(back, saved);
+      EXPECT_EQ(ToStd(back.GetAttribute("attr").AsString()), text);
+      MString expected(text);
+      expected.Trim();  // element text is trimmed, attributes are not
+      EXPECT_EQ(ToStd(back.GetSubItem("v").value.AsString()), ToStd(expected));
+    }
+  }
+}
+
+TEST(XMLWriterTest, LineFeedInAttributeIsWrittenAsEntity) {
+  MXMLItem root("r");
+  root.SetAttribute("text", "one\ntwo");
+  std::string saved = SavedText(root, false);
+  EXPECT_NE(saved.find("text=\"one&#10;two\""), std::string::npos);
+  MXMLItem back;
+  LoadText(back, saved);
+  EXPECT_EQ(ToStd(back.GetAttribute("text").AsString()), "one\ntwo");
+}
+
+TEST(XMLWriterTest, CompressedSaveIsDeflatedCompactText) {
+  MXMLItem root;
+  BuildSmallTree(root);
+  MMemoryStream packed;
+  root.SaveXML(packed, true, false);
+  std::string inflated(4096, '\0');
+  uLongf size = inflated.size();
+  ASSERT_EQ(uncompress(reinterpret_cast<Bytef*>(inflated.data()), &size,
+                       reinterpret_cast<const Bytef*>(packed.Data()), static_cast<uLong>(packed.Size())),
+            Z_OK);
+  inflated.resize(size);
+  EXPECT_EQ(inflated, SavedText(root, true));
+}
+
+TEST(XMLWriterTest, TypedValuesAndBuffersReadBackAsText) {
+  MXMLItem root("r");
+  root.SetAttribute("i", int64_t{-9000000000});
+  root.SetAttribute("d", 0.5);
+  const unsigned char bytes[] = {0, 1, 2, 0xff, '<', '&'};
+  MXMLItem& plain = root.AddSubItem("plain");
+  plain.SetValueBuffer(bytes, sizeof(bytes), false);
+  MXMLItem& packed = root.AddSubItem("packed");
+  packed.SetValueBuffer(bytes, sizeof(bytes), true);
+  MXMLItem back;
+  LoadText(back, SavedText(root, false));
+  EXPECT_EQ(back.GetAttribute("i").AsInt64(), -9000000000);
+  EXPECT_EQ(back.GetAttribute("d").AsReal(), 0.5);
+  for (const char* name : {"plain", "packed"}) {
+    SCOPED_TRACE(name);
+    unsigned char out[sizeof(bytes)] = {};
+    EXPECT_EQ(back.GetSubItem(name).GetValueBuffer(out, sizeof(out), true, MXMLItem::kBufferExact),
+              static_cast<int64_t>(sizeof(bytes)));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(out), sizeof(out)),
+              std::string(reinterpret_cast<const char*>(bytes), sizeof(bytes)));
+  }
+}
+
+}  // namespace
+}  // namespace kx
