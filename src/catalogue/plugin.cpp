@@ -1,0 +1,60 @@
+#include "catalogue/plugin.h"
+
+#include "catalogue/definition_schema.h"
+#include "catalogue/settings_node.h"
+#include "foundation/xml_item.h"
+
+namespace kx {
+namespace {
+
+const MXMLName kInstall("Install");
+const MXMLName kInstalled("Installed");
+const MXMLName kUninstall("Uninstall");
+
+}  // namespace
+
+MArray<MString> SplitContents(const MString& text) {
+  MArray<MString> fields;
+  text.Split(';', fields);
+  MArray<MString> result;
+  for (MString& field : fields) {
+    field.Trim();
+    if (!field.IsEmpty()) result.Add(field);
+  }
+  return result;
+}
+
+Plugin::Plugin(CatalogueOwner* owner, const CategoryDefinition& category,
+               const PluginDefinition& definition, MXMLItem& settingsNode)
+    : Owner(owner), ItemNode(definition.node), SettingsNode(&settingsNode) {
+  Name = definition.name;
+  NameVisual = definition.nameVisual;
+  Contents = SplitContents(definition.contentsText);
+  Flags = definition.flags;
+  Bundles = definition.bundles;
+  MinVersion = definition.minVersion;
+  All = definition.all;
+  CustomGui = definition.customGui;
+  Postfix = definition.postfix;
+  Category = category.name;
+  IsInstrument = category.name == kInstrumentsCategory;
+  Installed = ReadSettingBool(settingsNode, kInstalled, false);
+  Install = ReadSettingBool(settingsNode, kInstall, false);
+  Uninstall = ReadSettingBool(settingsNode, kUninstall, false);
+  nameList_.Add(Name);
+}
+
+Plugin* Plugin::Create(CatalogueOwner* owner, const CategoryDefinition& category,
+                       MXMLItem& itemElement, MXMLItem& pluginSettings) {
+  PluginDefinition definition = ReadPluginDefinition(itemElement);
+  MXMLItem& settings = FindOrMakeSettingsItem(pluginSettings, definition.name);
+  return new Plugin(owner, category, definition, settings);
+}
+
+void Plugin::Save() {
+  WriteSettingBool(*SettingsNode, kInstall, Install);
+  WriteSettingBool(*SettingsNode, kInstalled, Installed);
+  WriteSettingBool(*SettingsNode, kUninstall, Uninstall);
+}
+
+}  // namespace kx

@@ -1,0 +1,56 @@
+#include "catalogue/self_update_list.h"
+
+#include "catalogue/settings_node.h"
+#include "foundation/exception.h"
+#include "foundation/format.h"
+#include "foundation/log.h"
+#include "foundation/xml_item.h"
+#include "foundation/xml_iterator.h"
+
+namespace kx {
+namespace {
+
+const MXMLName kInstallers("kestrix_installers");
+const MXMLName kName("name");
+const MXMLName kKestrix("kestrix");
+const MXMLName kVersion("version");
+const MXMLName kSetupName("setupname");
+const char* const kPlatformItem = "AVAILABLE_VERSIONS_PC";
+
+bool IsPlatformItem(const MXMLItem& item) {
+  if (HasSetting(item, kName))
+    return ReadSettingString(item, kName, MString()).EqualsNoCase(kPlatformItem);
+  return item.name.EqualsNoCase(kPlatformItem);
+}
+
+// The first "kestrix" element below `item`, depth first in file order.
+MXMLItem* FindKestrixElement(MXMLItem& item) {
+  MXMLIterator walk;
+  for (MXMLItem* at = walk.Begin(item); at; at = walk.Next()) {
+    if (at != &item && kKestrix.MatchesText(at->name)) return at;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+SelfUpdateEntry FindSelfUpdateEntry(MXMLItem& list) {
+  for (MXMLItem& installers : MXMLNameIterator(list, kInstallers)) {
+    for (MXMLItem* item = installers.firstSubItem; item; item = item->next) {
+      if (!IsPlatformItem(*item)) continue;
+      MXMLItem* found = FindKestrixElement(*item);
+      if (!found) continue;
+      SelfUpdateEntry entry;
+      entry.node = found;
+      entry.version = found->GetAttribute(kVersion).AsString();
+      entry.setupName = found->GetAttribute(kSetupName).AsString();
+      return entry;
+    }
+  }
+  MLog::Line(
+      MFormat("No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted. "));
+  throw MException(
+      MFormat("No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted."));
+}
+
+}  // namespace kx

@@ -1,0 +1,264 @@
+// Package records: folder path and key, database versions, settings state.
+#include "catalogue/package.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "catalogue/catalogue_owner.h"
+#include "catalogue/definition_schema.h"
+#include "catalogue/settings_node.h"
+#include "catalogue_fixture.h"
+#include "foundation/exception.h"
+#include "foundation/file_ops.h"
+#include "foundation/log.h"
+#include "foundation/run_state.h"
+#include "support/sandbox.h"
+
+namespace kx {
+namespace {
+
+using testing::AddDatabaseEntry;
+using testing::AddFiles;
+using testing::Text;
+
+struct PathCase {
+  const char* path;
+  const char* folder;
+  const char* key;
+  bool effects;
+};
+
+void PrintTo(const PathCase& c, std::ostream* out) {
+  *out << c.path;
+}
+
+class PackagePathTest : public ::testing::TestWithParam<PathCase> {};
+
+TEST_P(PackagePathTest, FolderKeyAndFiles) {
+  const PathCase& c = GetParam();
+  testing::CatalogueTrees trees;
+  MXMLItem& files = AddFiles(trees.definition, {c.path, "", "global"});
+  std::unique_ptr<Package> package(
+      Package::Create(nullptr, files, trees.database, trees.packageSettings));
+  EXPECT_EQ(ToStd(package->FolderPath), c.folder);
+  EXPECT_EQ(ToStd(package->Key), c.key);
+  EXPECT_EQ(ToStd(package->GetName()), c.key);
+  EXPECT_EQ(package->IsEffectsBinary(), c.effects);
+  // The settings item is named by the key, not by the path.
+  EXPECT_EQ(FindSettingsItem(trees.packageSettings, Text(c.key)), package->GetSettingsNode());
+
+  package->CurrentPackageVersion = "16.01";
+  std::string remote = std::string("/download/") + c.folder + "/" + c.key + "_16.01.pkgm";
+  EXPECT_EQ(ToStd(package->GetRemoteFile()), remote);
+  EXPECT_EQ(ToStd(package->GetRemoteMD5File()), remote + ".md5");
+  EXPECT_EQ(ToStd(package->GetLocalFolder(false)), c.folder);
+  EXPECT_EQ(ToStd(package->GetLocalFolder(true)), std::string("Vorlund/") + c.folder);
+}
+
+const PathCase kPaths[] = {
+    {"BINEffects/binx64", "PKG/BINEffects/binx64", "BINEffects_binx64", true},
+    {"BINEffectsMac/bin", "PKG/BINEffectsMac/bin", "BINEffectsMac_bin", true},
+    {"BINEffects/binx86", "PKG/BINEffects/binx86", "BINEffects_binx86", false},
+    {"PKG/BINEffects/binx64", "PKG/PKG/BINEffects/binx64", "BINEffects_binx64", true},
+    {"Content/Drums/Kit", "Content/Drums/Kit", "Content_Drums_Kit", false},
+    {"PKG/Content/Kit", "PKG/Content/Kit", "Content_Kit", false},
+    {"Data/PKG/Kit", "Data/PKG/Kit", "Data_Kit", false},
+    {"PKPKG/G/x", "PKPKG/G/x", "PKG_x", false},
+    {"binEffects/x", "binEffects/x", "binEffects_x", false},  // the word is matched as written
+    {"USER_PRESETS_BYPLUGIN", "USER_PRESETS_BYPLUGIN", "USER_PRESETS_BYPLUGIN", false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Paths, PackagePathTest, ::testing::ValuesIn(kPaths));
+
+TEST(PackageDatabaseTest, NoEntryGivesNoVersions) {
+  testing::CatalogueTrees trees;
+  AddDatabaseEntry(trees.database, "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}});
+  std::unique_ptr<Package> package(Package::Create(
+      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  EXPECT_EQ(package->DatabaseNode, nullptr);
+  EXPECT_TRUE(package->StableVersion.IsEmpty());
+  EXPECT_TRUE(package->BetaVersion.IsEmpty());
+  EXPECT_TRUE(package->UpdateVersion.IsEmpty());
+  EXPECT_EQ(package->Size, 0.0f);
+  EXPECT_FALSE(package->HasNewerBeta);
+}
+
+TEST(PackageDatabaseTest, OnlyBetaChild) {
+  testing::CatalogueTrees trees;
+  AddDatabaseEntry(trees.database, "content_kit",
+                   {{"16.02b", true, " 2024-04-01 09:30:00.5 ", 3000000}});
+  std::unique_ptr<Package> package(Package::Create(
+      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  ASSERT_NE(package->DatabaseNode, nullptr);  // keys match without regard to case
+  EXPECT_TRUE(package->StableVersion.IsEmpty());
+  EXPECT_EQ(ToStd(package->BetaVersion), "16.02b");
+  EXPECT_EQ(ToStd(package->UpdateVersion), "16.02b");
+  EXPECT_EQ(ToStd(package->BetaTime.ToString()), "2024-04-01 09:30:00.5");
+  EXPECT_EQ(package->Size, 3000000.0f);
+}
+
+TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
+  testing::CatalogueTrees trees;
+  AddDatabaseEntry(trees.database, "Content_Kit",
+                   {{"15.00", false, "2023-01-01 00:00:00", 1},
+                    {"16.00b", true, "2023-06-01 00:00:00", 2},
+                    {"16.01", false, "2024-03-01 10:00:00", 3},
+                    {"16.02b", true, "2024-04-01 00:00:00", 4},
+                    {"16.02", false, "2024-05-01 12:00:00", 5000000000LL}});
+  std::unique_ptr<Package> package(Package::Create(
+      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  EXPECT_EQ(ToStd(package->StableVersion), "16.02");
+  EXPECT_EQ(ToStd(package->StableTime.ToString()), "2024-05-01 12:00:00.0");
+  EXPECT_EQ(ToStd(package->BetaVersion), "16.02b");
+  EXPECT_EQ(ToStd(package->BetaTime.ToString()), "2024-04-01 00:00:00.0");
+  EXPECT_EQ(ToStd(package->UpdateVersion), "16.02");
+  EXPECT_EQ(package->Size, 5000000000.0f);  // sizes above 2 GiB survive
+}
+
+TEST(PackageDatabaseTest, BadEntriesStopTheLoad) {
+  struct Bad {
+    const char* time;  // null: no `time` attribute
+    bool named;        // the `packages` element has its `name`
+    const char* message;
+  };
+  for (const Bad& bad :
+       {Bad{"2024-03-01T10:00:00", true, "Invalid datetime format."},
+        Bad{"yesterday noon", true, "Invalid datetime format."},
+        Bad{nullptr, true, "Could not find required attribute (time)."},
+        Bad{"2024-03-01 10:00:00", false, "Could not find required attribute (name)."}}) {
+    testing::CatalogueTrees trees;
+    MXMLItem& entry =
+        AddDatabaseEntry(trees.database, "Content_Kit", {{"16.01", false, "2024-03-01 10:00:00"}});
+    if (!bad.named) entry.RemoveAttribute("name");
+    MXMLItem& child = entry.AddSubItem("release");
+    if (bad.time) child.SetAttribute("time", bad.time);
+    try {
+      delete Package::Create(nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database,
+                             trees.packageSettings);
+      ADD_FAILURE() << bad.message;
+    } catch (MException& e) {
+      EXPECT_EQ(ToStd(e.message), bad.message);
+    }
+  }
+}
+
+class FakeOwner : public CatalogueOwner {
+ public:
+  bool addonWork = false;
+  bool IsAddonWorkRunning() const override { return addonWork; }
+  bool IsPackageWorkRunning() const override { return false; }
+};
+
+std::string Attributes(const MXMLItem& node) {
+  std::string text;
+  for (MXMLAttribute* a = node.firstAttribute; a; a = a->next)
+    text += ToStd(MString(a->name.text)) + "=" + ToStd(a->value.AsString()) + " ";
+  return text;
+}
+
+TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
+  testing::CatalogueTrees trees;
+  MXMLItem& stored = FindOrMakeSettingsItem(trees.packageSettings, "Content_Kit");
+  stored.SetAttribute("Installed", "1");
+  stored.SetAttribute("Version", "16.01");
+  stored.SetAttribute("Note", "kept");  // a key of some other version
+  FakeOwner owner;
+  std::unique_ptr<Package> package(Package::Create(
+      &owner, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  EXPECT_EQ(trees.packageSettings.subItemCount, 1);
+  EXPECT_EQ(package->GetSettingsNode(), &stored);
+  EXPECT_TRUE(package->Installed);
+  EXPECT_FALSE(package->Install);  // the item's default, not the base's
+  EXPECT_EQ(ToStd(package->CurrentPackageVersion), "16.01");
+
+  package->Download = true;
+  EXPECT_TRUE(package->WantsDownload());
+  owner.addonWork = true;
+  EXPECT_FALSE(package->WantsDownload());
+
+  package->MarkDownloading();
+  EXPECT_EQ(Attributes(stored),
+            "name=Content_Kit Installed=1 Version=16.01 Note=kept Download=1 Downloaded=0 "
+            "Install=0 Uninstall=0 ");
+  package->SetUninstallRequest(true);
+  EXPECT_TRUE(package->IsUninstallRequested());
+  EXPECT_EQ(ToStd(stored.GetAttribute("Uninstall").AsString()), "1");
+  package->Install = true;
+  package->MarkInstalled();
+  EXPECT_EQ(Attributes(stored),
+            "name=Content_Kit Installed=1 Version=16.01 Note=kept Download=0 Downloaded=0 "
+            "Install=1 Uninstall=0 ");
+  package->Download = true;
+  package->SetUninstallRequest(true);
+  package->ClearWishes();
+  EXPECT_FALSE(package->Download || package->Install || package->UninstallRequested);
+  package->CurrentPackageVersion = "16.02";
+  package->Download = true;
+  package->SetUninstallRequest(true);
+  package->MarkUninstalled();
+  EXPECT_EQ(Attributes(stored),
+            "name=Content_Kit Installed=0 Version=16.02 Note=kept Download=0 Downloaded=0 "
+            "Install=0 Uninstall=0 ");
+
+  // A second record of the same key shares the item and its state.
+  std::unique_ptr<Package> again(Package::Create(
+      &owner, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  EXPECT_EQ(again->GetSettingsNode(), &stored);
+  EXPECT_EQ(ToStd(again->CurrentPackageVersion), "16.02");
+}
+
+TEST(PackageStateTest, ProgressShare) {
+  testing::CatalogueTrees trees;
+  std::unique_ptr<Package> package(Package::Create(
+      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  EXPECT_EQ(package->ProgressLower, 0.0078125f);
+  EXPECT_EQ(package->GetProgressUpperBound(), 0.0);
+  // Bounds not shared out yet: the lower bound stands.
+  EXPECT_DOUBLE_EQ(package->MapProgress(5, 10), 0.0078125);
+
+  package->ProgressLower = 0.25f;
+  package->ProgressUpper = 0.75f;
+  struct Point {
+    double done, total, value;
+  };
+  for (Point p : {Point{0, 10, 0.25}, Point{5, 10, 0.5}, Point{10, 10, 0.75}, Point{20, 10, 0.75},
+                  Point{-5, 10, 0.25}, Point{3, 0, 0.25}}) {
+    EXPECT_DOUBLE_EQ(package->MapProgress(p.done, p.total), p.value) << p.done << "/" << p.total;
+  }
+  EXPECT_DOUBLE_EQ(package->GetProgressUpperBound(), 0.75);
+}
+
+TEST(PackageStateTest, ReportProgressLooksBelowTheDataFolder) {
+  MTestSandbox sandbox;
+  std::filesystem::path data = sandbox.KestrixDataFolder();
+  std::filesystem::create_directories(data / "PKG" / "BINEffects" / "binx64");
+  DataFolder = Text(data.string());
+  MLog::Open(Text((data / "log.txt").string()));
+
+  testing::CatalogueTrees trees;
+  std::unique_ptr<Package> package(
+      Package::Create(nullptr, AddFiles(trees.definition, {"BINEffects/binx64"}), trees.database,
+                      trees.packageSettings));
+  package->CurrentPackageVersion = "16.01";
+  package->Downloaded = true;
+  EXPECT_FALSE(package->ReportProgress());  // marked, but the file is gone
+  std::filesystem::path file =
+      data / "PKG" / "BINEffects" / "binx64" / "BINEffects_binx64_16.01.pkgm";
+  MFile::WriteAll(Text(file.string()), std::string(1234, 'x'));
+  EXPECT_TRUE(package->ReportProgress());
+  package->Downloaded = false;
+  EXPECT_FALSE(package->ReportProgress());  // a partial file is not ready
+  MLog::Close();
+  ResetRunFlags();
+
+  std::string log = ReadFileBytes(data / "log.txt");
+  EXPECT_NE(log.find("File: " + file.string() + " | downloaded: 0\r\n"), std::string::npos) << log;
+  EXPECT_NE(log.find("File: " + file.string() + " | downloaded: 1234\r\n"), std::string::npos)
+      << log;
+}
+
+}  // namespace
+}  // namespace kx

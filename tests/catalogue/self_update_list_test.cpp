@@ -1,0 +1,76 @@
+// The self-update list: which setup the server offers, and a list without one.
+#include "catalogue/self_update_list.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "catalogue_fixture.h"
+#include "foundation/exception.h"
+#include "foundation/log.h"
+#include "foundation/memory_stream.h"
+#include "foundation/xml_item.h"
+#include "support/sandbox.h"
+
+namespace kx {
+namespace {
+
+void Parse(MXMLItem& tree, const std::string& xml) {
+  MMemoryStream stream;
+  stream.Write(xml.data(), static_cast<int64_t>(xml.size()));
+  stream.Seek(0, kSeekBegin);
+  tree.LoadXML(stream);
+}
+
+TEST(SelfUpdateListTest, FirstKestrixElementOfThePlatformItem) {
+  MXMLItem list;
+  Parse(list, R"(<SelfUpdateList>
+    <other><item name="AVAILABLE_VERSIONS_PC"><kestrix version="0.1" setupname="wrong-branch"/></item></other>
+    <kestrix_installers>
+      <item name="AVAILABLE_VERSIONS_MAC"><kestrix version="9.9" setupname="mac"/></item>
+      <item name="available_versions_pc">
+        <group><channel><KESTRIX version="3.2.1" setupname="kestrix-3.2.1-setup"/></channel></group>
+        <kestrix version="3.0.0" setupname="older"/>
+      </item>
+    </kestrix_installers>
+  </SelfUpdateList>)");
+  SelfUpdateEntry entry = FindSelfUpdateEntry(list);
+  EXPECT_EQ(ToStd(entry.version), "3.2.1");
+  EXPECT_EQ(ToStd(entry.setupName), "kestrix-3.2.1-setup");
+  ASSERT_NE(entry.node, nullptr);
+  EXPECT_EQ(ToStd(entry.node->parent->name), "channel");
+
+  MXMLItem named;
+  Parse(named, R"(<SelfUpdateList><kestrix_installers><AVAILABLE_VERSIONS_PC>
+      <kestrix version="3.3" setupname="s"/></AVAILABLE_VERSIONS_PC></kestrix_installers></SelfUpdateList>)");
+  EXPECT_EQ(ToStd(FindSelfUpdateEntry(named).version), "3.3");
+}
+
+TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
+  MTestSandbox sandbox;
+  std::filesystem::path log = sandbox.Root() / "log.txt";
+  MLog::Open(testing::Text(log.string()));
+  for (const char* xml :
+       {"<SelfUpdateList/>",
+        "<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_PC\"/>"
+        "</kestrix_installers></SelfUpdateList>",
+        "<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_MAC\">"
+        "<kestrix version=\"1\" setupname=\"s\"/></item></kestrix_installers></SelfUpdateList>"}) {
+    MXMLItem list;
+    Parse(list, xml);
+    try {
+      FindSelfUpdateEntry(list);
+      ADD_FAILURE() << xml;
+    } catch (MException& e) {
+      EXPECT_EQ(ToStd(e.message),
+                "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted.");
+    }
+  }
+  MLog::Close();
+  std::string line =
+      "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted. \r\n";
+  EXPECT_EQ(ReadFileBytes(log), line + line + line);
+}
+
+}  // namespace
+}  // namespace kx
