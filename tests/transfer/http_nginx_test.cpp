@@ -1,0 +1,163 @@
+// MHTTPStream against a real nginx on 127.0.0.1: whole files, ranges, missing
+// files, redirects and the encoding of what goes out in the request line.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "support/nginx_server.h"
+#include "transfer/http_stream.h"
+#include "transfer_test_support.h"
+
+namespace kx {
+namespace {
+
+using testing::ReadBody;
+using testing::Text;
+
+const char* const kLocations =
+    "location = /files/moved-absolute { return 302 http://127.0.0.1:$server_port/files/target.bin; }\n"
+    "location = /files/moved-relative { return 302 target.bin; }\n"
+    "location = /files/deeper/moved-up { return 302 ../other/up.bin; }\n"
+    "location = /files/loop { return 302 http://127.0.0.1:$server_port/files/loop; }\n"
+    "location /echo/ { return 200 \"$request_uri\"; }\n";
+
+std::string RandomBytes(size_t size, unsigned seed) {
+  std::mt19937 generator(seed);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(generator());
+  return bytes;
+}
+
+class NginxTest : public ::testing::Test {
+ protected:
+  NginxTest() : server(kLocations) {
+    large = RandomBytes(3 * 1024 * 1024 + 17, 7);
+    server.AddFile("files/large.bin", large);
+    server.AddFile("files/small.txt", "hello\n");
+    server.AddFile("files/empty.bin", "");
+    server.AddFile("files/target.bin", "the target file");
+    server.AddFile("files/other/up.bin", "one folder up");
+    server.AddFile("files/with space.bin", "spaced out");
+  }
+
+  // Opens the URL and sends with the client's usual redirect limit.
+  bool Get(MHTTPStream& stream, const std::string& path, int32_t redirects = 5) {
+    stream.Open(Text(server.Url(path)));
+    return stream.Send(redirects);
+  }
+
+  MNginxServer server;
+  std::string large;
+};
+
+TEST_F(NginxTest, WholeFilesAreReadUntilTheServerCloses) {
+  ASSERT_TRUE(server.IsRunning());
+  struct Case {
+    const char* path;
+    std::string content;
+    int64_t piece;
+  };
+  const Case cases[] = {{"/files/large.bin", large, 65536},
+                        {"/files/large.bin", large, 1000000},
+                        {"/files/small.txt", "hello\n", 1},
+                        {"/files/empty.bin", "", 4096}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + " in pieces of " + std::to_string(c.piece));
+    MHTTPStream stream;
+    ASSERT_TRUE(Get(stream, c.path));
+    EXPECT_EQ(stream.GetStatusCode(), 200);
+    EXPECT_EQ(ToStd(stream.GetStatusLine()), "HTTP/1.1 200 OK");
+    EXPECT_EQ(stream.GetSize(), static_cast<int64_t>(c.content.size()));
+    EXPECT_FALSE(stream.IsDisconnected());
+    std::string body = ReadBody(stream, c.piece);
+    EXPECT_TRUE(body == c.content) << "body of " << body.size() << " bytes differs";
+    EXPECT_TRUE(stream.IsDisconnected());
+  }
+}
+
+TEST_F(NginxTest, RangesGivePartialContent) {
+  struct Case {
+    const char* range;
+    size_t from;
+    size_t count;
+  };
+  const Case cases[] = {{"bytes=1000000-", 1000000, large.size() - 1000000},
+                        {"bytes=100-199", 100, 100},
+                        {"bytes=0-0", 0, 1}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.range);
+    MHTTPStream stream;
+    stream.Open(Text(server.Url("/files/large.bin")));
+    stream.AddHeader("Range", c.range);
+    ASSERT_TRUE(stream.Send(5));
+    EXPECT_EQ(stream.GetStatusCode(), 206);
+    EXPECT_EQ(stream.GetSize(), static_cast<int64_t>(c.count));
+    EXPECT_TRUE(ReadBody(stream) == large.substr(c.from, c.count));
+  }
+}
+
+TEST_F(NginxTest, MissingFileAnswersFalseWith404) {
+  MHTTPStream stream;
+  EXPECT_FALSE(Get(stream, "/files/not-there.bin"));
+  EXPECT_EQ(stream.GetStatusCode(), 404);
+  EXPECT_EQ(ToStd(stream.GetStatusLine()), "HTTP/1.1 404 Not Found");
+}
+
+// The request headers go along to the new location: the range applies there.
+TEST_F(NginxTest, RedirectsAreFollowedWithTheirHeaders) {
+  struct Case {
+    const char* path;
+    const char* finalPath;
+    std::string content;
+  };
+  const Case cases[] = {{"/files/moved-absolute", "/files/target.bin", "the target file"},
+                        {"/files/moved-relative", "/files/target.bin", "the target file"},
+                        {"/files/deeper/moved-up", "/files/other/up.bin", "one folder up"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.path);
+    MHTTPStream stream;
+    stream.Open(Text(server.Url(c.path)));
+    stream.AddHeader("Range", "bytes=4-");
+    ASSERT_TRUE(stream.Send(5));
+    EXPECT_EQ(stream.GetStatusCode(), 206);
+    EXPECT_EQ(ToStd(stream.GetPath()), c.finalPath);
+    EXPECT_EQ(ReadBody(stream), c.content.substr(4));
+  }
+}
+
+TEST_F(NginxTest, RedirectsEndFalseWhenNoneAreLeft) {
+  MHTTPStream loop;
+  EXPECT_FALSE(Get(loop, "/files/loop", 5));
+  EXPECT_EQ(loop.GetStatusCode(), 302);
+  MHTTPStream single;
+  EXPECT_FALSE(Get(single, "/files/moved-absolute", 0));  // a 3xx taken as it stands
+  EXPECT_EQ(single.GetStatusCode(), 302);
+  EXPECT_EQ(ToStd(single.GetPath()), "/files/moved-absolute");
+}
+
+TEST_F(NginxTest, PathIsEncodedAndQueryGoesOutAsGiven) {
+  MHTTPStream spaced;
+  ASSERT_TRUE(Get(spaced, "/files/with space.bin"));
+  EXPECT_EQ(ReadBody(spaced), "spaced out");
+
+  struct Case {
+    std::string path;      // as given to Open, UTF-8
+    std::string received;  // the request target as the server saw it
+  };
+  const Case cases[] = {
+      {"/echo/a b", "/echo/a%20b"},
+      {"/echo/q?name=a%2Fb&empty=&x=%20&y=a/b", "/echo/q?name=a%2Fb&empty=&x=%20&y=a/b"},
+      {"/echo/caf\xC3\xA9", "/echo/caf%E9"},
+      {"/echo/\xC5\x82", "/echo/\xC5\x82"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.path);
+    MHTTPStream stream;
+    ASSERT_TRUE(Get(stream, c.path));
+    EXPECT_EQ(ReadBody(stream), c.received);
+  }
+}
+
+}  // namespace
+}  // namespace kx

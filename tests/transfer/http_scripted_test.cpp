@@ -1,0 +1,202 @@
+// MHTTPStream against a scripted server: the request bytes exactly as sent,
+// malformed and cut replies, redirects on a new connection, refused connections,
+// and the base-class answers of a forward-only stream.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "support/nginx_server.h"
+#include "support/scripted_server.h"
+#include "transfer/http_stream.h"
+#include "transfer_test_support.h"
+
+namespace kx {
+namespace {
+
+using testing::FailureOf;
+using testing::ReadBody;
+using testing::Text;
+
+const char* const kPlainOK = "HTTP/1.0 200 OK\n\n";
+
+TEST(HTTPRequestBytes, AreExactlyAsSent) {
+  struct Case {
+    const char* name;
+    std::function<void(MHTTPStream&, uint16_t)> open;
+    std::string request;  // "{port}" stands for the server's port
+  };
+  const Case cases[] = {
+      {"url without a path",
+       [](MHTTPStream& s, uint16_t port) { s.Open(Text("http://127.0.0.1:" + std::to_string(port))); },
+       "GET / HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
+      {"encoded path, query as given, headers in order",
+       [](MHTTPStream& s, uint16_t port) {
+         s.Open(Text("http://127.0.0.1:" + std::to_string(port) + "/dir/a b.bin?x=1%202&y"));
+         s.AddHeader("Range", "bytes=5-");
+         s.AddHeader("X-Second", "two");
+       },
+       "GET /dir/a%20b.bin?x=1%202&y HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: Close\n"
+       "Range: bytes=5-\nX-Second: two\n\n"},
+      {"GET with parameters",
+       [](MHTTPStream& s, uint16_t port) {
+         MArray<MHTTPParameter> parameters{{"q", MVariant("a b&c")},
+                                           {"n", MVariant(int32_t{42})},
+                                           {"u", MVariant(Text("\xC3\xBC"))}};
+         s.OpenGet("http://127.0.0.1", "/api/get", &parameters, port);
+       },
+       "GET /api/get?q=a%20b%26c&n=42&u=%FC HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
+      {"POST with parameters",
+       [](MHTTPStream& s, uint16_t port) {
+         MArray<MHTTPParameter> parameters{{"name", MVariant("x y")}, {"id", MVariant(int32_t{7})}};
+         s.OpenPost("127.0.0.1", "/api/post", &parameters, port);
+       },
+       "POST /api/post HTTP/1.0\nContent-Type: application/x-www-form-urlencoded\n"
+       "Content-Length: 15\nHost: 127.0.0.1:{port}\nConnection: Close\n\nname=x%20y&id=7"},
+      {"POST without parameters",
+       [](MHTTPStream& s, uint16_t port) { s.OpenPost("127.0.0.1", "/api/post", nullptr, port); },
+       "POST /api/post HTTP/1.0\nContent-Type: application/x-www-form-urlencoded\n"
+       "Content-Length: 0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MScriptedServer server({kPlainOK});
+    MHTTPStream stream;
+    c.open(stream, server.Port());
+    EXPECT_TRUE(stream.Send(5));
+    std::string expected = c.request;
+    expected.replace(expected.find("{port}"), 6, std::to_string(server.Port()));
+    ASSERT_EQ(server.Requests().size(), 1u);
+    EXPECT_EQ(server.Requests()[0], expected);
+  }
+}
+
+TEST(HTTPReply, MalformedHeadersThrowProtocolFailures) {
+  struct Case {
+    std::string reply;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"", "Invalid HTTP reply header."},
+      {"HTTP/1.0200OK\n\n", "Invalid HTTP reply header line."},
+      {"HTTP/1.0 200 OK\nServer: scripted\nContent-Length 5\n\nhello",
+       "MHTTPStream invalid HTTP reply header line."},
+      {"HTTP/1.0 200 OK\nServer: scripted\n", "MHTTPStream reading HTTP reply header."},
+      {"HTTP/1.0 302 Found\nServer: scripted\nContent-Length: 0\n\n",
+       "Requested HTTP header not found."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.reply);
+    MScriptedServer server({c.reply});
+    MHTTPStream stream;
+    stream.Open(Text(server.Url("/x")));
+    testing::Failure failure = FailureOf([&] { stream.Send(5); });
+    EXPECT_EQ(failure.message, c.message);
+    EXPECT_EQ(failure.code, 513u);
+  }
+}
+
+TEST(HTTPReply, ContentLengthZeroWithoutBody) {
+  MScriptedServer server({"HTTP/1.0 200 OK\nContent-Length: 0\n\n"});
+  MHTTPStream stream;
+  stream.Open(Text(server.Url("/empty")));
+  ASSERT_TRUE(stream.Send(5));
+  EXPECT_EQ(stream.GetSize(), 0);
+  char byte;
+  EXPECT_LE(stream.Read(&byte, 1), 0);
+  EXPECT_TRUE(stream.IsDisconnected());
+}
+
+// Header and body arrive in one piece: the header reader takes no body byte, and
+// a connection cut short gives what came and marks the stream disconnected.
+TEST(HTTPReply, BodyCutShortReturnsWhatCame) {
+  std::string body(300, '\0');
+  for (size_t i = 0; i < body.size(); ++i) body[i] = static_cast<char>(i * 7);
+  MScriptedServer server(
+      {"HTTP/1.1 206 Partial Content \r\nX-Note: a: b \r\nContent-length:  1000\r\n\r\n" + body});
+  MHTTPStream stream;
+  stream.Open(Text(server.Url("/cut")));
+  ASSERT_TRUE(stream.Send(5));
+  EXPECT_EQ(stream.GetStatusCode(), 206);
+  EXPECT_EQ(ToStd(stream.GetStatusLine()), "HTTP/1.1 206 Partial Content");
+  EXPECT_EQ(stream.GetSize(), 1000);
+  MString note;
+  stream.GetHeader("x-note", note);
+  EXPECT_EQ(ToStd(note), "a: b");
+  std::string received(1000, '\0');
+  EXPECT_EQ(stream.Read(received.data(), 1000), 300);
+  EXPECT_TRUE(stream.IsDisconnected());
+  EXPECT_EQ(received.substr(0, 300), body);
+  EXPECT_EQ(stream.Read(received.data(), 1000), -1);
+}
+
+// A relative Location is joined to the current folder and the query goes; the
+// new connection carries the same request headers.
+TEST(HTTPReply, RedirectOpensANewConnection) {
+  MScriptedServer server({"HTTP/1.0 301 Moved\nDate: today\nLocation: ../other/next.bin?v=2\n"
+                          "Server: scripted\nContent-Length: 0\n\n",
+                          "HTTP/1.0 200 OK\nContent-Length: 4\n\nbody"});
+  MHTTPStream stream;
+  stream.Open(Text(server.Url("/dir/sub/first.bin?old=1")));
+  stream.AddHeader("Range", "bytes=0-");
+  ASSERT_TRUE(stream.Send(1));
+  EXPECT_EQ(ReadBody(stream), "body");
+  std::string host = "Host: 127.0.0.1:" + std::to_string(server.Port()) + "\n";
+  std::vector<std::string> requests = server.Requests();
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[0], "GET /dir/sub/first.bin?old=1 HTTP/1.0\n" + host +
+                             "Connection: Close\nRange: bytes=0-\n\n");
+  EXPECT_EQ(requests[1], "GET /dir/other/next.bin?v=2 HTTP/1.0\n" + host +
+                             "Connection: Close\nRange: bytes=0-\n\n");
+}
+
+TEST(SocketStream, RefusedConnectionNamesTheDottedHost) {
+  uint16_t port = FreeLoopbackPort();
+  MHTTPStream stream;
+  testing::Failure failure =
+      FailureOf([&] { stream.Open(Text("http://localhost:" + std::to_string(port) + "/")); });
+  EXPECT_EQ(failure.message, "Could not connect to a TCP server (host 127.0.0.1, port " +
+                                 std::to_string(port) + ", code -1).");
+  EXPECT_EQ(failure.code, 512u);
+}
+
+// The stream reads forward only: what it does not offer answers with the base
+// class's failures, so callers count bytes themselves.
+TEST(SocketStream, ForwardOnlyServicesKeepTheBaseMessages) {
+  MScriptedServer server({"HTTP/1.0 200 OK\n\nabc"});
+  MHTTPStream stream;
+  stream.Open(Text(server.Url("/")));
+  ASSERT_TRUE(stream.Send(5));
+  struct Case {
+    std::function<void()> call;
+    const char* message;
+    uint32_t code;
+  };
+  MSocketStream& socket = stream;
+  const Case cases[] = {
+      {[&] { stream.GetPosition(); }, "Service \"get stream position\" is not implemented.", 1},
+      {[&] { stream.Seek(0, kSeekBegin); }, "Service \"get stream position\" is not implemented.", 1},
+      {[&] { stream.Flush(); }, "Service \"flush stream\" is not implemented.", 1},
+      {[&] { stream.IsEnd(); }, "Service \"end of stream test\" is not implemented.", 1},
+      {[&] { stream.Truncate(); }, "Service \"truncate stream\" is not implemented.", 1},
+      {[&] { socket.MSocketStream::GetSize(); }, "Service \"stream size detection\" is not implemented.", 1},
+  };
+  for (const Case& c : cases) {
+    testing::Failure failure = FailureOf(c.call);
+    EXPECT_EQ(failure.message, c.message);
+    EXPECT_EQ(failure.code, c.code);
+  }
+  EXPECT_EQ(ReadBody(stream), "abc");
+
+  stream.Close();
+  char byte;
+  testing::Failure read = FailureOf([&] { stream.Read(&byte, 1); });
+  EXPECT_EQ(read.message, "The network socket stream has not been initialized.");
+  EXPECT_EQ(read.code, 512u);
+  testing::Failure write = FailureOf([&] { stream.Write("x", 1); });
+  EXPECT_EQ(write.message, "Could not write to socket stream.");
+  EXPECT_EQ(write.code, 512u);
+}
+
+}  // namespace
+}  // namespace kx
