@@ -1,0 +1,31 @@
+// MSemaphore: a counting semaphore whose count lives in user space. `pendingCount`
+// is the number of free units minus the number of sleeping waiters; Release and
+// Acquire only enter the system when a waiter sleeps or must be woken.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "foundation/platform/semaphore.h"
+
+namespace kx {
+
+class MSemaphore {
+ public:
+  MSemaphore() = default;
+  MSemaphore(const MSemaphore&) = delete;
+  MSemaphore& operator=(const MSemaphore&) = delete;
+
+  // Adds one unit, waking one sleeper if there is one.
+  void Release();
+  // Takes one unit, sleeping until there is one. False when the system wait
+  // failed; the caller then starts over.
+  bool Acquire();
+
+  std::atomic<int32_t> pendingCount{0};
+
+ private:
+  platform::SystemSemaphore system_;
+};
+
+}  // namespace kx

@@ -1,0 +1,219 @@
+// MEvent and the pending lists: delivery order, the bounded drain, guards per
+// listener, cancellation, and posting from several threads at once.
+#include "foundation/event.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kx {
+namespace {
+
+// Listeners that write what they saw into one shared log, so that the order of
+// rounds and of listeners within a round shows.
+struct Recorder {
+  std::vector<std::string>* log;
+  std::string name;
+  bool answer = false;
+
+  bool Take(const int& value) {
+    log->push_back(name + std::to_string(value));
+    return answer;
+  }
+  void TakeWithArgument(const int& value, int32_t argument) {
+    log->push_back(name + std::to_string(value) + "/" + std::to_string(argument));
+  }
+  bool Peek(const int& value) const {
+    log->push_back(name + "peek" + std::to_string(value));
+    return false;
+  }
+  bool Fail(const int&) { throw MException(MString("listener failed")); }
+  bool FailForeign(const int&) { throw std::runtime_error("not ours"); }
+};
+
+class MEventTest : public ::testing::Test {
+ protected:
+  // Tests share the global list: leave it empty for the next one.
+  void SetUp() override { Drain(); }
+  void TearDown() override { Drain(); }
+  static void Drain() {
+    while (ExecuteAllPending() > 0) {
+    }
+  }
+
+  std::vector<std::string> log;
+  Recorder a{&log, "a"};
+  Recorder b{&log, "b"};
+};
+
+TEST_F(MEventTest, ThreePostsGiveThreeRoundsInOrder) {
+  MEvent<int> event;
+  event.Add(&a, &Recorder::Take);
+  event.Add(&b, &Recorder::TakeWithArgument, 7);
+  for (int value : {1, 2, 3}) event.Post(value);
+  EXPECT_TRUE(log.empty());  // nothing runs before the drain
+  EXPECT_EQ(GlobalPendingList().Count(), 3);
+  EXPECT_EQ(ExecuteAllPending(), 3);
+  EXPECT_EQ(log, (std::vector<std::string>{"a1", "b1/7", "a2", "b2/7", "a3", "b3/7"}));
+  EXPECT_EQ(GlobalPendingList().Count(), 0);
+}
+
+TEST_F(MEventTest, PostWithoutListenerDoesNothing) {
+  MEvent<int> event;
+  event.Post(5);
+  EXPECT_EQ(GlobalPendingList().Count(), 0);
+  EXPECT_TRUE(event.pendingPayloads.IsEmpty());
+  // A listener added later does not see the earlier post.
+  event.Add(&a, &Recorder::Take);
+  EXPECT_EQ(ExecuteAllPending(), 0);
+  EXPECT_TRUE(log.empty());
+  // Nor after the last listener has gone again.
+  EXPECT_TRUE(event.Remove(&a, &Recorder::Take));
+  EXPECT_FALSE(event.Remove(&a, &Recorder::Take));
+  event.Post(6);
+  EXPECT_EQ(GlobalPendingList().Count(), 0);
+}
+
+// The drain delivers only what was pending when it began.
+struct Reposter {
+  MEvent<int>* event;
+  int rounds = 0;
+  void Take(const int& value) {
+    ++rounds;
+    event->Post(value + 1);
+  }
+};
+
+TEST_F(MEventTest, ListenerThatPostsAgainRunsAtTheNextDrain) {
+  MEvent<int> event;
+  Reposter reposter{&event};
+  event.Add(&reposter, &Reposter::Take);
+  event.Post(0);
+  for (int drain = 1; drain <= 3; ++drain) {
+    EXPECT_EQ(ExecuteAllPending(), 1);
+    EXPECT_EQ(reposter.rounds, drain);
+  }
+  event.CancelPending();
+  EXPECT_EQ(ExecuteAllPending(), 0);
+}
+
+TEST_F(MEventTest, FailingListenerDoesNotStopTheNext) {
+  struct Case {
+    const char* name;
+    bool (Recorder::*failing)(const int&);
+    bool pending;
+  };
+  for (const Case& c : {Case{"MException, immediate", &Recorder::Fail, false},
+                        Case{"foreign, immediate", &Recorder::FailForeign, false},
+                        Case{"MException, pending", &Recorder::Fail, true},
+                        Case{"foreign, pending", &Recorder::FailForeign, true}}) {
+    SCOPED_TRACE(c.name);
+    log.clear();
+    MEvent<int> event;
+    event.Add(&a, c.failing);
+    event.Add(&b, &Recorder::Take);
+    event.Add(&a, c.failing);
+    event.Add(&a, &Recorder::Peek);
+    if (c.pending) {
+      event.Post(4);
+      EXPECT_EQ(ExecuteAllPending(), 1);
+    } else {
+      EXPECT_FALSE(event.ExecuteImmediately(4));  // nobody said yes
+      log.clear();
+      b.answer = true;
+      EXPECT_TRUE(event.ExecuteImmediately(4));
+      b.answer = false;
+    }
+    EXPECT_EQ(log, (std::vector<std::string>{"b4", "apeek4"}));
+  }
+}
+
+TEST_F(MEventTest, EventDestroyedWithPendingEntriesNeverFires) {
+  auto doomed = std::make_unique<MEvent<int>>();
+  MEvent<int> survivor;
+  doomed->Add(&a, &Recorder::Take);
+  survivor.Add(&b, &Recorder::Take);
+  doomed->Post(1);
+  survivor.Post(2);
+  doomed->Post(3);
+  survivor.Post(4);
+  doomed.reset();
+  EXPECT_EQ(GlobalPendingList().Count(), 2);
+  EXPECT_EQ(ExecuteAllPending(), 2);
+  EXPECT_EQ(log, (std::vector<std::string>{"b2", "b4"}));
+}
+
+TEST_F(MEventTest, CancelPendingDropsOnlyThisEvent) {
+  MEvent<int> first;
+  MEvent<int> second;
+  first.Add(&a, &Recorder::Take);
+  second.Add(&b, &Recorder::Take);
+  for (int i = 0; i < 40; ++i) (i % 2 ? second : first).Post(i);  // past the inline room
+  first.CancelPending();
+  EXPECT_TRUE(first.pendingPayloads.IsEmpty());
+  EXPECT_EQ(ExecuteAllPending(), 20);
+  ASSERT_EQ(log.size(), 20u);
+  EXPECT_EQ(log.front(), "b1");
+  EXPECT_EQ(log.back(), "b39");
+}
+
+TEST_F(MEventTest, OwnListsAreDrainedApartAndEntriesFollowTheEvent) {
+  MEvent<int> event;
+  event.Add(&a, &Recorder::Take);
+  {
+    MPendingList own;
+    event.PostTo(own, 1);
+    EXPECT_FALSE(own.AddUnique(&event));
+    EXPECT_EQ(GlobalPendingList().Count(), 0);
+    // Posting to another list takes the waiting entries along.
+    MPendingList other;
+    event.PostTo(other, 2);
+    EXPECT_EQ(own.Count(), 0);
+    EXPECT_EQ(other.ExecuteAll(), 2);
+    EXPECT_EQ(log, (std::vector<std::string>{"a1", "a2"}));
+    event.PostTo(other, 3);
+  }  // the list goes with an entry on it: its payload goes too
+  EXPECT_TRUE(event.pendingPayloads.IsEmpty());
+  event.Post(4);
+  EXPECT_EQ(ExecuteAllPending(), 1);
+  EXPECT_EQ(log.back(), "a4");
+}
+
+// Posting threads against a draining one: every payload arrives once, and the
+// payloads of one thread in their order.
+struct Collector {
+  std::vector<int> values;
+  void Take(const int& value) { values.push_back(value); }
+};
+
+TEST_F(MEventTest, PostsFromManyThreadsAllArriveInOrderPerThread) {
+  constexpr int kThreads = 4;
+  constexpr int kPosts = 500;
+  MEvent<int> event;
+  Collector collector;
+  event.Add(&collector, &Collector::Take);
+  std::vector<std::thread> posters;
+  for (int t = 0; t < kThreads; ++t)
+    posters.emplace_back([&event, t] {
+      for (int i = 0; i < kPosts; ++i) event.Post(t * kPosts + i);
+    });
+  while (collector.values.size() < static_cast<size_t>(kThreads * kPosts)) {
+    if (ExecuteAllPending() == 0) std::this_thread::yield();
+  }
+  for (std::thread& poster : posters) poster.join();
+  std::vector<int> next(kThreads, 0);
+  for (int value : collector.values) {
+    int thread = value / kPosts;
+    ASSERT_EQ(value % kPosts, next[thread]) << "thread " << thread;
+    ++next[thread];
+  }
+  EXPECT_EQ(ExecuteAllPending(), 0);
+}
+
+}  // namespace
+}  // namespace kx

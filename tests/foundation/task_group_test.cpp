@@ -1,0 +1,243 @@
+// MTaskGroup with real workers: queueing rules, chaining, priorities, removal,
+// cancellation, failing tasks, stopping, and a crowd of tasks on a full pool.
+#include "foundation/task_group.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <latch>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kx {
+namespace {
+
+// A task that counts its runs and notes its name in a shared journal.
+class JournalTask : public MTask {
+ public:
+  JournalTask(std::string name, std::vector<std::string>* journal, std::mutex* journalLock)
+      : name(std::move(name)), journal_(journal), journalLock_(journalLock) {}
+  void Execute() override {
+    ++runs;
+    std::lock_guard<std::mutex> hold(*journalLock_);
+    journal_->push_back(name);
+  }
+  bool CanRunNow() override { return allowed.load(); }
+
+  std::string name;
+  std::atomic<int> runs{0};
+  std::atomic<bool> allowed{true};
+
+ private:
+  std::vector<std::string>* journal_;
+  std::mutex* journalLock_;
+};
+
+class MTaskGroupTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<JournalTask> Task(const std::string& name) {
+    return std::make_unique<JournalTask>(name, &journal, &journalLock);
+  }
+  std::vector<std::string> Journal() {
+    std::lock_guard<std::mutex> hold(journalLock);
+    return journal;
+  }
+
+  std::mutex journalLock;
+  std::vector<std::string> journal;
+  MTaskGroup group;
+};
+
+TEST_F(MTaskGroupTest, TaskAddedTwiceWhileQueuedRunsOnce) {
+  auto task = Task("t");
+  EXPECT_TRUE(group.Add(task.get(), 1));
+  EXPECT_FALSE(group.Add(task.get(), 4));
+  EXPECT_EQ(task->state.load(), MTask::kQueued);
+  EXPECT_EQ(group.QueuedCount(), 1);
+  group.Start(false, 2);
+  group.WaitFor(task.get());
+  EXPECT_EQ(task->runs.load(), 1);
+  EXPECT_EQ(group.QueuedCount(), 0);
+}
+
+TEST_F(MTaskGroupTest, TaskAddedWhileRunningWithChainingRunsOnceMore) {
+  std::latch started(1);
+  std::latch release(1);
+  std::atomic<int> runs{0};
+  MFunctionTask task([&] {
+    if (++runs == 1) {
+      started.count_down();
+      release.wait();
+    }
+  });
+  group.Start(false, 2);
+  ASSERT_TRUE(group.Add(&task));
+  started.wait();
+  EXPECT_EQ(task.state.load(), MTask::kRunning);
+  EXPECT_TRUE(group.Add(&task, 3, true));
+  EXPECT_TRUE(group.Add(&task, 3, true));  // still one more run, not two
+  release.count_down();
+  group.WaitFor(&task);
+  EXPECT_EQ(runs.load(), 2);
+  EXPECT_EQ(task.state.load(), MTask::kIdle);
+}
+
+TEST_F(MTaskGroupTest, HigherQueuesFirstAndEachQueueInOrder) {
+  const std::pair<const char*, int> order[] = {{"a", 0}, {"b", 4}, {"c", 2}, {"d", 4},
+                                               {"e", 0}, {"f", 2}, {"g", 3}};
+  std::vector<std::unique_ptr<JournalTask>> tasks;
+  for (const auto& [name, priority] : order) {
+    tasks.push_back(Task(name));
+    group.Add(tasks.back().get(), priority);
+  }
+  group.Start(false, 1);  // one worker: the order is the pick order
+  for (auto& task : tasks) group.WaitFor(task.get());
+  EXPECT_EQ(Journal(), (std::vector<std::string>{"b", "d", "g", "c", "f", "a", "e"}));
+  try {
+    group.Add(tasks[0].get(), 5);
+    ADD_FAILURE() << "priority 5 accepted";
+  } catch (const MException& e) {
+    EXPECT_EQ(ToStd(e.message), "Index out of range.");
+  }
+}
+
+TEST_F(MTaskGroupTest, ChainedTaskFollowsAndASecondDifferentChainThrows) {
+  auto next = Task("next");
+  auto other = Task("other");
+  std::string chainFailure;
+  MFunctionTask first([&] {
+    group.Chain(&first, next.get());
+    group.Chain(&first, next.get());           // the same follower again is fine
+    EXPECT_TRUE(group.Chain(&first, &first));  // to itself: nothing
+    try {
+      group.Chain(&first, other.get());
+    } catch (const MException& e) {
+      chainFailure = ToStd(e.message);
+    }
+    std::lock_guard<std::mutex> hold(journalLock);
+    journal.push_back("first");
+  });
+  EXPECT_FALSE(group.Chain(&first, next.get()));  // not running
+  group.Start(false, 1);
+  group.Add(&first, 1);
+  group.WaitFor(&first);
+  group.WaitFor(next.get());  // already queued when the first turned idle
+  EXPECT_EQ(chainFailure, "Next task already set.");
+  EXPECT_EQ(Journal(), (std::vector<std::string>{"first", "next"}));
+  EXPECT_EQ(other->runs.load(), 0);
+}
+
+TEST_F(MTaskGroupTest, RemovedAndCancelledTasksDoNotRun) {
+  auto removed = Task("removed");
+  auto cancelled = Task("cancelled");
+  auto kept = Task("kept");
+  auto follower = Task("follower");
+  cancelled->nextTask = follower.get();  // dropped with the cancelled task
+  for (JournalTask* task : {removed.get(), cancelled.get(), kept.get()}) group.Add(task, 2);
+  EXPECT_TRUE(group.Remove(removed.get()));
+  EXPECT_FALSE(group.Remove(removed.get()));
+  EXPECT_EQ(removed->state.load(), MTask::kIdle);
+  cancelled->Cancel();
+  {
+    auto gone = Task("gone");
+    group.Add(gone.get(), 2);
+  }  // a queued task leaves its queue when destroyed
+  group.Start(false, 1);
+  for (JournalTask* task : {cancelled.get(), kept.get()}) group.WaitFor(task);
+  EXPECT_EQ(Journal(), std::vector<std::string>{"kept"});
+  EXPECT_EQ(follower->state.load(), MTask::kIdle);
+  // Adding again clears the cancellation.
+  group.Add(cancelled.get(), 2);
+  group.WaitFor(cancelled.get());
+  EXPECT_EQ(cancelled->runs.load(), 1);
+}
+
+TEST_F(MTaskGroupTest, TaskThatCannotRunYetLetsOthersPass) {
+  auto waiting = Task("waiting");
+  auto other = Task("other");
+  waiting->allowed = false;
+  group.Start(false, 1);
+  group.Add(waiting.get(), 4);
+  group.Add(other.get(), 0);
+  group.WaitFor(other.get());
+  EXPECT_EQ(waiting->state.load(), MTask::kQueued);
+  waiting->allowed = true;
+  group.WaitFor(waiting.get());
+  EXPECT_EQ(Journal(), (std::vector<std::string>{"other", "waiting"}));
+}
+
+TEST_F(MTaskGroupTest, FailingTasksDoNotStopTheWorker) {
+  MFunctionTask ours([] { throw MException(MString("task failed")); });
+  MFunctionTask foreign([] { throw std::runtime_error("not ours"); });
+  auto after = Task("after");
+  group.Start(false, 1);
+  for (MTask* task : {static_cast<MTask*>(&ours), static_cast<MTask*>(&foreign),
+                      static_cast<MTask*>(after.get())})
+    group.Add(task, 2);
+  group.WaitFor(after.get());
+  EXPECT_EQ(after->runs.load(), 1);
+  EXPECT_EQ(group.WorkerCount(), 1);
+}
+
+TEST_F(MTaskGroupTest, StopReturnsOnlyAfterEveryWorkerEnded) {
+  constexpr int kWorkers = 3;
+  std::latch started(kWorkers);
+  std::latch release(1);
+  std::atomic<int> finished{0};
+  std::vector<std::unique_ptr<MFunctionTask>> tasks;
+  group.Start(false, kWorkers);
+  for (int i = 0; i < kWorkers; ++i) {
+    tasks.push_back(std::make_unique<MFunctionTask>([&] {
+      started.count_down();
+      release.wait();
+      ++finished;
+    }));
+    group.Add(tasks.back().get(), 2);
+  }
+  started.wait();
+  std::vector<MTaskThread*> workers(group.workers.begin(), group.workers.end());
+  // The tasks may end only once Stop has asked every worker to.
+  std::thread releaser([&] {
+    while (!std::all_of(workers.begin(), workers.end(),
+                        [](MTaskThread* worker) { return worker->StopRequested(); }))
+      std::this_thread::yield();
+    release.count_down();
+  });
+  group.Stop();
+  EXPECT_EQ(finished.load(), kWorkers);
+  EXPECT_EQ(group.WorkerCount(), 0);
+  releaser.join();
+}
+
+TEST_F(MTaskGroupTest, ManyTasksOnAFullPoolEachRunOnce) {
+  group.Start(false);
+  EXPECT_EQ(group.WorkerCount(),
+            std::max(8, static_cast<int>(std::thread::hardware_concurrency())));
+  std::vector<MTaskThread*> before(group.workers.begin(), group.workers.end());
+  group.Start(false);  // same size: the same workers
+  EXPECT_EQ(std::vector<MTaskThread*>(group.workers.begin(), group.workers.end()), before);
+
+  constexpr int kTasks = 2000;
+  std::vector<std::atomic<int>> runs(kTasks);
+  std::vector<std::unique_ptr<MFunctionTask>> tasks;
+  for (int i = 0; i < kTasks; ++i) {
+    tasks.push_back(std::make_unique<MFunctionTask>([&runs, i] { ++runs[i]; }));
+    group.Add(tasks.back().get(), i % MTaskGroup::kQueueCount);
+  }
+  for (auto& task : tasks) group.WaitFor(task.get());
+  EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& n) { return n.load() == 1; }));
+
+  group.Start(true, 2);  // another size: new, pinned workers take over
+  EXPECT_EQ(group.WorkerCount(), 2);
+  group.Add(tasks[0].get());
+  group.WaitFor(tasks[0].get());
+  EXPECT_EQ(runs[0].load(), 2);
+}
+
+}  // namespace
+}  // namespace kx
