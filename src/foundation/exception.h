@@ -4,6 +4,9 @@
 
 #include <cstdint>
 #include <utility>
+#if defined(__GLIBCXX__)
+#include <cxxabi.h>
+#endif
 
 #include "foundation/text_string.h"
 
@@ -45,14 +48,19 @@ void ReportGuardFailure(const char* label) noexcept;
 // The guard that stands around every callback, thread body and event delivery.
 // Returns true when the body ran through; an MException is absorbed silently,
 // anything else is reported under `label`. Processor faults are not turned into
-// exceptions on Linux (see docs/platform-linux.md).
+// exceptions on Linux (see docs/platform-linux.md). The unwinding of a cancelled
+// thread (MThread::Kill) is let through: swallowing it would end the process.
 template <typename Body>
-bool Guarded(const char* label, Body&& body) noexcept {
+bool Guarded(const char* label, Body&& body) {
   try {
     body();
     return true;
   } catch (MException&) {
     return false;
+#if defined(__GLIBCXX__)
+  } catch (abi::__forced_unwind&) {
+    throw;
+#endif
   } catch (...) {
     ReportGuardFailure(label);
     return false;
