@@ -1,0 +1,232 @@
+// Loading packages with the architecture selection, over every machine index
+// against the shapes of definitions the server sends.
+#include "catalogue/kernel_selection.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "catalogue/architecture.h"
+#include "catalogue/package.h"
+#include "catalogue_fixture.h"
+#include "foundation/exception.h"
+#include "foundation/module.h"
+#include "foundation/run_state.h"
+#include "log_capture.h"
+#include "support/scripted_boxes.h"
+
+namespace kx {
+namespace {
+
+using testing::CountOf;
+using testing::HasLinesInOrder;
+using testing::Text;
+
+const std::string kNoMatch =
+    "The installer couldn't find executables for the architecture of this machine. ";
+const std::string kSeveral =
+    "Internal installer error - more than one executable matches architecture of this machine. ";
+
+struct Element {
+  std::string path;
+  std::string name;
+  const char* archMin;  // null: no attribute
+  const char* archMax;  // null: no attribute
+  bool mac;
+  // `archenabled` after the load for machine indices 0..8: '1', '0', or '-'
+  // for no attribute.
+  const char* enabled;
+};
+
+struct SelectionCase {
+  const char* label;
+  std::vector<Element> elements;
+  const char* counts;  // the match count for machine indices 0..8
+};
+
+void PrintTo(const SelectionCase& c, std::ostream* out) {
+  *out << c.label;
+}
+
+MXMLItem& AddElement(MXMLItem& definition, const Element& e) {
+  MXMLItem& files = testing::AddFiles(definition, {e.path, e.name, "global", -1, e.mac});
+  // Set here rather than by the fixture, which leaves empty texts out.
+  if (e.archMin) files.SetAttribute("archmin", e.archMin);
+  if (e.archMax) files.SetAttribute("archmax", e.archMax);
+  return files;
+}
+
+class KernelSelectionTest : public ::testing::TestWithParam<SelectionCase> {
+ protected:
+  void TearDown() override { ResetRunFlags(); }
+};
+
+TEST_P(KernelSelectionTest, EveryMachineIndex) {
+  const SelectionCase& c = GetParam();
+  for (int index = 0; index <= kMaxArchitectureIndex; ++index) {
+    SCOPED_TRACE("machine index " + std::to_string(index));
+    testing::MLogCapture log;
+    MScriptedBoxHost boxes;
+    ScopedArchitectureIndex machine(index);
+    testing::CatalogueTrees trees;
+    std::vector<MXMLItem*> elements;
+    for (const Element& e : c.elements) elements.push_back(&AddElement(trees.definition, e));
+    // A definition also carries panels, which the walk passes over.
+    trees.definition.AddSubItem("category").SetAttribute("name", "Effects");
+
+    MArray<Package*> packages;
+    int32_t count =
+        LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
+    EXPECT_EQ(count, c.counts[index] - '0');
+
+    ASSERT_EQ(packages.Count(), static_cast<int32_t>(c.elements.size()));
+    for (size_t i = 0; i < c.elements.size(); ++i) {
+      const Element& e = c.elements[i];
+      EXPECT_EQ(packages[static_cast<int32_t>(i)]->GetDefinitionNode(), elements[i]);
+      MXMLAttribute* enabled = elements[i]->FindAttribute("archenabled");
+      char got = enabled ? (enabled->value.AsInt() ? '1' : '0') : '-';
+      EXPECT_EQ(got, e.enabled[index]) << e.path;
+    }
+
+    std::string text = log.Text();
+    EXPECT_TRUE(HasLinesInOrder(text, {"\nDetected architecture index: " + std::to_string(index),
+                                       ToStd(InstructionSetReport())}));
+    // One "Using kernel type" line, after a blank one, per match.
+    EXPECT_EQ(CountOf(text, "\r\n\r\nUsing kernel type: arch"), count);
+
+    if (count == 1) {
+      EXPECT_TRUE(boxes.Calls().empty());
+      EXPECT_EQ(CountOf(text, "Please contact our support"), 0);
+    } else {
+      const std::string& opening = count < 1 ? kNoMatch : kSeveral;
+      std::string message = opening +
+                            "Trying to use most suitable executables for this machine. Please "
+                            "contact our support via " +
+                            kSupportAddress +
+                            " and send us information about this computer with this "
+                            "screenshot.<p>System information:" +
+                            ToStd(InstructionSetReport());
+      ASSERT_EQ(boxes.Calls().size(), 1u);
+      EXPECT_EQ(boxes.Calls()[0].kind, "ShowError");
+      EXPECT_EQ(ToStd(boxes.Calls()[0].text), message);
+      EXPECT_TRUE(HasLinesInOrder(text, {message}));
+    }
+    ClearPackageList(packages);
+  }
+}
+
+const SelectionCase kSelections[] = {
+    {"the two shipped kernels",
+     {{"Kernel/sse", "Kernel", nullptr, "avx2", false, "111111100"},
+      {"Kernel/avx2", "Kernel", "avx2", nullptr, false, "000000011"},
+      {"Data/Global", "Global data", nullptr, nullptr, false, "---------"},
+      {"BINEffects/binx64", "Effects", nullptr, nullptr, false, "---------"}},
+     "111111111"},
+    {"archmin only: machines below AVX have none",
+     {{"Kernel/avx", "Kernel", "AVX", nullptr, false, "000000111"}},
+     "000000111"},
+    {"unknown names: index 0 matches all below, and nothing lies below 0",
+     {{"Kernel/any", "Kernel", "neon", nullptr, false, "111111111"},
+      {"Kernel/none", "Kernel", nullptr, "altivec", false, "000000000"},
+      {"Kernel/empty", "Kernel", "", "", false, "000000000"}},
+     "111111111"},
+    {"both bounds",
+     {{"Kernel/sse4", "Kernel", "sse41", "avx", false, "000011000"},
+      {"Kernel/old", "Kernel", nullptr, "sse41", false, "111100000"},
+      {"Kernel/new", "Kernel", "avx", nullptr, false, "000000111"}},
+     "111111111"},
+    {"no architecture attributes at all",
+     {{"Kernel/one", "Kernel", nullptr, nullptr, false, "---------"},
+      {"BINEffects/binx64", "Effects", nullptr, nullptr, false, "---------"}},
+     "000000000"},
+    {"two matches: the fallback picks the build below AVX2",
+     {{"Kernel/sse", "Kernel", nullptr, "AVX2", false, "111111111"},
+      {"Kernel/avx2", "Kernel", "avx2", nullptr, false, "000000000"},
+      {"Kernel/sse2", "Kernel", "sse2", nullptr, false, "011111111"},
+      // Not a kernel by name: the fallback leaves it as the walk set it.
+      {"Extras/avx2", "Extras", "avx2", nullptr, false, "000000011"}},
+     "122222233"},
+    {"the other platform's build never matches",
+     {{"Kernel/sse", "Kernel", nullptr, "avx2", false, "111111111"},
+      {"KernelMac/avx2", "Kernel", "avx2", nullptr, true, "000000000"},
+      // Nor does the fallback turn it on.
+      {"KernelMac/sse", "Kernel", nullptr, "avx2", true, "000000000"},
+      // mac is not looked at without an architecture attribute.
+      {"BINEffectsMac/bin", "Effects", nullptr, nullptr, true, "---------"}},
+     "111111100"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Definitions, KernelSelectionTest, ::testing::ValuesIn(kSelections));
+
+TEST(KernelSelectionLabelTest, FixedLabelByWhetherArchmaxIsEmpty) {
+  const struct {
+    const char* archMin;
+    const char* archMax;
+    int machine;
+    const char* label;  // null: no match, no line
+  } cases[] = {
+      {nullptr, "avx2", 0, "archmax=avx2"},  {"avx2", nullptr, 7, "archmin=avx2"},
+      {"sse2", "avx512", 3, "archmax=avx2"},  // the label does not echo the values
+      {"avx", nullptr, 8, "archmin=avx2"},   {"avx", "", 6, "archmin=avx2"},
+      {"", "sse3", 1, "archmax=avx2"},       {nullptr, "avx2", 7, nullptr},
+  };
+  for (const auto& c : cases) {
+    testing::MLogCapture log;
+    ScopedArchitectureIndex machine(c.machine);
+    MXMLItem definition("InstallerDefinition");
+    MXMLItem& files =
+        AddElement(definition, {"Kernel/x", "Kernel", c.archMin, c.archMax, false, ""});
+    int32_t counter = 5;
+    EvaluateArchitecture(files, counter);
+    std::string text = log.Text();
+    if (c.label) {
+      EXPECT_EQ(counter, 6);
+      EXPECT_EQ(text, std::string("\r\nUsing kernel type: ") + c.label + "\r\n");
+    } else {
+      EXPECT_EQ(counter, 5);
+      EXPECT_EQ(text, "");
+    }
+  }
+}
+
+TEST(KernelSelectionSilentTest, MessageAtEachStartOnlyInTheLog) {
+  ScopedArchitectureIndex machine(7);
+  SilentMode = true;
+  MScriptedBoxHost boxes;
+  testing::MLogCapture log;
+  testing::CatalogueTrees trees;
+  AddElement(trees.definition, {"Kernel/one", "Kernel", nullptr, nullptr, false, ""});
+  MArray<Package*> packages;
+  // A second load (offline data) replaces the list and tells again.
+  for (int start = 0; start < 2; ++start)
+    LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
+  EXPECT_EQ(packages.Count(), 1);
+  EXPECT_TRUE(boxes.Calls().empty());
+  EXPECT_EQ(CountOf(log.Text(), kNoMatch), 2);
+  ClearPackageList(packages);
+  ResetRunFlags();
+}
+
+TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
+  ScopedArchitectureIndex machine(7);
+  testing::CatalogueTrees trees;
+  AddElement(trees.definition, {"Kernel/avx2", "Kernel", "avx2", nullptr, false, ""});
+  MXMLItem& broken = trees.definition.AddSubItem("files");
+  broken.SetAttribute("archmin", "avx2");
+  MArray<Package*> packages;
+  try {
+    LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
+    FAIL() << "no exception";
+  } catch (MException& e) {
+    EXPECT_EQ(ToStd(e.message), "Could not find required attribute (path).");
+  }
+  EXPECT_EQ(broken.FindAttribute("archenabled"), nullptr);
+  // What was built before the broken element stays in the list, which owns it.
+  ASSERT_EQ(packages.Count(), 1);
+  EXPECT_EQ(ToStd(packages[0]->Key), "Kernel_avx2");
+  ClearPackageList(packages);
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,124 @@
+// Version components, and the update decision of a package as its database
+// entry and its installed version give it.
+#include "catalogue/version_compare.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "catalogue/package.h"
+#include "catalogue/settings_node.h"
+#include "catalogue/update_detection.h"
+#include "catalogue_fixture.h"
+
+namespace kx {
+namespace {
+
+using testing::Text;
+
+TEST(VersionComponentTest, NumberThenLetter) {
+  const struct {
+    const char* a;
+    const char* b;
+    int order;
+  } cases[] = {
+      {"15", "16", -1},    {"16", "16", 0},    {"99", "100", 1},  // only two characters count
+      {"16", "16b", -1},   {"16a", "16b", -1}, {"16b", "16b", 0},
+      {"16B", "16b", -1},                                        // by code, not folded
+      {"16bx", "16by", 0},                                       // a fourth character is ignored
+      {"17", "16z", 1},    {"5", "0", 0},                        // too short for a number: both 0
+      {"9", "09", -1},     {"", "00", 0},      {"1a", "01", 0},  // "1a": number 1, no letter
+      {"ab", "00", 0},     {"abc", "00", 1},  // no digits: number 0, 'c' a letter
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(CompareVersionComponent(c.a, c.b), c.order) << c.a << " vs " << c.b;
+    EXPECT_EQ(CompareVersionComponent(c.b, c.a), -c.order) << c.b << " vs " << c.a;
+  }
+}
+
+TEST(VersionComponentTest, Split) {
+  EXPECT_EQ(SplitVersion("").Count(), 0);
+  EXPECT_EQ(SplitVersion("16").Count(), 1);
+  MArray<MString> parts = SplitVersion("16..02b");
+  ASSERT_EQ(parts.Count(), 3);
+  EXPECT_TRUE(parts[1].IsEmpty());
+  EXPECT_EQ(ToStd(parts[2]), "02b");
+}
+
+struct UpdateCase {
+  const char* label;
+  const char* current;  // CurrentPackageVersion
+  const char* stable;   // null: no stable child
+  const char* stableTime;
+  const char* beta;  // null: no beta child
+  const char* betaTime;
+  bool allowBeta;
+  const char* updateVersion;  // after ReadDatabase
+  bool hasNewerBeta;
+  bool hasUpdate;
+};
+
+void PrintTo(const UpdateCase& c, std::ostream* out) {
+  *out << c.label;
+}
+
+class PackageUpdateTest : public ::testing::TestWithParam<UpdateCase> {};
+
+TEST_P(PackageUpdateTest, VersionsAndAnswer) {
+  const UpdateCase& c = GetParam();
+  testing::CatalogueTrees trees;
+  std::vector<testing::VersionSpec> versions;
+  if (c.stable) versions.push_back({c.stable, false, c.stableTime, 100});
+  if (c.beta) versions.push_back({c.beta, true, c.betaTime, 100});
+  if (!versions.empty()) testing::AddDatabaseEntry(trees.database, "Content_Kit", versions);
+  FindOrMakeSettingsItem(trees.packageSettings, "Content_Kit").SetAttribute("Version", c.current);
+  std::unique_ptr<Package> package(
+      Package::Create(nullptr, testing::AddFiles(trees.definition, {"Content/Kit"}), trees.database,
+                      trees.packageSettings));
+
+  ReadDatabase(*package, c.allowBeta);
+  EXPECT_EQ(ToStd(package->UpdateVersion), c.updateVersion);
+  EXPECT_EQ(package->HasNewerBeta, c.hasNewerBeta);
+  EXPECT_EQ(HasUpdate(*package, c.allowBeta), c.hasUpdate);
+  EXPECT_EQ(
+      HasVersionUpdate(c.current, c.beta ? c.beta : "", c.stable ? c.stable : "", c.allowBeta),
+      c.hasUpdate);
+}
+
+const char* const kEarly = "2024-03-01 10:00:00";
+const char* const kLate = "2024-04-01 09:30:00";
+const char* const kLateAndAHalf = "2024-04-01 09:30:00.5";
+
+// clang-format off
+const UpdateCase kUpdates[] = {
+    // label, current, stable, time, beta, time, allowBeta, UpdateVersion, HasNewerBeta, update
+    {"stable newer", "16.01", "16.02", kEarly, nullptr, nullptr, false, "16.02", false, true},
+    {"stable equal", "16.02", "16.02", kEarly, nullptr, nullptr, false, "16.02", false, false},
+    {"installed ahead of stable", "16.03", "16.02", kEarly, nullptr, nullptr, false, "16.02", false, false},
+    {"first component decides", "15.90", "16.01", kEarly, nullptr, nullptr, false, "16.01", false, true},
+    {"letter ahead of none", "16.01", "16.01a", kEarly, nullptr, nullptr, false, "16.01a", false, true},
+    {"letters by code", "16.01b", "16.01a", kEarly, nullptr, nullptr, false, "16.01a", false, false},
+    {"one current component, two stable ones", "16", "16.05", kEarly, nullptr, nullptr, false, "16.05", false, false},
+    {"two current components, one stable: the missing one is empty", "16.05", "16", kEarly, nullptr, nullptr, false, "16", false, false},
+    {"missing stable component equals 00", "16.00", "16", kEarly, nullptr, nullptr, false, "16", false, false},
+    {"beta ahead of stable", "16.01", "16.01", kEarly, "16.02b", kLate, true, "16.02b", true, true},
+    {"beta ahead, beta channel off", "16.01", "16.01", kEarly, "16.02b", kLate, false, "16.01", true, false},
+    {"second component of the beta decides", "16.01", "16.01", kEarly, "16.02", kLate, true, "16.02", true, true},
+    {"equal times: stable wins", "16.01", "16.02", kLate, "16.03b", kLate, true, "16.02", false, true},
+    {"milliseconds make the beta later", "16.01", "16.02", kLate, "16.03b", kLateAndAHalf, true, "16.03b", true, true},
+    {"older beta is not the update version", "16.01", "16.02", kLate, "16.03b", kEarly, true, "16.02", false, true},
+    {"beta loop ends in a final no", "16.03", "16.04", kLate, "16.02b", kEarly, true, "16.04", false, false},
+    {"same versions without the beta channel", "16.03", "16.04", kLate, "16.02b", kEarly, false, "16.04", false, true},
+    {"all equal to the beta: stable decides", "16.02b", "16.03", kEarly, "16.02b", kLate, true, "16.02b", true, true},
+    {"only a beta", "16.01", nullptr, nullptr, "16.02b", kLate, false, "16.02b", true, false},
+    {"only a beta, beta channel", "16.01", nullptr, nullptr, "16.02b", kLate, true, "16.02b", true, true},
+    {"nothing installed", "", "16.02", kEarly, "16.03b", kLate, true, "16.03b", true, false},
+    {"no database entry", "16.01", nullptr, nullptr, nullptr, nullptr, true, "", false, false},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(Versions, PackageUpdateTest, ::testing::ValuesIn(kUpdates));
+
+}  // namespace
+}  // namespace kx
