@@ -4,13 +4,12 @@
 #include "app/run_flags.h"
 #include "foundation/boxes.h"
 #include "foundation/codecs.h"
+#include "foundation/data_paths.h"
 #include "foundation/exception.h"
-#include "foundation/file_ops.h"
 #include "foundation/format.h"
 #include "foundation/log.h"
 #include "foundation/path_text.h"
 #include "foundation/platform/single_instance.h"
-#include "foundation/platform/user_folders.h"
 
 namespace kx {
 
@@ -18,24 +17,7 @@ const char* const kSingleInstanceName = "Global\\VorlundKestrixMutexForSingleIns
 
 namespace {
 
-// The maker's folder name, shared by all the maker's products.
-const char* const kMakerFolder = "Vorlund";
-
 MString g_moduleName;
-
-// The per-user data folder of the program, created when missing. There is no
-// fallback to a machine-wide folder: the program must be able to write here.
-MString ComputeDataFolder(const MString& name) {
-  MString base = UserConfigFolder();
-  MString path = JoinPath(JoinPath(base, kMakerFolder), name);
-  // Without a home folder the path would fall on the file system's root.
-  if (base.IsEmpty())
-    throw MException(MFormat("Could not create path \"{0}\". {1}")
-                         .Add(path)
-                         .Add("No home folder is known for this user."));
-  MFile::CreatePath(path);
-  return path;
-}
 
 void LogArguments(const std::vector<MString>& arguments) {
   MLog::Line(MFormat("Argument count {0}").Add(arguments.size()));
@@ -48,7 +30,9 @@ void LogArguments(const std::vector<MString>& arguments) {
 
 int RunEntry(const std::vector<MString>& arguments) {
   g_moduleName = "Kestrix";
-  DataFolder = ComputeDataFolder("Downloader");
+  // Created when missing; there is no fallback to the shared data folder: the
+  // program must be able to write here.
+  DataFolder = GetDataPath_User("Downloader", true);
   // The module's platform start (its argument list, the owner window of the
   // boxes) has nothing more to do here: the arguments came in decoded, and boxes
   // have no owner window until the GUI exists.
