@@ -1,0 +1,156 @@
+// Trees holding every kind of value survive a trip through each stored form,
+// and very deep trees through the binary ones.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "foundation/mbx.h"
+#include "foundation/memory_stream.h"
+#include "foundation/zlib_stream.h"
+#include "tree_test_support.h"
+
+namespace kx {
+namespace {
+
+enum class Form { kMBX, kCompressedMBX, kXML, kCompressedXML };
+
+struct FormCase {
+  const char* name;
+  Form form;
+};
+
+void Save(const MXMLItem& tree, MStream& stream, Form form) {
+  switch (form) {
+    case Form::kMBX:
+      tree.SaveMBX(stream, false);
+      break;
+    case Form::kCompressedMBX:
+      tree.SaveMBX(stream, true);
+      break;
+    case Form::kXML:
+      tree.SaveXML(stream, false, false);
+      break;
+    case Form::kCompressedXML:
+      tree.SaveXML(stream, true);
+      break;
+  }
+}
+
+void Load(MXMLItem& tree, MStream& stream, Form form) {
+  switch (form) {
+    case Form::kMBX:
+      tree.ReadMBX(stream);
+      break;
+    case Form::kCompressedMBX:
+      tree.ReadMBXAuto(stream);
+      break;
+    case Form::kXML:
+      tree.LoadXML(stream);
+      break;
+    case Form::kCompressedXML: {
+      MZLIBStream inflater;
+      inflater.Init(&stream, false);
+      tree.LoadXML(inflater);
+      break;
+    }
+  }
+}
+
+bool IsText(Form form) {
+  return form == Form::kXML || form == Form::kCompressedXML;
+}
+
+// Every variant type, each at a value its own type needs (so that the binary
+// form, which narrows integers, keeps the type), as attributes and as values.
+void FillEveryType(MXMLItem& root) {
+  MVariant buffer;
+  buffer.SetBuffer("\x00\x01\xFE\xFF", 4, false);
+  MVariant emptyBuffer;
+  emptyBuffer.SetBuffer("", 0, false);
+  const MVariant values[] = {
+      MVariant(int64_t{-(int64_t{1} << 50)}),
+      MVariant(int32_t{1} << 20),
+      MVariant(int16_t{-1000}),
+      MVariant(int8_t{-7}),
+      MVariant(0.25f),
+      MVariant(3.141592653589793),
+      MVariant("plain ascii"),
+      MVariant(""),
+      MVariant(MShortString(u"caf\u00e9 \u00fc")),
+      MVariant(MShortString(u"\u0100\u4e2d and a pair \U0001F3B5")),
+      MVariant(MShortString(u"a long text that does not fit inline, 0123456789 0123456789")),
+      MVariant(MShortString(u"line one\nline two & <tag> \"quoted\"")),
+      buffer,
+      emptyBuffer,
+  };
+  int index = 0;
+  for (const MVariant& value : values) {
+    MString name = MString("v") + MString::FromNumber(index++);
+    root.AppendAttribute(name, value);
+    MXMLItem& item = root.AddSubItem(name);
+    // An empty value is not stored: it reads back as an empty string.
+    if (!value.IsEmpty()) item.value = value;
+    item.AppendAttribute("k", index);
+  }
+  MXMLItem& packed = root.AddSubItem("packed");
+  packed.SetValueBuffer("compressible compressible compressible", 38, true);
+  MXMLItem& nested = root.AddSubItem("nested");
+  nested.AddSubItem("deeper").AddSubItem("deepest").value = MVariant("end");
+  nested.AddSubItem("empty");
+}
+
+class TreeRoundTripTest : public ::testing::TestWithParam<FormCase> {};
+
+TEST_P(TreeRoundTripTest, KeepsEveryValue) {
+  MXMLItem original("Everything");
+  FillEveryType(original);
+  MMemoryStream stream;
+  Save(original, stream, GetParam().form);
+  stream.Seek(0, kSeekBegin);
+  MXMLItem back;
+  Load(back, stream, GetParam().form);
+  EXPECT_EQ(TreeDifference(original, back, IsText(GetParam().form)), "");
+
+  // A compressed buffer keeps its bytes and flag in the binary forms, and gives
+  // its inflated bytes in every form.
+  MXMLItem& packed = back.GetSubItem("packed");
+  char bytes[64] = {};
+  EXPECT_EQ(packed.GetValueBuffer(bytes, sizeof bytes, true, MXMLItem::kBufferShort), 38);
+  EXPECT_EQ(std::string(bytes, 38), "compressible compressible compressible");
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, TreeRoundTripTest,
+                         ::testing::Values(FormCase{"MBX", Form::kMBX},
+                                           FormCase{"CompressedMBX", Form::kCompressedMBX},
+                                           FormCase{"XML", Form::kXML},
+                                           FormCase{"CompressedXML", Form::kCompressedXML}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+class DeepTreeTest : public ::testing::TestWithParam<FormCase> {};
+
+TEST_P(DeepTreeTest, HundredThousandLevels) {
+  constexpr int kDepth = 100000;
+  MXMLItem root("d");
+  MXMLItem* item = &root;
+  for (int level = 1; level < kDepth; ++level) {
+    item = &item->AddSubItem("d");
+    item->AppendAttribute("l", level);
+  }
+  MMemoryStream stream;
+  Save(root, stream, GetParam().form);
+  stream.Seek(0, kSeekBegin);
+  MXMLItem back;
+  Load(back, stream, GetParam().form);
+  int depth = 1;
+  for (const MXMLItem* at = &back; at->firstSubItem; at = at->firstSubItem) ++depth;
+  EXPECT_EQ(depth, kDepth);
+  EXPECT_EQ(TreeDifference(root, back, IsText(GetParam().form)), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, DeepTreeTest,
+                         ::testing::Values(FormCase{"MBX", Form::kMBX},
+                                           FormCase{"CompressedMBX", Form::kCompressedMBX}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace kx

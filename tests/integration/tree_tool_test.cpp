@@ -1,0 +1,205 @@
+// kestrix-tree run as a real process on real files: conversions in every
+// direction, the dump, and the exit codes and messages of failures and misuse.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "foundation/base64.h"
+#include "foundation/mbx.h"
+#include "foundation/memory_stream.h"
+#include "foundation/path_text.h"
+#include "support/sandbox.h"
+
+extern char** environ;
+
+namespace kx {
+namespace {
+
+using namespace std::string_literals;
+
+const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
+const char* const kUsage =
+    "Usage: kestrix-tree convert IN OUT --to xml|mbx [--compress] | kestrix-tree dump IN\n";
+
+struct ToolResult {
+  int exitCode = -1;
+  std::string output;
+  std::string errorOutput;
+};
+
+class TreeToolTest : public ::testing::Test {
+ protected:
+  std::filesystem::path File(const std::string& name) const { return sandbox.Root() / name; }
+  std::string FileArgument(const std::string& name) const { return File(name).string(); }
+
+  void WriteFile(const std::string& name, const std::string& bytes) const {
+    std::ofstream(File(name), std::ios::binary) << bytes;
+  }
+
+  ToolResult Run(const std::vector<std::string>& arguments) const {
+    std::filesystem::path out = File("stdout.txt");
+    std::filesystem::path err = File("stderr.txt");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    std::vector<char*> argv{const_cast<char*>(kTool)};
+    for (const std::string& argument : arguments)
+      argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    pid_t pid = 0;
+    int failed = posix_spawn(&pid, kTool, &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ToolResult result;
+    if (failed != 0) {
+      ADD_FAILURE() << "cannot start " << kTool;
+      return result;
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status)) << "status " << status;
+    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    result.output = ReadFileBytes(out);
+    result.errorOutput = ReadFileBytes(err);
+    return result;
+  }
+
+  // The tree that a file in any form holds, loaded in this process.
+  void LoadTree(MXMLItem& tree, const std::string& name) const {
+    MMemoryStream stream;
+    std::string bytes = ReadFileBytes(File(name));
+    stream.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
+    stream.Seek(0, kSeekBegin);
+    ASSERT_TRUE(TryLoadAny(tree, stream));
+  }
+
+  MTestSandbox sandbox;
+};
+
+const char kSampleXML[] =
+    "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+    "<PackageDatabase>\n"
+    "\t<packages name=\"BINEffects_binx64\">\n"
+    "\t\t<stable version=\"15.01\" size=\"1234567\" beta=\"0\" time=\"2024-03-01 10:00\"/>\n"
+    "\t\t<beta version=\"15.02\" size=\"1234999\" beta=\"1\" time=\"2024-04-01 09:30\"/>\n"
+    "\t</packages>\n"
+    "\t<note>caf\xC3\xA9 &amp; more</note>\n"
+    "</PackageDatabase>\n";
+
+std::string PrettyXML(const MXMLItem& tree) {
+  MMemoryStream stream;
+  tree.SaveXML(stream, false, false);
+  return std::string(stream.View());
+}
+
+TEST_F(TreeToolTest, ConvertsBetweenAllForms) {
+  WriteFile("in.xml", kSampleXML);
+  MXMLItem original;
+  LoadTree(original, "in.xml");
+
+  struct Step {
+    const char* from;
+    const char* to;
+    const char* form;
+    bool compress;
+    std::string head;
+  };
+  const Step steps[] = {
+      {"in.xml", "a.mbx", "mbx", false, "\0MBX"s},
+      {"a.mbx", "b.mbx", "mbx", true, "\x78\xDA"s},
+      {"b.mbx", "c.xml", "xml", false, "<?xml"},
+      {"c.xml", "d.xml", "xml", true, "\x78\xDA"s},
+  };
+  for (const Step& step : steps) {
+    std::vector<std::string> arguments{"convert", FileArgument(step.from), FileArgument(step.to),
+                                       "--to", step.form};
+    if (step.compress)
+      arguments.insert(arguments.begin() + 1, "--compress");  // options go anywhere
+    ToolResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << step.to << ": " << result.errorOutput;
+    EXPECT_EQ(result.errorOutput, "") << step.to;
+    std::string bytes = ReadFileBytes(File(step.to));
+    EXPECT_EQ(bytes.substr(0, step.head.size()), step.head) << step.to;
+    if (std::string(step.to) == "d.xml") continue;  // compressed text is no loadable form
+    MXMLItem converted;
+    LoadTree(converted, step.to);
+    EXPECT_EQ(PrettyXML(converted), PrettyXML(original)) << step.to;
+  }
+  // The pretty text is exactly what the library writes.
+  EXPECT_EQ(ReadFileBytes(File("c.xml")), PrettyXML(original));
+}
+
+TEST_F(TreeToolTest, DumpsAnyFormAsPrettyXML) {
+  WriteFile("in.xml", kSampleXML);
+  MXMLItem original;
+  LoadTree(original, "in.xml");
+  MMemoryStream packed;
+  original.SaveMBX(packed, true);
+  WriteFile("packed.mbx", std::string(packed.View()));
+  WriteFile("line.txt", "$" + ToStd(EncodeBase64(packed.Data(), packed.Size())) + "\n");
+
+  for (const char* name : {"in.xml", "packed.mbx", "line.txt"}) {
+    ToolResult result = Run({"dump", FileArgument(name)});
+    EXPECT_EQ(result.exitCode, 0) << name << ": " << result.errorOutput;
+    EXPECT_EQ(result.output, PrettyXML(original)) << name;
+  }
+}
+
+TEST_F(TreeToolTest, FailuresExitWithTheMessage) {
+  WriteFile("binary.mbx", "\0MBXXr\0Q"s);
+  WriteFile("truncated.mbx", "\0MBXXr\0Xa\0"s);
+  WriteFile("text.txt", "just words\n");
+  WriteFile("out.mbx", "old");
+  const std::pair<std::string, std::string> cases[] = {
+      {"binary.mbx", "Incorrect MBX command identifier.\n"},
+      {"truncated.mbx", "Unexpected MBX end.\n"},
+      {"text.txt", "Text outside of any element. 'just words'\n"},
+      {"missing.xml",
+       "File \"" + FileArgument("missing.xml") +
+           "\" could not be opened. Make sure that it exists.\nError: \"No such file or "
+           "directory\".\n"},
+  };
+  for (const auto& [name, message] : cases) {
+    ToolResult result =
+        Run({"convert", FileArgument(name), FileArgument("out.mbx"), "--to", "mbx"});
+    EXPECT_EQ(result.exitCode, 1) << name;
+    EXPECT_EQ(result.errorOutput, message) << name;
+    EXPECT_EQ(ReadFileBytes(File("out.mbx")), "old") << name;
+    result = Run({"dump", FileArgument(name)});
+    EXPECT_EQ(result.exitCode, 1) << name;
+    EXPECT_EQ(result.errorOutput, message) << name;
+    EXPECT_EQ(result.output, "") << name;
+  }
+}
+
+TEST_F(TreeToolTest, WrongUsageShowsTheUsageLine) {
+  const std::vector<std::vector<std::string>> cases = {
+      {},
+      {"list", "a"},
+      {"dump"},
+      {"dump", "a", "b"},
+      {"dump", "a", "--compress"},
+      {"convert", "a", "b"},
+      {"convert", "a", "b", "--to"},
+      {"convert", "a", "b", "--to", "json"},
+      {"convert", "a", "--to", "mbx"},
+      {"convert", "a", "b", "c", "--to", "mbx"},
+      {"convert", "a", "b", "--to", "mbx", "--fast"},
+  };
+  for (const auto& arguments : cases) {
+    ToolResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.errorOutput, kUsage) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+}  // namespace
+}  // namespace kx
