@@ -10,11 +10,12 @@ for run in runs:
     if run.get("run_type") == "aggregate":
         continue
     name = run["name"]
-    times[name] = run["cpu_time"]
+    times[name] = (run["cpu_time"], run.get("time_unit", "ns"))
 for name, ours in sorted(times.items()):
     if not name.startswith("Ours_"):
         continue
     case = name[len("Ours_"):]
     peer = times.get("Peer_" + case)
-    if peer:
-        print(f"{case}: ratio: ours/peer = {ours / peer:.2f}  (ours {ours:.1f} ns, peer {peer:.1f} ns)")
+    if peer and peer[1] == ours[1]:
+        print(f"{case}: ratio: ours/peer = {ours[0] / peer[0]:.2f}"
+              f"  (ours {ours[0]:.1f} {ours[1]}, peer {peer[0]:.1f} {peer[1]})")

@@ -122,16 +122,22 @@ class MSingleByteCodec : public MCodec {
 // one, as MString::ToASCII does.
 class MSystemCodec final : public MSingleByteCodec {
  public:
-  MSystemCodec() : MSingleByteCodec(identity_.data(), false) {
-    for (int i = 0; i < 256; ++i) identity_[i] = static_cast<char16_t>(i);
-  }
+  MSystemCodec() : MSingleByteCodec(IdentityTable(), false) {}
   const char* GetName() const override { return ""; }
 
  protected:
   uint8_t ByteOf(MChar unit) const override { return NarrowUnit(unit); }
 
  private:
-  std::array<char16_t, 256> identity_;
+  // Bytes are their own units; built once, before the base refers to it.
+  static const char16_t* IdentityTable() {
+    static const std::array<char16_t, 256> table = [] {
+      std::array<char16_t, 256> units{};
+      for (int i = 0; i < 256; ++i) units[i] = static_cast<char16_t>(i);
+      return units;
+    }();
+    return table.data();
+  }
 };
 
 class MCharsetCodec final : public MSingleByteCodec {
