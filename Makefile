@@ -2,11 +2,15 @@
 #   make test   install deps, build with ASan+UBSan, run every test through CTest
 #   make bench  release build, run the benchmarks and the peer comparisons
 #   make demo   build and run the program on its built-in demo in a sandboxed HOME
+#   make tsan   build with ThreadSanitizer, run the thread, task and event tests
 JOBS ?= $(shell nproc)
 TEST_DIR := build/test
 BENCH_DIR := build/release
+TSAN_DIR := build/tsan
+# CTest names of the thread, task and event tests (suite.case).
+TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology)Test\.
 
-.PHONY: all deps test bench demo fuzz-smoke clean format
+.PHONY: all deps test tsan bench demo fuzz-smoke clean format
 
 all: $(TEST_DIR)/build.ninja
 	cmake --build $(TEST_DIR) -j $(JOBS)
@@ -23,6 +27,13 @@ test: deps $(TEST_DIR)/build.ninja
 	cd $(TEST_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure -j $(JOBS)
 
+tsan: deps
+	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+	  -DKESTRIX_TSAN=ON -DKESTRIX_WERROR=ON -DKESTRIX_TESTS=ON
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target foundation_tests
+	cd $(TSAN_DIR) && TSAN_OPTIONS=second_deadlock_stack=1 \
+	  ctest --output-on-failure -j $(JOBS) -R '$(TSAN_TESTS)'
+
 bench: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release \
 	  -DKESTRIX_TESTS=OFF -DKESTRIX_BENCH=ON
@@ -31,7 +42,7 @@ bench: deps
 
 demo: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
-	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack
 	scripts/demo $(BENCH_DIR)/src/app/kestrix
 
 fuzz-smoke:

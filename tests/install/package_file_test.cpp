@@ -1,0 +1,319 @@
+// Packages on real files: written from a real source folder with every flag
+// combination and read back through the content streams and by extraction; the
+// trailer and definition checks on hand-made files; what the digest does not
+// protect; source trees from folders and tree files; unsafe item paths.
+#include "install/package_file.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "foundation/file_ops.h"
+#include "foundation/file_stream.h"
+#include "foundation/hash_stream.h"
+#include "foundation/memory_stream.h"
+#include "foundation/resource_test_support.h"
+#include "foundation/xml_item.h"
+#include "foundation/xml_iterator.h"
+#include "install/package_extract.h"
+#include "install/package_source.h"
+
+namespace kx {
+namespace {
+
+using Library = MResourceLibrary;
+
+std::vector<MXMLItem*> FileItemsOf(MXMLItem& root) {
+  std::vector<MXMLItem*> items;
+  MXMLIterator walk;
+  for (MXMLItem* item = walk.Begin(root); item; item = walk.Next())
+    if (item->name == "file") items.push_back(item);
+  return items;
+}
+
+// A trailer for a hand-made definition block: digest, size, flags.
+std::string WithTrailer(const std::string& contents, const std::string& definition, uint32_t flags) {
+  MHashStream md5;
+  md5.Reset();
+  md5.Write(definition.data(), static_cast<int64_t>(definition.size()));
+  md5.Finish();
+  int64_t size = static_cast<int64_t>(definition.size());
+  std::string bytes = contents + definition;
+  bytes.append(reinterpret_cast<const char*>(md5.Digest()), 16);
+  bytes.append(reinterpret_cast<const char*>(&size), 8);
+  bytes.append(reinterpret_cast<const char*>(&flags), 4);
+  return bytes;
+}
+
+// A text definition of exactly `size` bytes holding one `file` item over "hello".
+std::string DefinitionOf(size_t size) {
+  std::string text = "<package name=\"p\"><file name=\"a.txt\" op=\"update\" filestart=\"0\" filesize=\"5\"/></package>";
+  text.append(size - text.size(), ' ');
+  return text;
+}
+
+class PackageFileTest : public FileTestBase {
+ protected:
+  // Source files by relative path: text, random bytes, an empty one, a deep one.
+  std::map<std::string, std::string> sources = {
+      {"readme.txt", TextBytes(200000, 1)},
+      {"bin/plugin.so", RandomBytes(90000, 2)},
+      {"bin/empty.dat", ""},
+      {"Presets/Lead.presets", TextBytes(3000, 3)},
+      {"a/b/c/d/deep.txt", TextBytes(70, 4)},
+  };
+
+  void SetUp() override {
+    for (const auto& [name, content] : sources) WriteFile("src/" + name, content);
+  }
+
+  void WritePackage(const std::string& name, uint32_t flags, MXMLItem& tree) {
+    MFileStream target(Path(name), MFileStream::kModeCreate);
+    MPackageFile::Write(tree, target, flags, PackageSourceOpener());
+    target.Close();
+  }
+
+  void WriteFolderPackage(const std::string& name, uint32_t flags) {
+    MXMLItem tree(MString("package"));
+    AddFolderToSourceTree(tree, Path("src"));
+    WritePackage(name, flags, tree);
+  }
+
+  void WriteBytes(const std::string& name, const std::string& bytes) {
+    std::ofstream(Native(name), std::ios::binary | std::ios::trunc) << bytes;
+  }
+
+  std::string OpenFailure(const std::string& name) {
+    return MessageOf([&] {
+      MPackageFile package;
+      package.Open(Path(name));
+    });
+  }
+};
+
+class PackageFlagsTest : public PackageFileTest, public ::testing::WithParamInterface<uint32_t> {};
+
+TEST_P(PackageFlagsTest, ReadsBackEqualToItsSources) {
+  uint32_t flags = GetParam();
+  WriteFolderPackage("p.pkgm", flags);
+
+  MPackageFile package;
+  MXMLItem& root = package.Open(Path("p.pkgm"));
+  EXPECT_EQ(package.GetFlags(), flags);
+  std::vector<MXMLItem*> items = FileItemsOf(root);
+  ASSERT_EQ(items.size(), sources.size());
+  for (MXMLItem* item : items) {
+    std::string path = ToStd(PackageItemPath(root, *item));
+    ASSERT_TRUE(sources.count(path)) << path;
+    EXPECT_FALSE(item->HasAttribute("srcpath")) << "build paths stay at home";
+    std::unique_ptr<MStream> content = package.OpenContent(*item);
+    EXPECT_EQ(content->GetSize(), static_cast<int64_t>(sources[path].size()));
+    EXPECT_EQ(ReadRest(*content, 5000), sources[path]) << path << " flags " << flags;
+    // Again from the start, after a partial read.
+    content->Seek(0, kSeekBegin);
+    char first[10];
+    content->Read(first, sizeof first);
+    content->Seek(0, kSeekBegin);
+    EXPECT_EQ(ReadRest(*content), sources[path]) << path << " flags " << flags;
+  }
+
+  ASSERT_EQ(ExtractPackage(package, Path("out")), static_cast<int64_t>(sources.size()));
+  for (const auto& [name, content] : sources) {
+    EXPECT_EQ(ReadFileBytes(Native("out/" + name)), content) << name;
+    MDateTime source, extracted;
+    MFile::GetFileTime(Path("src/" + name), nullptr, nullptr, &source);
+    MFile::GetFileTime(Path("out/" + name), nullptr, nullptr, &extracted);
+    source.milliseconds = 0;
+    EXPECT_EQ(extracted, source) << name;
+  }
+}
+
+// All 32 combinations of the five bits.
+INSTANTIATE_TEST_SUITE_P(AllCombinations, PackageFlagsTest, ::testing::Range(0u, 32u));
+
+TEST_F(PackageFileTest, TheBitsAreIndependent) {
+  // Contents bzip2, definition plain: the first content starts with the bzip2
+  // signature, and the definition block is the tree writer's own form.
+  WriteFolderPackage("p.pkgm", Library::kFilesCompressed | Library::kBZIP2);
+  std::string bytes = ReadFileBytes(Native("p.pkgm"));
+  EXPECT_EQ(bytes.substr(0, 3), "BZh");
+  int64_t definitionSize = 0;
+  std::memcpy(&definitionSize, bytes.data() + bytes.size() - 12, 8);
+  MMemoryStream definition;
+  definition.Write(bytes.data() + bytes.size() - 28 - definitionSize, definitionSize);
+  definition.Seek(0, kSeekBegin);
+  MXMLItem tree;
+  tree.LoadAny(definition);
+  EXPECT_EQ(FileItemsOf(tree).size(), sources.size());
+}
+
+TEST_F(PackageFileTest, TrailerAndDefinitionChecks) {
+  const std::string hello = "hello";
+  struct Case {
+    const char* what;
+    std::string bytes;
+    std::string failure;  // empty: opens
+  };
+  std::string good = WithTrailer(hello, DefinitionOf(200), 0);
+  std::string flipped = good;
+  flipped[hello.size() + 3] ^= 0x01;
+  std::string changedContent = good;
+  changedContent[1] = 'E';
+  const Case cases[] = {
+      {"shorter than the trailer", std::string(27, '\0'), "Could not read the required data from stream."},
+      {"nothing at all", "", "Could not read the required data from stream."},
+      {"largest definition", WithTrailer(hello, DefinitionOf(2097152), 0), ""},
+      {"one byte too many", WithTrailer(hello, DefinitionOf(2097153), 0),
+       "Invalid large resource library format (incorrect definition size 2097153)."},
+      {"flipped definition byte", flipped, "Resource library file is corrupt."},
+      {"changed content byte", changedContent, ""},
+  };
+  for (const Case& c : cases) {
+    WriteBytes("case.pkgm", c.bytes);
+    if (!c.failure.empty()) {
+      EXPECT_EQ(OpenFailure("case.pkgm"), c.failure) << c.what;
+      continue;
+    }
+    MPackageFile package;
+    MXMLItem& root = package.Open(Path("case.pkgm"));
+    std::unique_ptr<MStream> content = package.OpenContent(*FileItemsOf(root).at(0));
+    // The digest covers the definition only: a changed content reads as it is.
+    EXPECT_EQ(ReadRest(*content), c.bytes.substr(0, 5)) << c.what;
+  }
+}
+
+TEST_F(PackageFileTest, ContentNeedsItsPlaceAndMayBeEmpty) {
+  MMemoryStream bytes;
+  {
+    MXMLItem tree(MString("package"));
+    MXMLItem& empty = tree.AddSubItem(MString("file"));
+    empty.SetAttribute("name", MVariant("empty.txt"));
+    empty.SetAttribute("srcpath", MVariant(Path("src/bin/empty.dat")));
+    MXMLItem& deleted = tree.AddSubItem(MString("file"));
+    deleted.SetAttribute("name", MVariant("old.txt"));
+    deleted.SetAttribute("op", MVariant("delete"));
+    MPackageFile::Write(tree, bytes, MPackageFile::kDefaultFlags, PackageSourceOpener());
+  }
+  MPackageFile package;
+  MXMLItem& root = package.Attach(bytes);
+  std::vector<MXMLItem*> items = FileItemsOf(root);
+  ASSERT_EQ(items.size(), 2u);
+  std::unique_ptr<MStream> empty = package.OpenContent(*items[0]);
+  EXPECT_EQ(empty->GetSize(), 0);
+  char unit;
+  EXPECT_EQ(empty->Read(&unit, 1), 0);
+  EXPECT_FALSE(MPackageFile::HasContent(*items[1]));
+  EXPECT_EQ(MessageOf([&] { package.OpenContent(*items[1]); }), "Could not find required attribute (filestart).");
+  items[0]->RemoveAttribute("filesize");
+  EXPECT_EQ(MessageOf([&] { package.OpenContent(*items[0]); }), "Could not find required attribute (filesize).");
+}
+
+TEST_F(PackageFileTest, FolderSourceTreeItems) {
+  MXMLItem tree(MString("package"));
+  AddFolderToSourceTree(tree, Path("src"));
+  // Files before folders, folders in name order, depth first.
+  std::vector<std::string> order;
+  for (MXMLItem* item : FileItemsOf(tree)) order.push_back(ToStd(PackageItemPath(tree, *item)));
+  EXPECT_EQ(order, (std::vector<std::string>{"readme.txt", "a/b/c/d/deep.txt", "bin/empty.dat", "bin/plugin.so",
+                                             "Presets/Lead.presets"}));
+  MXMLItem& folder = *tree.FindSubItem("dir");
+  EXPECT_EQ(ToStd(folder.GetAttribute("op").AsString()), "create");
+  MXMLItem& file = *FileItemsOf(tree)[0];
+  EXPECT_EQ(ToStd(file.GetAttribute("op").AsString()), "update");
+  EXPECT_EQ(ToStd(file.GetAttribute("srcpath").AsString()), ToStd(Path("src/readme.txt")));
+  // Whole seconds only, in the walk's text form.
+  MDateTime written;
+  MFile::GetFileTime(Path("src/readme.txt"), nullptr, nullptr, &written);
+  written.milliseconds = 0;
+  EXPECT_EQ(ToStd(file.GetAttribute("time").AsString()), ToStd(written.ToString()));
+  EXPECT_EQ(MessageOf([&] { AddFolderToSourceTree(tree, Path("nothing")); }),
+            "Source folder \"" + ToStd(Path("nothing")) + "\" does not exist.");
+}
+
+TEST_F(PackageFileTest, TreeFileSourcesAreRelativeToTheTreeFile) {
+  WriteFile("defs/tree.xml",
+            "<package name=\"Lead\" mergepresets=\"0\">"
+            "<dir name=\"Presets\" op=\"create\">"
+            "<file name=\"Lead.presets\" op=\"update\" time=\"2024-01-02 03:04:05.0\" srcpath=\"../src/Presets/Lead.presets\"/>"
+            "<file name=\"gone.txt\" op=\"delete\"/>"
+            "</dir></package>");
+  MXMLItem tree;
+  LoadSourceTree(tree, Path("defs/tree.xml"));
+  MMemoryStream bytes;
+  MPackageFile::Write(tree, bytes, 5, PackageSourceOpener());
+
+  MPackageFile package;
+  MXMLItem& root = package.Attach(bytes);
+  EXPECT_EQ(ToStd(root.GetAttribute("mergepresets").AsString()), "0");
+  ASSERT_EQ(ExtractPackage(package, Path("out")), 1);
+  EXPECT_EQ(ReadFileBytes(Native("out/Presets/Lead.presets")), sources["Presets/Lead.presets"]);
+  MDateTime stamped;
+  MFile::GetFileTime(Path("out/Presets/Lead.presets"), nullptr, nullptr, &stamped);
+  EXPECT_EQ(ToStd(stamped.ToString()), "2024-01-02 03:04:05.0");
+
+  WriteFile("defs/bad.xml", "<package><file name=\"x\" op=\"update\" srcpath=\"missing.bin\"/></package>");
+  LoadSourceTree(tree, Path("defs/bad.xml"));
+  MMemoryStream ignored;
+  EXPECT_EQ(MessageOf([&] { MPackageFile::Write(tree, ignored, 3, PackageSourceOpener()); }),
+            "Source file \"" + ToStd(Path("defs/missing.bin")) + "\" does not exist.");
+}
+
+TEST_F(PackageFileTest, ItemPathsStayInsideTheTarget) {
+  struct Case {
+    const char* tree;
+    std::string path;  // or the failure
+  };
+  const Case cases[] = {
+      {"<p><dir name=\"a\"><file name=\"b.txt\"/></dir></p>", "a/b.txt"},
+      {"<p><dir name=\"Foo.vst3\" path=\"x/Foo.dll\"><file name=\"\"/></dir></p>", "Foo.vst3/Foo.dll"},
+      {"<p><file path=\"lib/x.bin\"/></p>", "lib/x.bin"},
+      {"<p><dir name=\"a//./b\"><file name=\"c\"/></dir></p>", "a/b/c"},
+      {"<p><dir name=\"..\"><file name=\"evil\"/></dir></p>", "Item path \"..\" leaves the target folder."},
+      {"<p><dir name=\"a\"><file name=\"../../evil\"/></dir></p>",
+       "Item path \"a/../../evil\" leaves the target folder."},
+      {"<p><file name=\"\"/></p>", "A file item has no name."},
+  };
+  for (const Case& c : cases) {
+    MMemoryStream text;
+    text.Write(c.tree, static_cast<int64_t>(std::strlen(c.tree)));
+    text.Seek(0, kSeekBegin);
+    MXMLItem tree;
+    tree.LoadXML(text);
+    MXMLItem& file = *FileItemsOf(tree).at(0);
+    try {
+      EXPECT_EQ(ToStd(PackageItemPath(tree, file)), c.path) << c.tree;
+    } catch (const MException& failure) {
+      EXPECT_EQ(ToStd(failure.message), c.path) << c.tree;
+    }
+  }
+}
+
+// Inputs kept for the fuzz target open again here: a refusal is fine, a crash is not.
+TEST(PackageFuzzInputsTest, KnownInputsOpenAndReadWithoutCrashing) {
+  std::filesystem::path folder = std::filesystem::path(KESTRIX_SOURCE_DIR) / "fuzz/corpus/package_fuzz";
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    std::string bytes = ReadFileBytes(entry.path());
+    MConstMemoryStream stream(bytes.data(), static_cast<int64_t>(bytes.size()));
+    MPackageFile package;
+    try {
+      for (MXMLItem* item : FileItemsOf(package.Attach(stream))) {
+        try {
+          ReadRest(*package.OpenContent(*item));
+        } catch (const MException&) {
+        }
+      }
+    } catch (const MException&) {
+    }
+    ++count;
+  }
+  EXPECT_GT(count, 0);
+}
+
+}  // namespace
+}  // namespace kx

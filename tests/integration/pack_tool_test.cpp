@@ -1,0 +1,253 @@
+// kestrix-pack run as a real process on real files: packages built with several
+// flag combinations from a folder and from a tree file and extracted again,
+// the security info and the verification that names a bad block, and the exit
+// codes of failures and misuse.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "support/sandbox.h"
+
+extern char** environ;
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
+const char* const kUsage =
+    "Usage: kestrix-pack build SRC OUT.pkgm [--flags N] [--name NAME] [--attr KEY=VALUE]...\n"
+    "       kestrix-pack md5 FILE\n"
+    "       kestrix-pack list PKG\n"
+    "       kestrix-pack verify PKG\n"
+    "       kestrix-pack extract PKG DIR\n";
+
+struct ToolResult {
+  int exitCode = -1;
+  std::string output;
+  std::string errorOutput;
+};
+
+std::string Pattern(size_t size, unsigned seed) {
+  std::string data(size, '\0');
+  uint32_t state = seed * 2654435761u + 1;
+  for (size_t i = 0; i < size; ++i) {
+    state = state * 1103515245u + 12345u;
+    // Half runs of text, half noise: both codecs have work to do.
+    data[i] = (i / 4096) % 2 ? static_cast<char>(state >> 24) : "install preset "[i % 15];
+  }
+  return data;
+}
+
+class PackToolTest : public ::testing::Test {
+ protected:
+  fs::path File(const std::string& name) const { return sandbox.Root() / name; }
+  std::string Arg(const std::string& name) const { return File(name).string(); }
+
+  void WriteFile(const std::string& name, const std::string& bytes) const {
+    fs::create_directories(File(name).parent_path());
+    std::ofstream(File(name), std::ios::binary | std::ios::trunc) << bytes;
+  }
+
+  // A source folder of nested, empty, text and binary files, one over 2 MiB.
+  std::vector<std::pair<std::string, std::string>> MakeSources() const {
+    std::vector<std::pair<std::string, std::string>> files = {
+        {"Vorlund Synth.so", Pattern(2500000, 1)},
+        {"Presets/Factory.presets", "<S><preset name=\"Init\"/></S>"},
+        {"Presets/empty.txt", ""},
+        {"Docs/a/b/manual.txt", Pattern(30000, 2)},
+    };
+    for (const auto& [name, bytes] : files) WriteFile("src/" + name, bytes);
+    return files;
+  }
+
+  ToolResult Run(const std::vector<std::string>& arguments) const {
+    fs::path out = File("stdout.txt");
+    fs::path err = File("stderr.txt");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    std::vector<char*> argv{const_cast<char*>(kTool)};
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    pid_t pid = 0;
+    int failed = posix_spawn(&pid, kTool, &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ToolResult result;
+    if (failed != 0) {
+      ADD_FAILURE() << "cannot start " << kTool;
+      return result;
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status)) << "status " << status;
+    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    result.output = ReadFileBytes(out);
+    result.errorOutput = ReadFileBytes(err);
+    return result;
+  }
+
+  // Runs and expects success.
+  ToolResult Ok(const std::vector<std::string>& arguments) const {
+    ToolResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << testing::PrintToString(arguments) << ": " << result.errorOutput;
+    EXPECT_EQ(result.errorOutput, "");
+    return result;
+  }
+
+  static uint32_t TrailerFlags(const std::string& package) {
+    uint32_t flags = 0;
+    std::memcpy(&flags, package.data() + package.size() - 4, 4);
+    return flags;
+  }
+
+  MTestSandbox sandbox;
+};
+
+TEST_F(PackToolTest, BuildAndExtractGiveBackTheSources) {
+  auto files = MakeSources();
+  // Plain, zlib, bzip2, serial, filtered, plain definition with packed contents.
+  for (uint32_t flags : {0u, 3u, 5u, 11u, 19u, 23u}) {
+    std::string package = "p" + std::to_string(flags) + ".pkgm";
+    std::string out = "out" + std::to_string(flags);
+    Ok({"build", Arg("src"), Arg(package), "--flags", std::to_string(flags)});
+    EXPECT_EQ(TrailerFlags(ReadFileBytes(File(package))), flags);
+    ToolResult extracted = Ok({"extract", Arg(package), Arg(out)});
+    EXPECT_EQ(extracted.output, "Extracted 4 files into \"" + Arg(out) + "\".\n");
+    for (const auto& [name, bytes] : files) {
+      EXPECT_EQ(ReadFileBytes(File(out + "/" + name)), bytes) << name << " flags " << flags;
+      // The time travels in whole seconds.
+      auto source = fs::last_write_time(File("src/" + name));
+      auto copy = fs::last_write_time(File(out + "/" + name));
+      EXPECT_EQ(std::chrono::floor<std::chrono::seconds>(source), copy) << name;
+    }
+  }
+}
+
+TEST_F(PackToolTest, ListShowsTheTreeWithRootAttributes) {
+  MakeSources();
+  Ok({"build", Arg("src"), Arg("p.pkgm"), "--name", "Vorlund Synth", "--attr", "mergepresets=0", "--attr",
+      "detectitems=1"});
+  EXPECT_EQ(TrailerFlags(ReadFileBytes(File("p.pkgm"))), 3u) << "default flags";
+  std::string listing = Ok({"list", Arg("p.pkgm")}).output;
+  EXPECT_EQ(listing.rfind("<?xml", 0), 0u) << listing;
+  EXPECT_NE(listing.find("<package name=\"Vorlund Synth\" mergepresets=\"0\" detectitems=\"1\">"),
+            std::string::npos)
+      << listing;
+  EXPECT_NE(listing.find("<dir name=\"Presets\" op=\"create\">"), std::string::npos) << listing;
+  EXPECT_NE(listing.find("<file name=\"Factory.presets\" op=\"update\" time=\""), std::string::npos) << listing;
+  EXPECT_NE(listing.find("filesize=\"2500000\""), std::string::npos) << listing;
+  EXPECT_EQ(listing.find("srcpath"), std::string::npos) << listing;
+}
+
+TEST_F(PackToolTest, BuildsFromATreeFile) {
+  MakeSources();
+  WriteFile("defs/package.xml",
+            "<package name=\"Docs\">\n"
+            " <dir name=\"Manual\" op=\"create\">\n"
+            "  <file name=\"manual.txt\" op=\"update\" time=\"2023-06-07 08:09:10.0\""
+            " srcpath=\"../src/Docs/a/b/manual.txt\"/>\n"
+            "  <file name=\"old.txt\" op=\"delete\"/>\n"
+            " </dir>\n"
+            "</package>\n");
+  Ok({"build", Arg("defs/package.xml"), Arg("docs.pkgm"), "--flags", "5"});
+  Ok({"extract", Arg("docs.pkgm"), Arg("out")});
+  EXPECT_EQ(ReadFileBytes(File("out/Manual/manual.txt")), Pattern(30000, 2));
+  EXPECT_FALSE(fs::exists(File("out/Manual/old.txt")));
+}
+
+TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
+  MakeSources();
+  Ok({"build", Arg("src"), Arg("p.pkgm"), "--flags", "0"});
+  EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
+            "Definition digest: correct.\nNo security info \"" + Arg("p.pkgm.md5") +
+                "\": contents not checked.\n");
+  ToolResult md5 = Ok({"md5", Arg("p.pkgm")});
+  EXPECT_EQ(md5.output, "Wrote \"" + Arg("p.pkgm.md5") + "\" (3 blocks).\n");
+  EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
+            "Definition digest: correct.\nSize, 3 blocks and the file's MD5 match \"" + Arg("p.pkgm.md5") +
+                "\".\n");
+
+  // One content byte in the second mebibyte: the package still opens, the
+  // security info finds it.
+  std::string bytes = ReadFileBytes(File("p.pkgm"));
+  bytes[1048576 + 100] ^= 0x20;
+  WriteFile("p.pkgm", bytes);
+  Ok({"list", Arg("p.pkgm")});
+  ToolResult bad = Run({"verify", Arg("p.pkgm")});
+  EXPECT_EQ(bad.exitCode, 1);
+  EXPECT_EQ(bad.output, "Definition digest: correct.\n");
+  EXPECT_EQ(bad.errorOutput, "Block 1 of \"" + Arg("p.pkgm") + "\" (bytes 1048576 to 2097151) does not match its digest.\n");
+
+  // One byte of the definition: refused before the security info is read.
+  bytes[1048576 + 100] ^= 0x20;
+  bytes[bytes.size() - 40] ^= 0x01;
+  WriteFile("p.pkgm", bytes);
+  bad = Run({"verify", Arg("p.pkgm")});
+  EXPECT_EQ(bad.exitCode, 1);
+  EXPECT_EQ(bad.errorOutput, "Resource library file is corrupt.\n");
+
+  // A security info that expects another size.
+  bytes[bytes.size() - 40] ^= 0x01;
+  WriteFile("p.pkgm", bytes);
+  std::string info = ReadFileBytes(File("p.pkgm.md5"));
+  size_t line2 = info.find('\n') + 1;
+  info.replace(line2, info.find('\n', line2) - line2, "12");
+  WriteFile("p.pkgm.md5", info);
+  bad = Run({"verify", Arg("p.pkgm")});
+  EXPECT_EQ(bad.exitCode, 1);
+  EXPECT_EQ(bad.errorOutput,
+            "\"" + Arg("p.pkgm") + "\" has " + std::to_string(bytes.size()) + " bytes, its security info says 12.\n");
+}
+
+TEST_F(PackToolTest, FailuresExitWithTheMessage) {
+  WriteFile("tiny.pkgm", "0123456789");
+  ToolResult result = Run({"list", Arg("tiny.pkgm")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.errorOutput, "Could not read the required data from stream.\n");
+  EXPECT_EQ(result.output, "");
+
+  WriteFile("bad.xml", "<package><file name=\"x\" op=\"update\" srcpath=\"nowhere.bin\"/></package>");
+  result = Run({"build", Arg("bad.xml"), Arg("bad.pkgm")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.errorOutput, "Source file \"" + Arg("nowhere.bin") + "\" does not exist.\n");
+  EXPECT_FALSE(fs::exists(File("bad.pkgm"))) << "no half package is left";
+}
+
+TEST_F(PackToolTest, WrongUsageShowsTheUsage) {
+  const std::vector<std::vector<std::string>> cases = {
+      {},
+      {"pack", "a"},
+      {"build", "a"},
+      {"build", "a", "b", "c"},
+      {"build", "a", "b", "--flags", "32"},
+      {"build", "a", "b", "--flags", "x"},
+      {"build", "a", "b", "--flags"},
+      {"build", "a", "b", "--attr", "novalue"},
+      {"build", "a", "b", "--attr", "=1"},
+      {"list", "a", "--name", "n"},
+      {"md5"},
+      {"verify", "a", "b"},
+      {"extract", "a"},
+  };
+  for (const auto& arguments : cases) {
+    ToolResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.errorOutput, kUsage) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,276 @@
+// kestrix-pack: makes, checks and unpacks package files.
+//
+//   kestrix-pack build SRC OUT.pkgm [--flags N] [--name NAME] [--attr KEY=VALUE]...
+//   kestrix-pack md5 FILE
+//   kestrix-pack list PKG
+//   kestrix-pack verify PKG
+//   kestrix-pack extract PKG DIR
+//
+// build: SRC is a folder (folders become `dir` items with op "create", files
+// `file` items with op "update" and their last-write time) or a tree file whose
+// `file` items name their sources in `srcpath`, relative to the tree file. Flags
+// default to 3; --name sets the root's `name`, --attr any root attribute.
+// md5 writes FILE.md5, the security info. list prints the tree as pretty XML.
+// verify checks the definition digest and, with PKG.md5 beside it, the size, every
+// block digest (naming the first bad block) and the whole file's MD5. extract
+// writes every content under DIR by its item path.
+// Exit codes: 0 done, 1 failure (its message on standard error), 2 wrong usage.
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/exception.h"
+#include "foundation/file_ops.h"
+#include "foundation/file_stream.h"
+#include "foundation/format.h"
+#include "foundation/hash_stream.h"
+#include "foundation/memory_stream.h"
+#include "foundation/path_text.h"
+#include "foundation/xml_item.h"
+#include "install/package_extract.h"
+#include "install/package_file.h"
+#include "install/package_source.h"
+#include "kestrix_pack/pack_install_commands.h"
+#include "transfer/security_info.h"
+
+namespace kx {
+namespace {
+
+const char kUsage[] =
+    "Usage: kestrix-pack build SRC OUT.pkgm [--flags N] [--name NAME] [--attr KEY=VALUE]...\n"
+    "       kestrix-pack md5 FILE\n"
+    "       kestrix-pack list PKG\n"
+    "       kestrix-pack verify PKG\n"
+    "       kestrix-pack extract PKG DIR\n";
+
+constexpr uint32_t kAllFlags = 31;
+
+struct Request {
+  std::string command;
+  std::vector<std::string> files;
+  uint32_t flags = MPackageFile::kDefaultFlags;
+  bool hasName = false;
+  std::string name;
+  std::vector<std::pair<std::string, std::string>> attributes;
+};
+
+bool ParseFlags(const std::string& text, uint32_t& flags) {
+  if (text.empty() || text.size() > 2) return false;
+  uint32_t value = 0;
+  for (char digit : text) {
+    if (digit < '0' || digit > '9') return false;
+    value = value * 10 + static_cast<uint32_t>(digit - '0');
+  }
+  if (value > kAllFlags) return false;
+  flags = value;
+  return true;
+}
+
+// False on anything the usage text does not allow.
+bool ParseArguments(int argc, char** argv, Request& request) {
+  if (argc < 2) return false;
+  request.command = argv[1];
+  bool build = request.command == "build";
+  bool hasFlags = false;
+  for (int i = 2; i < argc; ++i) {
+    std::string argument = argv[i];
+    bool hasValue = i + 1 < argc;
+    if (build && argument == "--flags" && hasValue && !hasFlags) {
+      if (!ParseFlags(argv[++i], request.flags)) return false;
+      hasFlags = true;
+    } else if (build && argument == "--name" && hasValue && !request.hasName) {
+      request.name = argv[++i];
+      request.hasName = true;
+    } else if (build && argument == "--attr" && hasValue) {
+      std::string pair = argv[++i];
+      size_t equals = pair.find('=');
+      if (equals == std::string::npos || equals == 0) return false;
+      request.attributes.emplace_back(pair.substr(0, equals), pair.substr(equals + 1));
+    } else if (argument.rfind("--", 0) == 0 || argument.empty()) {
+      return false;
+    } else {
+      request.files.push_back(argument);
+    }
+  }
+  size_t wanted = 0;
+  if (build || request.command == "extract") {
+    wanted = 2;
+  } else if (request.command == "md5" || request.command == "list" || request.command == "verify") {
+    wanted = 1;
+  }
+  return wanted != 0 && request.files.size() == wanted;
+}
+
+MString Text(const std::string& argument) { return FromSystem(argument); }
+
+void PrintLine(const MString& line) {
+  std::printf("%s\n", ToStd(line).c_str());
+}
+
+void FlushOutput() {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout))
+    throw MException(MString("Could not write to standard output."));
+}
+
+void Build(const Request& request) {
+  MString source = Text(request.files[0]);
+  MString output = Text(request.files[1]);
+  MXMLItem tree(MString("package"));
+  if (MFile::IsDirectory(source)) {
+    AddFolderToSourceTree(tree, source);
+  } else {
+    LoadSourceTree(tree, source);
+  }
+  if (request.hasName) tree.SetAttribute("name", MVariant(Text(request.name)));
+  for (const auto& [key, value] : request.attributes)
+    tree.SetAttribute(MXMLName(Text(key)), MVariant(Text(value)));
+
+  int64_t files = 0;
+  int64_t bytes = 0;
+  MSourceOpener sources = PackageSourceOpener();
+  MSourceOpener counted = [&](MXMLItem& item) {
+    std::unique_ptr<MStream> stream = sources(item);
+    if (stream) {
+      ++files;
+      bytes += stream->GetSize();
+    }
+    return stream;
+  };
+  try {
+    MFileStream target(output, MFileStream::kModeCreate);
+    MPackageFile::Write(tree, target, request.flags, counted);
+    target.Close();
+  } catch (...) {
+    // A package cut short must not be mistaken for one.
+    if (MFile::IsFile(output)) MFile::Delete(output);
+    throw;
+  }
+  PrintLine(MFormat("Packed {0} files of {1} bytes into \"{2}\" ({3} bytes, flags {4}).")
+                .Add(files)
+                .Add(bytes)
+                .Add(output)
+                .Add(MFile::GetFileSize(output))
+                .Add(request.flags));
+}
+
+void WriteSecurityInfo(const Request& request) {
+  MString file = Text(request.files[0]);
+  MSecurityInfo info = MSecurityInfo::ComputeFile(file);
+  MString target = file;
+  target.Append(".md5");
+  info.Save(target);
+  PrintLine(MFormat("Wrote \"{0}\" ({1} blocks).").Add(target).Add(info.blockDigests.Count()));
+}
+
+void List(const Request& request) {
+  MPackageFile package;
+  MXMLItem& root = package.Open(Text(request.files[0]));
+  MMemoryStream text;
+  root.SaveXML(text, false, false);
+  std::fwrite(text.Data(), 1, static_cast<size_t>(text.Size()), stdout);
+  FlushOutput();
+}
+
+// The file against its security info: size, each block, then the whole digest.
+void VerifyAgainst(const MString& path, const MSecurityInfo& info) {
+  int64_t size = MFile::GetFileSize(path);
+  if (size != info.totalSize) {
+    throw MException(MFormat("\"{0}\" has {1} bytes, its security info says {2}.")
+                         .Add(path)
+                         .Add(size)
+                         .Add(info.totalSize));
+  }
+  if (info.blockDigests.Count() != info.ExpectedBlockCount()) {
+    throw MException(MFormat("The security info of \"{0}\" lists {1} block digests for {2} blocks.")
+                         .Add(path)
+                         .Add(info.blockDigests.Count())
+                         .Add(info.ExpectedBlockCount()));
+  }
+  MFileStream file(path, MFileStream::kModeRead);
+  MHashStream whole;
+  whole.Reset();
+  std::unique_ptr<char[]> block(new char[MSecurityInfo::kBlockSize]);
+  for (int64_t index = 0; index < info.ExpectedBlockCount(); ++index) {
+    int64_t want = std::min(MSecurityInfo::kBlockSize, size - index * MSecurityInfo::kBlockSize);
+    file.ReadExact(block.get(), want);
+    if (!info.MatchesBlock(index, block.get(), want)) {
+      throw MException(MFormat("Block {0} of \"{1}\" (bytes {2} to {3}) does not match its digest.")
+                           .Add(index)
+                           .Add(path)
+                           .Add(index * MSecurityInfo::kBlockSize)
+                           .Add(index * MSecurityInfo::kBlockSize + want - 1));
+    }
+    whole.Write(block.get(), want);
+  }
+  whole.Finish();
+  if (!info.MatchesFile(DigestBytesToHex(whole.Digest())))
+    throw MException(MFormat("The MD5 of \"{0}\" does not match its security info.").Add(path));
+}
+
+void Verify(const Request& request) {
+  MString path = Text(request.files[0]);
+  {
+    MPackageFile package;
+    package.Open(path);
+  }
+  PrintLine(MString("Definition digest: correct."));
+  MString infoPath = path;
+  infoPath.Append(".md5");
+  if (!MFile::IsFile(infoPath)) {
+    PrintLine(MFormat("No security info \"{0}\": contents not checked.").Add(infoPath));
+    return;
+  }
+  MSecurityInfo info;
+  info.Load(infoPath);
+  VerifyAgainst(path, info);
+  PrintLine(MFormat("Size, {0} blocks and the file's MD5 match \"{1}\".")
+                .Add(info.blockDigests.Count())
+                .Add(infoPath));
+}
+
+void Extract(const Request& request) {
+  MPackageFile package;
+  package.Open(Text(request.files[0]));
+  MString folder = Text(request.files[1]);
+  MFile::CreatePath(folder);
+  int64_t count = ExtractPackage(package, folder);
+  PrintLine(MFormat("Extracted {0} files into \"{1}\".").Add(count).Add(folder));
+}
+
+void Run(const Request& request) {
+  if (request.command == "build") {
+    Build(request);
+  } else if (request.command == "md5") {
+    WriteSecurityInfo(request);
+  } else if (request.command == "list") {
+    List(request);
+  } else if (request.command == "verify") {
+    Verify(request);
+  } else {
+    Extract(request);
+  }
+  FlushOutput();
+}
+
+}  // namespace
+}  // namespace kx
+
+int main(int argc, char** argv) {
+  if (argc >= 2 && kx::IsPackInstallCommand(argv[1])) return kx::RunPackInstallCommand(argc, argv);
+  kx::Request request;
+  if (!kx::ParseArguments(argc, argv, request)) {
+    std::fputs(kx::kUsage, stderr);
+    return 2;
+  }
+  try {
+    kx::Run(request);
+    return 0;
+  } catch (const kx::MException& failure) {
+    std::fprintf(stderr, "%s\n", kx::ToStd(failure.message).c_str());
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+  }
+  return 1;
+}
