@@ -1,0 +1,62 @@
+// The state of one package's install walk: what the recursion carries down
+// (WalkOptions), what lives for the whole package (InstallContext), and where
+// the walk reports its progress (ProgressTarget).
+//
+// The context owns no package: `library` is the open package while installing
+// and may be null while uninstalling (an uninstall walk never reads contents).
+// `buffer` is the one transfer buffer every file content passes through; it is
+// at least kTransferPiece bytes and lives as long as the context.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "foundation/containers.h"
+#include "foundation/text_string.h"
+
+namespace kx {
+
+class MPackageFile;
+class MPresetContext;
+
+// Where status text and the bar go; the GUI's status line, a console, or nothing.
+class ProgressTarget {
+ public:
+  virtual ~ProgressTarget() = default;
+  virtual void Show(const MString& text, float value) = 0;
+};
+
+struct WalkOptions {
+  uint8_t uninstall = 0;
+  uint8_t ignoreSubDirs = 0;
+  uint8_t detectItems = 0;
+  uint8_t mergePresets = 0;
+  MArray<MString> extensionSrc;  // parallel to extensionDst
+  MArray<MString> extensionDst;
+  MString detectItemsPostfix;
+  uint8_t detectItemsNoMBPostfix = 0;
+};
+
+struct InstallContext {
+  // File contents move in pieces of exactly this size.
+  static constexpr int64_t kTransferPiece = 1048576;
+
+  InstallContext() : ownedBuffer(new char[kTransferPiece]), buffer(ownedBuffer.get()) {}
+
+  MPackageFile* library = nullptr;
+  std::unique_ptr<char[]> ownedBuffer;
+  char* buffer = nullptr;
+  int64_t totalBytes = 0;
+  int64_t doneBytes = 0;
+  int64_t currentFileBytes = 0;
+  int64_t currentFileDone = 0;
+  int32_t totalFiles = 0;
+  int32_t doneFiles = 0;
+  int32_t undeletedFiles = 0;
+  MPresetContext* presetContext = nullptr;
+  ProgressTarget* progress = nullptr;
+  float progressValue = 0.0F;
+  MArray<MString> EnabledItems;
+};
+
+}  // namespace kx

@@ -1,0 +1,23 @@
+#include "install/state_file.h"
+
+#include "foundation/file_ops.h"
+#include "foundation/path_text.h"
+#include "foundation/xml_item.h"
+
+namespace kx {
+
+MString StateFilePath(const MString& uninstallFolder, const MString& packageKey) {
+  return JoinPath(uninstallFolder, packageKey + MString(".state"));
+}
+
+void SaveStateFile(const MXMLItem& tree, const MString& path) {
+  MString folder = GetDirectory(path);
+  if (!folder.IsEmpty()) MFile::CreatePath(folder);
+  tree.SaveFile(path);
+}
+
+void LoadStateFile(MXMLItem& tree, const MString& path) {
+  tree.LoadFile(path);
+}
+
+}  // namespace kx

@@ -1,0 +1,377 @@
+// The install walk on real folders: the installed-file test by time and size,
+// bundles and ignored sub-folders, rewritable and the four always-written
+// extensions, detection, onlyonce, the rewrite question, and the uninstall walk
+// over the saved state tree.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "foundation/file_ops.h"
+#include "foundation/run_state.h"
+#include "install/item_date_time.h"
+#include "install/state_file.h"
+#include "install/walk_fixture.h"
+#include "support/scripted_boxes.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// What the second install finds on disk, and whether it puts the package's
+// bytes back.
+struct InstalledCase {
+  const char* label;
+  const char* itemTime;
+  std::string diskContent;
+  const char* diskTime;
+  bool rewritten;
+};
+
+class InstalledFileTest : public WalkTest, public ::testing::WithParamInterface<InstalledCase> {};
+
+TEST_P(InstalledFileTest, DecidesByTimeAndSize) {
+  const InstalledCase& c = GetParam();
+  AddFile(tree, "a.bin", "hello", c.itemTime);
+  MXMLItem& root = Build();
+  Install(root);
+  Tamper("a.bin", c.diskContent, c.diskTime);
+  Install(root);
+  EXPECT_EQ(ReadFileBytes(DestNative("a.bin")), c.rewritten ? "hello" : c.diskContent) << c.label;
+  // The counters move whether the file was written or found in place.
+  EXPECT_EQ(context.doneFiles, 1);
+  EXPECT_EQ(context.totalFiles, 1);
+  EXPECT_EQ(context.doneBytes, 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, InstalledFileTest,
+    ::testing::Values(InstalledCase{"same time and size", "2021-03-04 05:06:07", "HELLO",
+                                    "2021-03-04 05:06:07", false},
+                      InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi",
+                                    "2021-03-04 05:06:07", true},
+                      InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO",
+                                    "2021-03-04 05:06:08", true},
+                      InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO",
+                                    "2021-03-04 05:06:07", true}));
+
+TEST_F(WalkTest, LogsTheCountingPassAndTheTimeTestWordForWord) {
+  AddFile(tree, "a.bin", "hello");
+  AddFile(tree, "keep.txt", "x", "2021-03-04 05:06:07", "leave");
+  MXMLItem& root = Build();
+  Install(root);
+  Tamper("a.bin", "abc", "2021-03-04 05:06:07");
+  Install(root);
+  std::string log = Log();
+  std::string dest = ToStd(Dest());
+  EXPECT_TRUE(Contains(log, "  file a.bin op update\r\n  size 5\r\n"));
+  EXPECT_TRUE(Contains(log, "Checking file item demo done, size 5 (5 B), files 1\r\n"));
+  EXPECT_TRUE(Contains(log, "INITIATING INSTALL TO " + dest + "\r\n"));
+  EXPECT_TRUE(Contains(log, "  Currently done 0 of 5 (0 B of 5 B), 0%\r\n  Files done 0 of 1\r\n"));
+  EXPECT_TRUE(Contains(
+      log,
+      "    File " + dest + "/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"));
+  EXPECT_TRUE(Contains(log,
+                       "        Note: file size is not matching, installed 5, current 3. "
+                       "Proceeding with installation.\r\n"));
+  EXPECT_FALSE(fs::exists(DestNative("keep.txt")));  // `leave` writes nothing
+}
+
+TEST_F(WalkTest, EmptyTreeCountsAgainstOne) {
+  MXMLItem& root = Build();
+  Install(root);
+  EXPECT_EQ(context.totalFiles, 0);
+  EXPECT_EQ(context.totalBytes, 0);
+  EXPECT_TRUE(Contains(Log(), "  Currently done 0 of 0 (0 B of 0 B), 0%\r\n"));
+  EXPECT_TRUE(fs::is_directory(DestNative("")));
+}
+
+TEST_F(WalkTest, LargeFileArrivesWholeWithItsTime) {
+  std::string big(3 * 1048576 + 17, '\0');
+  for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 131 + (i >> 11));
+  AddFile(AddDir(tree, "Data"), "big.bin", big, "2019-12-31 23:59:59");
+  Install(Build());
+  EXPECT_EQ(ReadFileBytes(DestNative("Data/big.bin")), big);
+  MDateTime written;
+  MFile::GetFileTime(Path("dest/Data/big.bin"), nullptr, nullptr, &written);
+  EXPECT_EQ(ToStd(written.ToString()), "2019-12-31 23:59:59.0");
+  EXPECT_EQ(context.doneBytes, static_cast<int64_t>(big.size()));
+}
+
+TEST_F(WalkTest, IgnoreSubDirsKeepsBundlesAsRealFolders) {
+  tree.SetAttribute("ignoresubdirs", int32_t{1});
+  MXMLItem& bundle = AddDir(tree, "Foo.vst3");
+  AddFile(AddDir(bundle, "Contents"), "Foo.so", "binary");
+  AddFile(AddDir(tree, "Bar"), "bar.txt", "flat");
+  Install(Build());
+  EXPECT_EQ(ReadFileBytes(DestNative("Foo.vst3/Contents/Foo.so")), "binary");
+  EXPECT_EQ(ReadFileBytes(DestNative("bar.txt")), "flat");
+  EXPECT_FALSE(fs::exists(DestNative("Bar")));
+}
+
+TEST_F(WalkTest, AaxPluginGoesInsideItsBundleAndLeavesAsATree) {
+  AddFile(tree, "Foo.aaxplugin", "aax");
+  MXMLItem& root = Build();
+  Install(root);
+  EXPECT_EQ(ReadFileBytes(DestNative("Foo.aaxplugin/Contents/x64/Foo.aaxplugin")), "aax");
+  Uninstall(root);
+  EXPECT_FALSE(fs::exists(DestNative("Foo.aaxplugin")));
+  EXPECT_EQ(context.undeletedFiles, 0);
+}
+
+TEST_F(WalkTest, AaxPluginUnderX86PathTakesWin32) {
+  tree.SetAttribute("currentpath", Path("Program Files (x86)/dest"));
+  AddFile(tree, "Foo.aaxplugin", "aax");
+  Install(Build());
+  EXPECT_EQ(
+      ReadFileBytes(Native("Program Files (x86)/dest/Foo.aaxplugin/Contents/Win32/Foo.aaxplugin")),
+      "aax");
+}
+
+TEST_F(WalkTest, RewritableZeroKeepsFilesButNotTheFourAlwaysWrittenKinds) {
+  MXMLItem& kept = AddDir(tree, "Kept");
+  kept.SetAttribute("rewritable", int32_t{0});
+  MXMLItem& below = AddDir(kept, "Sub");
+  below.SetAttribute("rewritable", int32_t{1});  // cannot clear an inherited 0
+  AddFile(below, "user.txt", "packaged", "2021-01-01 00:00:00");
+  AddFile(below, "x.mDevice", "packaged", "2021-01-01 00:00:00");
+  MXMLItem& root = Build();
+  WriteFile("dest/Kept/Sub/user.txt", "mine");
+  WriteFile("dest/Kept/Sub/x.mDevice", "mine");
+  Install(root);
+  EXPECT_EQ(ReadFileBytes(DestNative("Kept/Sub/user.txt")), "mine");
+  EXPECT_EQ(ReadFileBytes(DestNative("Kept/Sub/x.mDevice")), "packaged");
+  std::string log = Log();
+  EXPECT_TRUE(Contains(log, "    File exists=0 rewritable=0 mergepresets=0\r\n"));
+  EXPECT_FALSE(Contains(log, "Pre-deleting file " + ToStd(Path("dest/Kept/Sub/x.mDevice"))));
+}
+
+TEST_F(WalkTest, PresetsXmlIsMergedOnlyWhenItExists) {
+  AddFile(tree, "fooPresets.XML", "<presets><preset name=\"a\"/></presets>");
+  MXMLItem& root = Build();
+  Install(root);
+  EXPECT_TRUE(Contains(Log(), "    File exists=0 rewritable=1 mergepresets=0\r\n"));
+  EXPECT_TRUE(fs::exists(DestNative("fooPresets.XML")));
+  Tamper("fooPresets.XML", "<presets><preset name=\"mine\"/></presets>", "2000-01-01 00:00:00");
+  Install(root);
+  EXPECT_TRUE(Contains(Log(), "    File exists=1 rewritable=1 mergepresets=1\r\n"));
+  std::string merged = ReadFileBytes(DestNative("fooPresets.XML"));
+  EXPECT_TRUE(Contains(merged, "mine"));
+}
+
+// Detection by component name: the plain variant finds the name anywhere, the
+// no-MB variant strips "MB", renames three products and refuses a match at 0.
+struct DetectCase {
+  const char* enabledItem;
+  bool noMB;
+  const char* fileName;
+  bool installed;
+};
+
+class DetectTest : public WalkTest, public ::testing::WithParamInterface<DetectCase> {};
+
+TEST_P(DetectTest, SelectsFilesByComponentName) {
+  const DetectCase& c = GetParam();
+  tree.SetAttribute("detectitems", int32_t{1});
+  tree.SetAttribute("detectitemsnoMBpostfix", int32_t{c.noMB ? 1 : 0});
+  tree.SetAttribute("currentpath", Path("d"));  // short: the match position is the file's
+  context.EnabledItems.Add(MString(c.enabledItem));
+  AddFile(tree, c.fileName, "x");
+  Install(Build());
+  EXPECT_EQ(fs::exists(Native(std::string("d/") + c.fileName)), c.installed)
+      << c.enabledItem << " " << c.fileName;
+  EXPECT_EQ(context.doneFiles, 1);  // a disabled file still moves the counters
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, DetectTest,
+                         ::testing::Values(DetectCase{"Abc", false, "Abc.so", true},
+                                           DetectCase{"Xyz", false, "Abc.so", false},
+                                           DetectCase{"abc", false, "Abc.so", false},
+                                           DetectCase{"AbcMB", true, "Abc.so", true},
+                                           DetectCase{"QorvenLP", true, "Qorven.so", true},
+                                           DetectCase{"TomlinBMB", true, "Tomlin.so", true},
+                                           DetectCase{"AbcMB", true, "Other.so", false}));
+
+// An entry that matches the target from its first character: a hit for the
+// plain variant, none for the no-MB variant.
+TEST_F(WalkTest, NoMBVariantRefusesAMatchAtTheStart) {
+  for (int noMB = 0; noMB <= 1; ++noMB) {
+    context.EnabledItems.Clear();
+    context.EnabledItems.Add(Path(noMB ? "b/Abc" : "a/Abc"));
+    contents.clear();
+    tree.Clear();
+    tree.SetAttribute("name", "demo");
+    tree.SetAttribute("enabled", int32_t{1});
+    tree.SetAttribute("detectitems", int32_t{1});
+    tree.SetAttribute("detectitemsnoMBpostfix", int32_t{noMB});
+    tree.SetAttribute("currentpath", Path(noMB ? "b" : "a"));
+    AddFile(tree, "Abc.so", "x");
+    Install(Build());
+    EXPECT_EQ(fs::exists(Native(noMB ? "b/Abc.so" : "a/Abc.so")), noMB == 0);
+  }
+}
+
+TEST_F(WalkTest, OnlyOnceInstallsOnceAndSavesTheMarkFirst) {
+  tree.SetAttribute("onlyonce", int32_t{1});
+  tree.SetAttribute("name", "Demo Pack-1");
+  AddFile(tree, "a.txt", "first");
+  MXMLItem& root = Build();
+  Install(root);
+  fs::remove(DestNative("a.txt"));
+  Install(root);
+  EXPECT_FALSE(fs::exists(DestNative("a.txt")));
+  MXMLItem marks;
+  marks.LoadFile(JoinPath(GetDataPath_User(MString(), false), MString("InstallerComponents.xml")));
+  EXPECT_EQ(marks.GetAttribute("DemoPack1").AsInt(), 1);
+}
+
+TEST_F(WalkTest, CopyDestinationsGetTheTreeWithSwappedExtensions) {
+  AddFile(tree, "a.dll", "bin");
+  MXMLItem& copy = tree.AddSubItem("copy");
+  copy.SetAttribute("enabled", int32_t{1});
+  copy.SetAttribute("currentpath", Path("copy"));
+  MXMLItem& extension = copy.AddSubItem("extension");
+  extension.SetAttribute("src", "dll");
+  extension.SetAttribute("dst", "vst");
+  MXMLItem& skipped = tree.AddSubItem("copy");
+  skipped.SetAttribute("enabled", int32_t{1});
+  skipped.SetAttribute("windows", int32_t{0});
+  skipped.SetAttribute("currentpath", Path("never"));
+  Install(Build());
+  EXPECT_EQ(ReadFileBytes(Native("copy/a.vst")), "bin");
+  EXPECT_EQ(ReadFileBytes(DestNative("a.dll")), "bin");
+  // The `windows` 0 copy counts in the totals but is not carried out.
+  EXPECT_EQ(context.totalFiles, 3);
+  EXPECT_EQ(context.doneFiles, 2);
+}
+
+TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
+  MXMLItem& presetsDir = AddDir(tree, "Presets");
+  AddFile(presetsDir, "Lead.presets", "<presets/>");
+  MXMLItem& data = AddDir(tree, "Data");
+  AddFile(data, "a.bin", "aaa");
+  MXMLItem& empty = AddDir(tree, "Gone");
+  AddFile(empty, "b.bin", "bbb");
+  MXMLItem& root = Build();
+  SaveStateFile(root, Path("state/demo.state"));
+  Install(root);
+  WriteFile("dest/Data/user-note.txt", "mine");
+
+  MXMLItem state;
+  LoadStateFile(state, Path("state/demo.state"));
+  Uninstall(state);
+  EXPECT_TRUE(fs::exists(DestNative("Presets/Lead.presets")));
+  EXPECT_FALSE(fs::exists(DestNative("Data/a.bin")));
+  EXPECT_TRUE(fs::exists(DestNative("Data/user-note.txt")));
+  EXPECT_FALSE(fs::exists(DestNative("Gone")));
+  EXPECT_EQ(context.doneFiles, 3);
+  EXPECT_EQ(context.undeletedFiles, 0);
+}
+
+TEST_F(WalkTest, UninstallZeroDoesNoFileWork) {
+  tree.SetAttribute("uninstall", int32_t{0});
+  AddFile(tree, "a.txt", "x");
+  MXMLItem& root = Build();
+  Install(root);
+  Uninstall(root);
+  EXPECT_TRUE(fs::exists(DestNative("a.txt")));
+}
+
+// A target that cannot be opened (a folder stands in its place) asks the
+// question; Ignore goes on, Cancel ends the package.
+TEST_F(WalkTest, RewriteQuestionIgnoreAndCancel) {
+  AddFile(tree, "a.txt", "x");
+  AddFile(tree, "b.txt", "y");
+  MXMLItem& root = Build();
+  fs::create_directories(DestNative("a.txt"));
+  {
+    MScriptedBoxHost boxes;
+    boxes.Answer(2);
+    Install(root);
+    ASSERT_EQ(boxes.Calls().size(), 1u);
+    EXPECT_EQ(boxes.Calls()[0].buttons.size(), 3u);
+    EXPECT_TRUE(Contains(ToStd(boxes.Calls()[0].text), "<b>Could not rewrite file</b>"));
+  }
+  EXPECT_EQ(ReadFileBytes(DestNative("b.txt")), "y");
+  EXPECT_TRUE(
+      Contains(Log(), "    File could NOT been created. Ignoring.\r\nERROR: File not open!\r\n"));
+  fs::remove(DestNative("b.txt"));
+  MScriptedBoxHost boxes;
+  boxes.Answer(3);
+  EXPECT_EQ(MessageOf([&] { Install(root); }), "Installation has been cancelled");
+  EXPECT_FALSE(fs::exists(DestNative("b.txt")));
+}
+
+// A preset library that cannot be merged asks the same question; "Try again"
+// does not repeat the merge but counts the file as done, "Ignore" moves nothing.
+TEST_F(WalkTest, FailedMergeAsksAndTryAgainCountsItAsMerged) {
+  AddFile(tree, "Lead.presets", "<presets><preset name=\"a\"/></presets>");
+  MXMLItem& root = Build();
+  for (int answer : {2, 1}) {
+    Tamper("Lead.presets", "<presets><broken", "2000-01-01 00:00:00");
+    MScriptedBoxHost boxes;
+    boxes.Answer(answer);
+    Install(root);
+    EXPECT_EQ(boxes.Calls().size(), 1u);
+    EXPECT_EQ(context.doneFiles, answer == 1 ? 1 : 0) << answer;
+    EXPECT_EQ(ReadFileBytes(DestNative("Lead.presets")), "<presets><broken");
+  }
+  EXPECT_TRUE(Contains(Log(), "ERROR: "));
+}
+
+// Old releases kept preset files and shared folders one level above the user
+// data folder: an install into that folder brings them in first.
+TEST_F(WalkTest, InstallIntoUserDataRelocatesOldUserData) {
+  MString userData = GetDataPath_User(MString());
+  fs::path parent = sandbox.ConfigHome();
+  std::ofstream(parent / "MyPresets.xml") << "old";
+  std::ofstream(parent / "other.txt") << "stays";
+  // Its name does not begin with "m", so the rename meant for it is never reached.
+  std::ofstream(parent / "StepSequencepresets.xml") << "stays";
+  fs::create_directories(parent / "MTexturedStyles" / "Dark");
+  std::ofstream(parent / "MTexturedStyles" / "Dark" / "a.style") << "style";
+  tree.SetAttribute("currentpath", userData);
+  AddFile(tree, "new.txt", "n");
+  Install(Build());
+  fs::path base = sandbox.ConfigHome() / "Vorlund";
+  EXPECT_EQ(ReadFileBytes(base / "MyPresets.xml"), "old");
+  EXPECT_EQ(ReadFileBytes(base / "MTexturedStyles" / "Dark" / "a.style"), "style");
+  EXPECT_FALSE(fs::exists(parent / "MTexturedStyles"));
+  EXPECT_TRUE(fs::exists(parent / "other.txt"));
+  EXPECT_TRUE(fs::exists(parent / "StepSequencepresets.xml"));
+  EXPECT_EQ(ReadFileBytes(base / "new.txt"), "n");
+}
+
+TEST_F(WalkTest, ExecuteItemsRunInTheirFolderWithTheirArguments) {
+  WriteFile("dest/tools/run.sh", "#!/bin/sh\necho \"$@\" > args.txt\n");
+  fs::permissions(DestNative("tools/run.sh"), fs::perms::owner_all);
+  AddFile(tree, "a.txt", "x");
+  MXMLItem& execute = tree.AddSubItem("execute");
+  execute.value = MVariant("tools/run.sh");
+  execute.SetAttribute("params", "one two");
+  Install(Build());
+  EXPECT_EQ(ReadFileBytes(DestNative("tools/args.txt")), "one two\n");
+}
+
+TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
+  ItemDateTime a = ItemDateTime::Parse(MString("  2020-02-29 23:59:59.25 "));
+  EXPECT_EQ(a.subSecond, 25u);
+  ItemDateTime b = ItemDateTime::Parse(MString("2020-03-01 00:00:00"));
+  EXPECT_EQ(b.Microseconds() - a.Microseconds(), 1000000 - 25);
+  EXPECT_EQ(ItemDateTime().Microseconds(),
+            ItemDateTime::Parse(MString("1980-01-01 00:00:00")).Microseconds());
+  EXPECT_EQ(ItemDateTime::Parse(MString("0001-01-01 00:00:01")).Microseconds(), 1000000);
+  for (const char* bad :
+       {"2020-01-01", "2020-01-01 aa:00:00", "2020-01 00:00:00", "2020-01-01 00:00:00.x"})
+    EXPECT_EQ(MessageOf([&] { ItemDateTime::Parse(MString(bad)); }), "Invalid datetime format.")
+        << bad;
+}
+
+}  // namespace
+}  // namespace kx

@@ -1,0 +1,189 @@
+// install: the root gets `enabled` 1 and `currentpath` DIR; a `copy` whose
+// `name` equals a --copy NAME gets `enabled` 1 and that DIR, every other copy
+// `enabled` 0; --enable fills EnabledItems. The tree is saved to the state file
+// before the walk, which runs with all possible items allowed. Without
+// --on-error the rewrite question goes to the console (Cancel when nobody can
+// answer it); with it, the question is answered as told.
+// uninstall: the walk over the state tree with the uninstall flag.
+#include "kestrix_pack/pack_install_commands.h"
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/boxes.h"
+#include "foundation/exception.h"
+#include "foundation/format.h"
+#include "foundation/log.h"
+#include "foundation/path_text.h"
+#include "foundation/xml_item.h"
+#include "install/install_walk.h"
+#include "install/package_file.h"
+#include "install/state_file.h"
+#include "presets/preset_merge.h"
+
+namespace kx {
+namespace {
+
+// Answers every question with one fixed choice; tells the rest on standard error.
+class FixedAnswerBoxHost : public MBoxHost {
+ public:
+  explicit FixedAnswerBoxHost(int answer) : answer_(answer) {}
+  void ShowError(MControl*, const MString& text) override { Print(text); }
+  void ShowInformation(MControl*, const MString& text) override { Print(text); }
+  int ShowQuestion(MControl*, const MString& text) override { return Print(text), 0; }
+  int ShowQuestionIgnore(MControl*, const MString& text) override {
+    return Print(text), answer_ == 2 ? 2 : 0;
+  }
+  int ShowQuestionCancel(MControl*, const MString& text) override { return Print(text), 2; }
+  int ShowThreeButtons(MControl*, const MString&, const MString& text, const MString&,
+                       const MString&, const MString&) override {
+    Print(text);
+    return answer_;
+  }
+
+ private:
+  static void Print(const MString& text) {
+    std::fprintf(stderr, "%s\n", ToStd(StripMarkup(text)).c_str());
+  }
+  int answer_;
+};
+
+struct InstallRequest {
+  bool uninstall = false;
+  std::string file;  // PKG or STATE
+  std::string dest;
+  std::vector<std::pair<std::string, std::string>> copies;
+  std::vector<std::string> enabled;
+  std::string state;
+  std::string log;
+  int onError = 0;  // 0: ask the console; 2 ignore; 3 cancel
+};
+
+MString Text(const std::string& bytes) {
+  return FromSystem(bytes);
+}
+
+MString Absolute(const std::string& path) {
+  return Text(std::filesystem::absolute(path).lexically_normal().string());
+}
+
+bool Parse(int argc, char** argv, InstallRequest& request) {
+  request.uninstall = std::string(argv[1]) == "uninstall";
+  for (int i = 2; i < argc; ++i) {
+    std::string argument = argv[i];
+    bool hasValue = i + 1 < argc;
+    if (argument == "--log" && hasValue) {
+      request.log = argv[++i];
+    } else if (request.uninstall) {
+      if (!request.file.empty() || argument.rfind("--", 0) == 0) return false;
+      request.file = argument;
+    } else if (argument == "--dest" && hasValue) {
+      request.dest = argv[++i];
+    } else if (argument == "--copy" && hasValue) {
+      std::string pair = argv[++i];
+      size_t equals = pair.find('=');
+      if (equals == std::string::npos || equals == 0 || equals + 1 == pair.size()) return false;
+      request.copies.emplace_back(pair.substr(0, equals), pair.substr(equals + 1));
+    } else if (argument == "--enable" && hasValue) {
+      request.enabled.emplace_back(argv[++i]);
+    } else if (argument == "--state" && hasValue) {
+      request.state = argv[++i];
+    } else if (argument == "--on-error" && hasValue) {
+      std::string answer = argv[++i];
+      if (answer == "ignore")
+        request.onError = 2;
+      else if (answer == "cancel")
+        request.onError = 3;
+      else
+        return false;
+    } else if (argument.rfind("--", 0) == 0 || !request.file.empty()) {
+      return false;
+    } else {
+      request.file = argument;
+    }
+  }
+  return !request.file.empty() && (request.uninstall || !request.dest.empty());
+}
+
+void PrintSummary(const InstallContext& context, bool uninstall) {
+  std::printf("%s: files done %d of %d, bytes done %lld of %lld, undeleted %d\n",
+              uninstall ? "Uninstalled" : "Installed", context.doneFiles, context.totalFiles,
+              static_cast<long long>(context.doneBytes), static_cast<long long>(context.totalBytes),
+              context.undeletedFiles);
+}
+
+void PrepareTree(MXMLItem& root, const InstallRequest& request) {
+  root.SetAttribute("enabled", int32_t{1});
+  root.SetAttribute("currentpath", Absolute(request.dest));
+  for (MXMLItem* copy = root.firstSubItem; copy; copy = copy->next) {
+    if (!copy->name.EqualsNoCase(MString("copy"))) continue;
+    MXMLAttribute* name = copy->FindAttribute("name");
+    MString copyName = name ? name->value.AsString() : MString();
+    copy->SetAttribute("enabled", int32_t{0});
+    for (const auto& [wanted, folder] : request.copies) {
+      if (copyName == Text(wanted)) {
+        copy->SetAttribute("enabled", int32_t{1});
+        copy->SetAttribute("currentpath", Absolute(folder));
+      }
+    }
+  }
+}
+
+void Run(const InstallRequest& request) {
+  if (!request.log.empty()) MLog::Open(Text(request.log));
+  InstallContext context;
+  MPresetContext presets;
+  if (request.uninstall) {
+    MXMLItem state;
+    LoadStateFile(state, Text(request.file));
+    InstallPackageTree(context, state, nullptr, &presets, nullptr, true, true);
+  } else {
+    MPackageFile package;
+    MXMLItem& root = package.Open(Text(request.file));
+    PrepareTree(root, request);
+    for (const std::string& name : request.enabled) context.EnabledItems.Add(Text(name));
+    if (!request.state.empty()) SaveStateFile(root, Text(request.state));
+    InstallPackageTree(context, root, &package, &presets, nullptr, true, false);
+  }
+  PrintSummary(context, request.uninstall);
+}
+
+}  // namespace
+
+bool IsPackInstallCommand(const char* command) {
+  std::string text = command ? command : "";
+  return text == "install" || text == "uninstall";
+}
+
+int RunPackInstallCommand(int argc, char** argv) {
+  InstallRequest request;
+  if (!Parse(argc, argv, request)) {
+    std::fputs(
+        "Usage: kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
+        "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
+        "       kestrix-pack uninstall STATE [--log FILE]\n",
+        stderr);
+    return 2;
+  }
+  FixedAnswerBoxHost fixed(request.onError);
+  MBoxHost* previous = request.onError ? SetBoxHost(&fixed) : nullptr;
+  int code = 1;
+  try {
+    Run(request);
+    code = 0;
+  } catch (const MException& failure) {
+    std::fprintf(stderr, "%s\n", ToStd(failure.message).c_str());
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+  }
+  if (request.onError) SetBoxHost(previous);
+  std::fflush(stdout);
+  MLog::Close();
+  return code;
+}
+
+}  // namespace kx
