@@ -17,7 +17,7 @@ constexpr uint8_t kFlagPlus = 2;
 constexpr uint8_t kDefaultDecimals = 4;
 
 // What one placeholder says, shared by MFormat and MScan.
-struct PlaceholderSpec {
+struct PlaceholderOptions {
   int index = 0;
   uint8_t flags = 0;
   uint8_t width = 0;
@@ -68,34 +68,34 @@ int ReadDigits(const Unit* text, int32_t length, int32_t& at, int maxDigits) {
 // Reads a placeholder from just after its '{' to just after its '}'. The index is
 // greedy (up to three digits, so "{008}" is 8); options follow in any order and
 // unknown characters among them are skipped.
-// Returns the place after the '}'. `spec` is filled in place and the position goes
+// Returns the place after the '}'. `options` is filled in place and the position goes
 // by value: a struct returned by value was reloaded in one wide read over narrow
 // stores, and a position passed by reference kept the caller's loop in memory.
 template <typename Unit>
-int32_t ReadPlaceholder(const Unit* text, int32_t length, int32_t at, PlaceholderSpec& spec) {
-  spec.index = ReadDigits(text, length, at, 3);
-  if (spec.index >= MFormat::kMaxSlots) ThrowIndexTooHigh(spec.index);
+int32_t ReadPlaceholder(const Unit* text, int32_t length, int32_t at, PlaceholderOptions& options) {
+  options.index = ReadDigits(text, length, at, 3);
+  if (options.index >= MFormat::kMaxSlots) ThrowIndexTooHigh(options.index);
   for (;;) {
     if (at >= length) ThrowEndsInside();
     switch (Widen(text[at++])) {
       case '}':
         return at;
       case '+':
-        spec.flags |= kFlagPlus;
+        options.flags |= kFlagPlus;
         break;
       case 'x':
-        spec.flags |= kFlagHex;
+        options.flags |= kFlagHex;
         break;
       case '.':
-        spec.decimals = static_cast<uint8_t>(ReadDigits(text, length, at, 2));
+        options.decimals = static_cast<uint8_t>(ReadDigits(text, length, at, 2));
         break;
       case ' ':
-        spec.width = static_cast<uint8_t>(ReadDigits(text, length, at, 2));
-        spec.pad = ' ';
+        options.width = static_cast<uint8_t>(ReadDigits(text, length, at, 2));
+        options.pad = ' ';
         break;
       case '0':
-        spec.width = static_cast<uint8_t>(ReadDigits(text, length, at, 2));
-        spec.pad = '0';
+        options.width = static_cast<uint8_t>(ReadDigits(text, length, at, 2));
+        options.pad = '0';
         break;
       default:
         break;
@@ -144,16 +144,16 @@ void MFormat::Parse(const Unit* text, int32_t length) {
       if (at < length && Widen(text[at]) == '{') {
         ++at;  // "{{": a literal brace, stored below
       } else {
-        PlaceholderSpec spec;
-        at = ReadPlaceholder(text, length, at, spec);
+        PlaceholderOptions options;
+        at = ReadPlaceholder(text, length, at, options);
         flush();
         Slot slot;
         slot.position = result_.Length();
-        slot.flags = spec.flags;
-        slot.width = spec.width;
-        slot.pad = spec.pad;
-        slot.decimals = spec.decimals;
-        SetSlot(spec.index, slot);
+        slot.flags = options.flags;
+        slot.width = options.width;
+        slot.pad = options.pad;
+        slot.decimals = options.decimals;
+        SetSlot(options.index, slot);
         continue;
       }
     } else if (unit == '}' && at < length) {
@@ -277,8 +277,8 @@ void MScan::Walk(const Unit* text, int32_t length, const MString& input) {
     }
     ++at;
     if (unit == '{' && !(at < length && Widen(text[at]) == '{')) {
-      PlaceholderSpec spec;
-      at = ReadPlaceholder(text, length, at, spec);
+      PlaceholderOptions options;
+      at = ReadPlaceholder(text, length, at, options);
       // The capture runs up to the unit the template expects next.
       int32_t end = inputLength;
       if (at < length) {
@@ -293,9 +293,9 @@ void MScan::Walk(const Unit* text, int32_t length, const MString& input) {
           while (end < inputLength && input[end] != stop) ++end;
         }
       }
-      captures_[spec.index] = input.Mid(in, end - in);
-      flags_[spec.index] = spec.flags;
-      if (spec.index + 1 > count_) count_ = spec.index + 1;
+      captures_[options.index] = input.Mid(in, end - in);
+      flags_[options.index] = options.flags;
+      if (options.index + 1 > count_) count_ = options.index + 1;
       in = end;
       continue;
     }
