@@ -1,0 +1,74 @@
+// What is compiled in: the registered block attached in place, else the `mrf`
+// file beside the program; the named pairs and the flat block.
+#include "foundation/resource_compiled_in.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/memory_stream.h"
+#include "foundation/resource_small_writer.h"
+#include "foundation/resource_test_support.h"
+
+namespace kx {
+namespace {
+
+std::string ProgramLibrary(const char* text) {
+  MSmallLibraryWriter writer(MString("solution"));
+  writer.Add(MString("mstyle"), text, static_cast<int64_t>(std::strlen(text)), false);
+  MMemoryStream bytes;
+  writer.Write(bytes, false);
+  return std::string(bytes.View());
+}
+
+class CompiledInTest : public FileTestBase {
+ protected:
+  void TearDown() override {
+    RegisterCompiledInBlock(nullptr, 0);
+    RegisterCompiledInPairs(nullptr, 0);
+    RegisterCompiledInFlatBlock(nullptr, 0);
+  }
+};
+
+TEST_F(CompiledInTest, ALinkedBlockWinsOverTheFileBesideTheProgram) {
+  WriteFile("bin/kestrix.mrf", ProgramLibrary("from the file"));
+  MString program = Path("bin/kestrix");
+  std::string block = ProgramLibrary("compiled in");
+
+  MResourceLibrary library;
+  EXPECT_FALSE(AttachCompiledInResources(library));
+  EXPECT_TRUE(AttachResourcesBesideProgram(library, program));
+  EXPECT_EQ(ReadRest(library.GetResource(MString("mstyle"))), "from the file");
+
+  {
+    MCompiledInRegistration registration(block.data(), static_cast<int64_t>(block.size()));
+    MResourceLibrary compiled;
+    EXPECT_TRUE(HasCompiledInResources());
+    EXPECT_FALSE(AttachResourcesBesideProgram(compiled, program));
+    EXPECT_FALSE(compiled.IsAttached());
+    EXPECT_TRUE(AttachCompiledInResources(compiled));
+    MConstMemoryStream& style = compiled.GetResourceMemory(MString("MStyle"));
+    EXPECT_EQ(std::string(style.Data(), static_cast<size_t>(style.Size())), "compiled in");
+    EXPECT_TRUE(style.Data() > block.data() && style.Data() < block.data() + block.size()) << "read in place";
+  }
+
+  RegisterCompiledInBlock(nullptr, 0);
+  MResourceLibrary none;
+  EXPECT_FALSE(AttachResourcesBesideProgram(none, Path("bin/other")));
+  WriteFile("bin/broken.mrf", "12345678901234");
+  EXPECT_THROW(AttachResourcesBesideProgram(none, Path("bin/broken")), MException);
+}
+
+TEST_F(CompiledInTest, NamedPairsAndTheFlatBlock) {
+  static const MCompiledInPair kPairs[] = {{"Shader.glsl", "void main(){}", 13}, {"licence", "text", 4}};
+  RegisterCompiledInPairs(kPairs, 2);
+  MConstMemoryStream stream;
+  EXPECT_TRUE(OpenCompiledInStream(MString("shader.GLSL"), stream));
+  EXPECT_EQ(ReadRest(stream), "void main(){}");
+  EXPECT_FALSE(OpenCompiledInStream(MString("shader"), stream));
+  EXPECT_FALSE(OpenCompiledInFlatBlock(stream));
+  RegisterCompiledInFlatBlock("flat", 4);
+  ASSERT_TRUE(OpenCompiledInFlatBlock(stream));
+  EXPECT_EQ(ReadRest(stream), "flat");
+}
+
+}  // namespace
+}  // namespace kx

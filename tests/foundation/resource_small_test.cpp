@@ -1,0 +1,165 @@
+// The small library: lookups without case, compressed entries started again,
+// in-place and copied blocks, a library inside a library, and bad headers.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "foundation/file_stream.h"
+#include "foundation/memory_stream.h"
+#include "foundation/resource_small_writer.h"
+#include "foundation/resource_test_support.h"
+
+namespace kx {
+namespace {
+
+struct Entry {
+  const char* id;
+  std::string bytes;
+  bool compressed;
+};
+
+std::vector<Entry> StyleEntries() {
+  return {{"fontRobotoLight", RandomBytes(3000, 1), false},
+          {"bitmapyes", TextBytes(20000, 2), true},
+          {"Empty", "", false},
+          {"bitmapno", "", true}};
+}
+
+std::string StyleLibrary(bool compressDefinition) {
+  MSmallLibraryWriter writer(MString("mstyle"));
+  writer.Root().SetAttribute("fontsize", MVariant(int32_t{11}));
+  for (const Entry& entry : StyleEntries())
+    writer.Add(MString(entry.id), entry.bytes.data(), static_cast<int64_t>(entry.bytes.size()), entry.compressed);
+  MMemoryStream bytes;
+  writer.Write(bytes, compressDefinition);
+  return std::string(bytes.View());
+}
+
+enum class Source { kConstantMemory, kMemory, kFile };
+
+class SmallLibraryTest : public FileTestBase,
+                         public ::testing::WithParamInterface<std::tuple<Source, bool>> {};
+
+TEST_P(SmallLibraryTest, LookupsIgnoreCaseAndStartFromTheBeginning) {
+  auto [source, compressDefinition] = GetParam();
+  std::string bytes = StyleLibrary(compressDefinition);
+  MConstMemoryStream constant(bytes.data(), static_cast<int64_t>(bytes.size()));
+  MMemoryStream memory;
+  memory.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
+  memory.Seek(0, kSeekBegin);
+  WriteFile("style.mstyle", bytes);
+  MFileStream file(Path("style.mstyle"), MFileStream::kModeRead);
+
+  MResourceLibrary library;
+  library.AttachSmall(source == Source::kConstantMemory ? static_cast<MStream&>(constant)
+                      : source == Source::kMemory       ? static_cast<MStream&>(memory)
+                                                        : static_cast<MStream&>(file));
+  memory.Clear();  // a copied block does not depend on the source any more
+  EXPECT_EQ(library.GetDefinition().GetAttribute("fontsize").AsInt(), 11);
+  ASSERT_EQ(library.GetResourceCount(), 4);
+
+  for (const Entry& entry : StyleEntries()) {
+    std::string upper = entry.id, lower = entry.id;
+    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const std::string& id : {std::string(entry.id), upper, lower}) {
+      MStream& stream = library.GetResource(MString(id.c_str()));
+      std::string start(10, '\0');
+      stream.Read(start.data(), 10);
+      // A second GetResource starts again from the first byte.
+      EXPECT_EQ(ReadRest(library.GetResource(MString(id.c_str()))), entry.bytes) << id;
+    }
+    if (entry.compressed) {
+      EXPECT_EQ(MessageOf([&] { library.GetResourceMemory(MString(entry.id)); }),
+                "Attempt to attach compressed resource using memory-stream.");
+      continue;
+    }
+    MConstMemoryStream& direct = library.GetResourceMemory(MString(upper.c_str()));
+    ASSERT_EQ(direct.Size(), static_cast<int64_t>(entry.bytes.size()));
+    if (entry.bytes.empty()) continue;
+    EXPECT_EQ(std::memcmp(direct.Data(), entry.bytes.data(), entry.bytes.size()), 0);
+    // Constant memory is read in place, anything else from a block of its own.
+    bool inPlace = direct.Data() >= bytes.data() && direct.Data() < bytes.data() + bytes.size();
+    EXPECT_EQ(inPlace, source == Source::kConstantMemory);
+  }
+  EXPECT_EQ(MessageOf([&] { library.GetResource(MString("bitmapmaybe")); }),
+            "Cannot find requested resource (bitmapmaybe).");
+}
+
+INSTANTIATE_TEST_SUITE_P(Sources, SmallLibraryTest,
+                         ::testing::Combine(::testing::Values(Source::kConstantMemory, Source::kMemory,
+                                                              Source::kFile),
+                                            ::testing::Bool()));
+
+// The shape of what is compiled in: `solution` with one entry `mstyle` at
+// offset 0 covering the inner library, which is attached from the outer one.
+TEST(SmallLibraryNesting, AStyleInsideTheProgramBlock) {
+  std::string style = StyleLibrary(true);
+  MSmallLibraryWriter outer(MString("solution"));
+  outer.Add(MString("mstyle"), style.data(), static_cast<int64_t>(style.size()), false);
+  MMemoryStream block;
+  outer.Write(block, false);
+
+  MConstMemoryStream program(block.Data(), block.Size());
+  MResourceLibrary solution, inner;
+  solution.AttachSmall(program);
+  MResourceEntry& entry = solution.GetEntry(0);
+  EXPECT_EQ(ToStd(entry.item->GetAttribute("offset").AsString()), "0");
+  inner.AttachSmall(solution.GetResourceMemory(MString("MSTYLE")));
+  EXPECT_EQ(ToStd(inner.GetDefinition().name), "mstyle");
+  EXPECT_EQ(ReadRest(inner.GetResource(MString("BITMAPYES"))), TextBytes(20000, 2));
+}
+
+std::string Header(int32_t definitionSize, int32_t dataSize) {
+  int32_t header[3] = {0, definitionSize, dataSize};
+  return std::string(reinterpret_cast<const char*>(header), sizeof header);
+}
+
+TEST(SmallLibraryDamage, BadHeadersAndEntries) {
+  std::string good = StyleLibrary(false);
+
+  MSmallLibraryWriter outside(MString("x"));
+  outside.Add(MString("a"), "abc", 3, false);
+  outside.Root().GetSubItem("resources").firstSubItem->SetAttribute("size", MVariant(int32_t{4}));
+  MMemoryStream outsideBytes;
+  outside.Write(outsideBytes, false);
+
+  const std::string shortRead = "Could not read the required data from stream.";
+  struct Case {
+    const char* name;
+    std::string bytes;
+    std::string message;
+  } cases[] = {
+      {"empty", "", shortRead},
+      {"short header", Header(5, 5).substr(0, 10), shortRead},
+      {"negative definition", Header(-1, 0), shortRead},
+      {"negative data", Header(0, -1), shortRead},
+      {"data missing", good.substr(0, good.size() - 1), shortRead},
+      {"sizes no stream holds", Header(0x7fffff00, 0x7fffff00) + "abc", shortRead},
+      {"no resources", Header(6, 0) + std::string("<a/>  "), "Could not find required subitem (resources)."},
+      {"entry outside",
+       std::string(outsideBytes.View()),
+       "Invalid resource library format (resource a lies outside the data block)."},
+  };
+  for (const Case& c : cases) {
+    for (bool constant : {true, false}) {
+      MConstMemoryStream inPlace(c.bytes.data(), static_cast<int64_t>(c.bytes.size()));
+      MMemoryStream copied;
+      copied.Write(c.bytes.data(), static_cast<int64_t>(c.bytes.size()));
+      copied.Seek(0, kSeekBegin);
+      MResourceLibrary library;
+      EXPECT_EQ(MessageOf([&] { library.AttachSmall(constant ? static_cast<MStream&>(inPlace) : copied); }),
+                c.message)
+          << c.name;
+      EXPECT_FALSE(library.IsAttached());
+    }
+  }
+  // A definition no form reads is refused with the reader's word, not left half-read.
+  std::string garbage = Header(8, 0) + "\x01\x02garbage";
+  MConstMemoryStream stream(garbage.data(), static_cast<int64_t>(garbage.size()));
+  MResourceLibrary library;
+  EXPECT_THROW(library.AttachSmall(stream), MException);
+}
+
+}  // namespace
+}  // namespace kx
