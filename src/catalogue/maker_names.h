@@ -1,10 +1,12 @@
 // Fixed words of the maker's catalogue that the program's rules look for.
 #pragma once
 
+#include "foundation/data_paths.h"
+
 namespace kx {
 
 // The maker's folder word: put in front of local folders and download paths.
-inline constexpr const char* kMakerFolderWord = "Vorlund";
+inline constexpr const char* kMakerFolderWord = kMakerFolder;
 // The sampler instrument: optional instrument packages follow plug-ins named so.
 inline constexpr const char* kSamplerWord = "Tonvault";
 

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/tool_run.h"
 #include "foundation/boxes.h"
 #include "foundation/exception.h"
 #include "foundation/format.h"
@@ -171,15 +172,7 @@ int RunPackInstallCommand(int argc, char** argv) {
   }
   FixedAnswerBoxHost fixed(request.onError);
   MBoxHost* previous = request.onError ? SetBoxHost(&fixed) : nullptr;
-  int code = 1;
-  try {
-    Run(request);
-    code = 0;
-  } catch (const MException& failure) {
-    std::fprintf(stderr, "%s\n", ToStd(failure.message).c_str());
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-  }
+  int code = RunToolCommand([&] { Run(request); });
   if (request.onError) SetBoxHost(previous);
   std::fflush(stdout);
   MLog::Close();

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "common/tool_run.h"
 #include "foundation/exception.h"
 #include "foundation/file_ops.h"
 #include "foundation/mbx.h"
@@ -90,13 +91,5 @@ int main(int argc, char** argv) {
     std::fputs(kx::kUsage, stderr);
     return 2;
   }
-  try {
-    kx::Run(request);
-    return 0;
-  } catch (const kx::MException& failure) {
-    std::fprintf(stderr, "%s\n", kx::ToStd(failure.message).c_str());
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-  }
-  return 1;
+  return kx::RunToolCommand([&] { kx::Run(request); });
 }
