@@ -1,5 +1,6 @@
 # Thin wrapper around CMake + Ninja.
-#   make test   install deps, build with ASan+UBSan, run every test through CTest
+#   make test   install deps, build with ASan+UBSan, run every test through CTest,
+#               then the thread tests under ThreadSanitizer
 #   make bench  release build, run the benchmarks and the peer comparisons
 #   make demo   build and run the program on its built-in demo in a sandboxed HOME
 #   make tsan   build with ThreadSanitizer, run the thread, task and event tests
@@ -10,7 +11,7 @@ TSAN_DIR := build/tsan
 # CTest names of the thread, task and event tests (suite.case).
 TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology)Test\.
 
-.PHONY: all deps test tsan bench demo fuzz-smoke clean format
+.PHONY: all deps test tsan tsan-run bench demo fuzz-smoke clean format
 
 all: $(TEST_DIR)/build.ninja
 	cmake --build $(TEST_DIR) -j $(JOBS)
@@ -22,12 +23,17 @@ $(TEST_DIR)/build.ninja:
 	cmake -S . -B $(TEST_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 	  -DKESTRIX_SANITIZE=ON -DKESTRIX_WERROR=ON -DKESTRIX_TESTS=ON
 
+# Every test under ASan+UBSan, then the thread, task and event tests again under
+# ThreadSanitizer.
 test: deps $(TEST_DIR)/build.ninja
 	cmake --build $(TEST_DIR) -j $(JOBS)
 	cd $(TEST_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure -j $(JOBS)
+	$(MAKE) --no-print-directory tsan-run
 
-tsan: deps
+tsan: deps tsan-run
+
+tsan-run:
 	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 	  -DKESTRIX_TSAN=ON -DKESTRIX_WERROR=ON -DKESTRIX_TESTS=ON
 	cmake --build $(TSAN_DIR) -j $(JOBS) --target foundation_tests
