@@ -40,7 +40,8 @@ tsan-run:
 	cd $(TSAN_DIR) && TSAN_OPTIONS=second_deadlock_stack=1 \
 	  ctest --output-on-failure -j $(JOBS) -R '$(TSAN_TESTS)'
 
-bench: deps
+bench:
+	scripts/install-deps --bench
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release \
 	  -DKESTRIX_TESTS=OFF -DKESTRIX_BENCH=ON
 	cmake --build $(BENCH_DIR) -j $(JOBS)
@@ -52,6 +53,7 @@ demo: deps
 	scripts/demo $(BENCH_DIR)/src/app/kestrix
 
 fuzz-smoke:
+	scripts/install-deps --fuzz
 	CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 	  -DKESTRIX_TESTS=OFF -DKESTRIX_FUZZ=ON
 	cmake --build build/fuzz -j $(JOBS)
