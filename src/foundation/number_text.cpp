@@ -21,10 +21,18 @@ MString FormatMagnitude(uint64_t magnitude, bool negative, int base, int width, 
   if (width > kFieldWidth) width = kFieldWidth;
   MChar area[kWorkArea];
   int start = kWorkArea;
-  do {
-    area[--start] = static_cast<MChar>(kDigits[magnitude % static_cast<unsigned>(base)]);
-    magnitude /= static_cast<unsigned>(base);
-  } while (magnitude != 0);
+  // Decimal is nearly every call: a constant divisor becomes a multiplication.
+  if (base == 10) {
+    do {
+      area[--start] = static_cast<MChar>('0' + magnitude % 10);
+      magnitude /= 10;
+    } while (magnitude != 0);
+  } else {
+    do {
+      area[--start] = static_cast<MChar>(kDigits[magnitude % static_cast<unsigned>(base)]);
+      magnitude /= static_cast<unsigned>(base);
+    } while (magnitude != 0);
+  }
   while (kWorkArea - start < width) area[--start] = padUnit;
   // The sign stands before the padding and is not counted in the width.
   MString result;
