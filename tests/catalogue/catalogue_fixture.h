@@ -13,12 +13,19 @@
 #include <string>
 #include <vector>
 
+#include "foundation/memory_stream.h"
 #include "foundation/xml_item.h"
 
 namespace kx::testing {
 
 inline MString Text(const std::string& text) {
   return MString::FromUTF8(text);
+}
+
+// XML text as the server would send it, parsed into `tree`.
+inline void Parse(MXMLItem& tree, const std::string& xml) {
+  MConstMemoryStream bytes(xml.data(), static_cast<int64_t>(xml.size()));
+  tree.LoadXML(bytes);
 }
 
 struct FilesSpec {

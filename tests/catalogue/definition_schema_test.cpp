@@ -15,7 +15,6 @@
 #include "catalogue_fixture.h"
 #include "foundation/exception.h"
 #include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -77,10 +76,7 @@ TEST(DefinitionSchemaTest, DefaultsAndPresence) {
     <directory id="" default="" defaultprefix="" windows="0"/>
     <comment text="unknown elements are passed over"/>
   </InstallerDefinition>)";
-  MMemoryStream stream;
-  stream.Write(xml.data(), static_cast<int64_t>(xml.size()));
-  stream.Seek(0, kSeekBegin);
-  root.LoadXML(stream);
+  testing::Parse(root, xml);
 
   InstallerDefinitionContents contents = ReadInstallerDefinition(root);
   ASSERT_EQ(contents.categories.Count(), 3);

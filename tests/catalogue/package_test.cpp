@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "catalogue/catalogue_owner.h"
 #include "catalogue/definition_schema.h"
@@ -45,7 +46,6 @@ TEST_P(PackagePathTest, FolderKeyAndFiles) {
       Package::Create(nullptr, files, trees.database, trees.packageSettings));
   EXPECT_EQ(ToStd(package->FolderPath), c.folder);
   EXPECT_EQ(ToStd(package->Key), c.key);
-  EXPECT_EQ(ToStd(package->GetName()), c.key);
   EXPECT_EQ(package->IsEffectsBinary(), c.effects);
   // The settings item is named by the key, not by the path.
   EXPECT_EQ(FindSettingsItem(trees.packageSettings, Text(c.key)), package->GetSettingsNode());
@@ -73,49 +73,44 @@ const PathCase kPaths[] = {
 
 INSTANTIATE_TEST_SUITE_P(Paths, PackagePathTest, ::testing::ValuesIn(kPaths));
 
-TEST(PackageDatabaseTest, NoEntryGivesNoVersions) {
-  testing::CatalogueTrees trees;
-  AddDatabaseEntry(trees.database, "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}});
-  std::unique_ptr<Package> package(Package::Create(
-      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
-  EXPECT_EQ(package->DatabaseNode, nullptr);
-  EXPECT_TRUE(package->StableVersion.IsEmpty());
-  EXPECT_TRUE(package->BetaVersion.IsEmpty());
-  EXPECT_TRUE(package->UpdateVersion.IsEmpty());
-  EXPECT_EQ(package->Size, 0.0f);
-  EXPECT_FALSE(package->HasNewerBeta);
-}
-
-TEST(PackageDatabaseTest, OnlyBetaChild) {
-  testing::CatalogueTrees trees;
-  AddDatabaseEntry(trees.database, "content_kit",
-                   {{"16.02b", true, " 2024-04-01 09:30:00.5 ", 3000000}});
-  std::unique_ptr<Package> package(Package::Create(
-      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
-  ASSERT_NE(package->DatabaseNode, nullptr);  // keys match without regard to case
-  EXPECT_TRUE(package->StableVersion.IsEmpty());
-  EXPECT_EQ(ToStd(package->BetaVersion), "16.02b");
-  EXPECT_EQ(ToStd(package->UpdateVersion), "16.02b");
-  EXPECT_EQ(ToStd(package->BetaTime.ToString()), "2024-04-01 09:30:00.5");
-  EXPECT_EQ(package->Size, 3000000.0f);
-}
-
 TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
-  testing::CatalogueTrees trees;
-  AddDatabaseEntry(trees.database, "Content_Kit",
-                   {{"15.00", false, "2023-01-01 00:00:00", 1},
-                    {"16.00b", true, "2023-06-01 00:00:00", 2},
-                    {"16.01", false, "2024-03-01 10:00:00", 3},
-                    {"16.02b", true, "2024-04-01 00:00:00", 4},
-                    {"16.02", false, "2024-05-01 12:00:00", 5000000000LL}});
-  std::unique_ptr<Package> package(Package::Create(
-      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
-  EXPECT_EQ(ToStd(package->StableVersion), "16.02");
-  EXPECT_EQ(ToStd(package->StableTime.ToString()), "2024-05-01 12:00:00.0");
-  EXPECT_EQ(ToStd(package->BetaVersion), "16.02b");
-  EXPECT_EQ(ToStd(package->BetaTime.ToString()), "2024-04-01 00:00:00.0");
-  EXPECT_EQ(ToStd(package->UpdateVersion), "16.02");
-  EXPECT_EQ(package->Size, 5000000000.0f);  // sizes above 2 GiB survive
+  struct Case {
+    const char* label;
+    const char* key;  // of the database entry; keys match without regard to case
+    std::vector<testing::VersionSpec> versions;
+    const char* stable;
+    const char* beta;
+    const char* update;
+    const char* betaTime;
+    float size;
+  };
+  const Case cases[] = {
+      {"no entry", "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}}, "", "", "", "", 0},
+      {"only a beta", "content_kit", {{"16.02b", true, " 2024-04-01 09:30:00.5 ", 3000000}}, "",
+       "16.02b", "16.02b", "2024-04-01 09:30:00.5", 3000000},
+      {"last of each kind, sizes above 2 GiB", "Content_Kit",
+       {{"15.00", false, "2023-01-01 00:00:00", 1},
+        {"16.00b", true, "2023-06-01 00:00:00", 2},
+        {"16.01", false, "2024-03-01 10:00:00", 3},
+        {"16.02b", true, "2024-04-01 00:00:00", 4},
+        {"16.02", false, "2024-05-01 12:00:00", 5000000000LL}},
+       "16.02", "16.02b", "16.02", "2024-04-01 00:00:00.0", 5000000000.0f},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    testing::CatalogueTrees trees;
+    AddDatabaseEntry(trees.database, c.key, c.versions);
+    std::unique_ptr<Package> package(Package::Create(
+        nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+    EXPECT_EQ(package->DatabaseNode == nullptr, *c.update == 0);
+    EXPECT_EQ(ToStd(package->StableVersion), c.stable);
+    EXPECT_EQ(ToStd(package->BetaVersion), c.beta);
+    EXPECT_EQ(ToStd(package->UpdateVersion), c.update);
+    if (*c.betaTime) {
+      EXPECT_EQ(ToStd(package->BetaTime.ToString()), c.betaTime);
+    }
+    EXPECT_EQ(package->Size, c.size);
+  }
 }
 
 TEST(PackageDatabaseTest, BadEntriesStopTheLoad) {

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "catalogue_fixture.h"
 #include "foundation/data_paths.h"
 #include "foundation/exception.h"
 #include "foundation/log.h"
-#include "foundation/memory_stream.h"
 #include "foundation/run_state.h"
 #include "foundation/xml_item.h"
 #include "support/sandbox.h"
@@ -26,6 +26,7 @@ namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Parse;
 
 class PathMacrosTest : public ::testing::Test {
  protected:
@@ -40,12 +41,6 @@ class PathMacrosTest : public ::testing::Test {
     MLog::Close();
     ForgetFolderTable();
     ResetRunFlags();
-  }
-
-  // The definition as the server would send it, parsed into `definition`.
-  static void Parse(MXMLItem& definition, const std::string& xml) {
-    MConstMemoryStream bytes(xml.data(), static_cast<int64_t>(xml.size()));
-    definition.LoadXML(bytes);
   }
 
   void OpenLog() { MLog::Open(MString::FromUTF8((sandbox.Root() / "log.txt").string())); }

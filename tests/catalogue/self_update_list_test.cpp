@@ -8,19 +8,13 @@
 #include "catalogue_fixture.h"
 #include "foundation/exception.h"
 #include "foundation/log.h"
-#include "foundation/memory_stream.h"
 #include "foundation/xml_item.h"
 #include "support/sandbox.h"
 
 namespace kx {
 namespace {
 
-void Parse(MXMLItem& tree, const std::string& xml) {
-  MMemoryStream stream;
-  stream.Write(xml.data(), static_cast<int64_t>(xml.size()));
-  stream.Seek(0, kSeekBegin);
-  tree.LoadXML(stream);
-}
+using testing::Parse;
 
 TEST(SelfUpdateListTest, FirstKestrixElementOfThePlatformItem) {
   MXMLItem list;

@@ -87,12 +87,10 @@ TEST_P(SetCurrentVersionTest, VersionWishesAndMarks) {
 // clang-format off
 const SetCase kSetCases[] = {
     // label, path, name, mac, installed, current, apply -> current, wish, mark, kernel
-    {"update of an installed package", "Content/Kit", "Kit", false, true, "16.01", true, "16.02b", true, false, ""},
     {"same version in other case", "Content/Kit", "Kit", false, true, "16.02B", true, "16.02b", false, false, ""},
     {"effects binary without a new version", "BINEffects/binx64", "Effects", false, true, "16.02b", true, "16.02b", true, true, ""},
     {"effects binary not installed", "BINEffects/binx64", "Effects", false, false, "16.02b", true, "16.02b", false, false, ""},
     {"without the update an installed version stays", "Content/Kit", "Kit", false, true, "16.01", false, "16.01", false, false, ""},
-    {"kernel keeps the version process-wide", "Kernel/sse", "Kernel", false, true, "16.01", true, "16.02b", true, false, "16.02b"},
     {"other platform's kernel is not the plug-ins' version", "KernelMac/sse", "Kernel", true, true, "16.01", true, "16.02b", true, false, ""},
     {"a kernel by name only as written", "Kernel/x", "Kernel data", false, true, "16.01", true, "16.02b", true, false, ""},
 };
@@ -325,8 +323,6 @@ const CheckCase kChecks[] = {
      kVstFolderToCreate, {}, true,
      {{"ShowInformation", kReloaded}}, kUpdateRun,
      {"\nNo update for any package is available.\n", "Performing package update"}, {}},
-    {"reloaded data, auto update off: asked", kManual | kReloadedData, "16.02", kVstFolderToCreate, {1}, true,
-     {{"ShowQuestion", kAskUpdate}}, kUpdateRun, {"Performing package update"}, {}},
     {"beta channel", kAuto | kBeta, "16.02", kVstFolderToCreate, {}, true,
      {{"ShowInformation", kUpdatingNow}}, kUpdateRun,
      {"Check for updates, beta: 1", " Package Kernel_sse, UpdateVersion: 16.03b ",

@@ -37,15 +37,6 @@ TEST(VersionComponentTest, NumberThenLetter) {
   }
 }
 
-TEST(VersionComponentTest, Split) {
-  EXPECT_EQ(SplitVersion("").Count(), 0);
-  EXPECT_EQ(SplitVersion("16").Count(), 1);
-  MArray<MString> parts = SplitVersion("16..02b");
-  ASSERT_EQ(parts.Count(), 3);
-  EXPECT_TRUE(parts[1].IsEmpty());
-  EXPECT_EQ(ToStd(parts[2]), "02b");
-}
-
 struct UpdateCase {
   const char* label;
   const char* current;  // CurrentPackageVersion

@@ -2,10 +2,7 @@
 // flag combinations from a folder and from a tree file and extracted again,
 // the security info and the verification that names a bad block, and the exit
 // codes of failures and misuse.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <cstring>
@@ -14,9 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "support/sandbox.h"
-
-extern char** environ;
+#include "tool_process.h"
 
 namespace kx {
 namespace {
@@ -31,11 +26,7 @@ const char* const kUsage =
     "       kestrix-pack verify PKG\n"
     "       kestrix-pack extract PKG DIR\n";
 
-struct ToolResult {
-  int exitCode = -1;
-  std::string output;
-  std::string errorOutput;
-};
+using testing::ToolResult;
 
 std::string Pattern(size_t size, unsigned seed) {
   std::string data(size, '\0');
@@ -71,37 +62,13 @@ class PackToolTest : public ::testing::Test {
   }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    fs::path out = File("stdout.txt");
-    fs::path err = File("stderr.txt");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    std::vector<char*> argv{const_cast<char*>(kTool)};
-    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    pid_t pid = 0;
-    int failed = posix_spawn(&pid, kTool, &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ToolResult result;
-    if (failed != 0) {
-      ADD_FAILURE() << "cannot start " << kTool;
-      return result;
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status)) << "status " << status;
-    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
-    result.output = ReadFileBytes(out);
-    result.errorOutput = ReadFileBytes(err);
-    return result;
+    return testing::RunTool(kTool, arguments, sandbox.Root());
   }
 
   // Runs and expects success.
   ToolResult Ok(const std::vector<std::string>& arguments) const {
     ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 0) << testing::PrintToString(arguments) << ": " << result.errorOutput;
+    EXPECT_EQ(result.exitCode, 0) << ::testing::PrintToString(arguments) << ": " << result.errorOutput;
     EXPECT_EQ(result.errorOutput, "");
     return result;
   }
@@ -227,24 +194,16 @@ TEST_F(PackToolTest, FailuresExitWithTheMessage) {
 
 TEST_F(PackToolTest, WrongUsageShowsTheUsage) {
   const std::vector<std::vector<std::string>> cases = {
-      {},
-      {"pack", "a"},
-      {"build", "a"},
-      {"build", "a", "b", "c"},
-      {"build", "a", "b", "--flags", "32"},
-      {"build", "a", "b", "--flags", "x"},
-      {"build", "a", "b", "--flags"},
-      {"build", "a", "b", "--attr", "novalue"},
-      {"build", "a", "b", "--attr", "=1"},
-      {"list", "a", "--name", "n"},
-      {"md5"},
-      {"verify", "a", "b"},
-      {"extract", "a"},
+      {}, {"pack", "a"}, {"build", "a"}, {"build", "a", "b", "c"},
+      {"build", "a", "b", "--flags", "32"}, {"build", "a", "b", "--flags", "x"},
+      {"build", "a", "b", "--flags"}, {"build", "a", "b", "--attr", "novalue"},
+      {"build", "a", "b", "--attr", "=1"}, {"list", "a", "--name", "n"}, {"md5"},
+      {"verify", "a", "b"}, {"extract", "a"},
   };
   for (const auto& arguments : cases) {
     ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(arguments);
-    EXPECT_EQ(result.errorOutput, kUsage) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.exitCode, 2) << ::testing::PrintToString(arguments);
+    EXPECT_EQ(result.errorOutput, kUsage) << ::testing::PrintToString(arguments);
     EXPECT_EQ(result.output, "");
   }
 }

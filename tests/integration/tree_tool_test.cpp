@@ -1,9 +1,6 @@
 // kestrix-tree run as a real process on real files: conversions in every
 // direction, the dump, and the exit codes and messages of failures and misuse.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
@@ -14,9 +11,7 @@
 #include "foundation/mbx.h"
 #include "foundation/memory_stream.h"
 #include "foundation/path_text.h"
-#include "support/sandbox.h"
-
-extern char** environ;
+#include "tool_process.h"
 
 namespace kx {
 namespace {
@@ -27,11 +22,7 @@ const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
 const char* const kUsage =
     "Usage: kestrix-tree convert IN OUT --to xml|mbx [--compress] | kestrix-tree dump IN\n";
 
-struct ToolResult {
-  int exitCode = -1;
-  std::string output;
-  std::string errorOutput;
-};
+using testing::ToolResult;
 
 class TreeToolTest : public ::testing::Test {
  protected:
@@ -43,32 +34,7 @@ class TreeToolTest : public ::testing::Test {
   }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    std::filesystem::path out = File("stdout.txt");
-    std::filesystem::path err = File("stderr.txt");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    std::vector<char*> argv{const_cast<char*>(kTool)};
-    for (const std::string& argument : arguments)
-      argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    pid_t pid = 0;
-    int failed = posix_spawn(&pid, kTool, &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ToolResult result;
-    if (failed != 0) {
-      ADD_FAILURE() << "cannot start " << kTool;
-      return result;
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status)) << "status " << status;
-    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
-    result.output = ReadFileBytes(out);
-    result.errorOutput = ReadFileBytes(err);
-    return result;
+    return testing::RunTool(kTool, arguments, sandbox.Root());
   }
 
   // The tree that a file in any form holds, loaded in this process.
@@ -181,22 +147,15 @@ TEST_F(TreeToolTest, FailuresExitWithTheMessage) {
 
 TEST_F(TreeToolTest, WrongUsageShowsTheUsageLine) {
   const std::vector<std::vector<std::string>> cases = {
-      {},
-      {"list", "a"},
-      {"dump"},
-      {"dump", "a", "b"},
-      {"dump", "a", "--compress"},
-      {"convert", "a", "b"},
-      {"convert", "a", "b", "--to"},
-      {"convert", "a", "b", "--to", "json"},
-      {"convert", "a", "--to", "mbx"},
-      {"convert", "a", "b", "c", "--to", "mbx"},
+      {}, {"list", "a"}, {"dump"}, {"dump", "a", "b"}, {"dump", "a", "--compress"},
+      {"convert", "a", "b"}, {"convert", "a", "b", "--to"}, {"convert", "a", "b", "--to", "json"},
+      {"convert", "a", "--to", "mbx"}, {"convert", "a", "b", "c", "--to", "mbx"},
       {"convert", "a", "b", "--to", "mbx", "--fast"},
   };
   for (const auto& arguments : cases) {
     ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(arguments);
-    EXPECT_EQ(result.errorOutput, kUsage) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.exitCode, 2) << ::testing::PrintToString(arguments);
+    EXPECT_EQ(result.errorOutput, kUsage) << ::testing::PrintToString(arguments);
     EXPECT_EQ(result.output, "");
   }
 }

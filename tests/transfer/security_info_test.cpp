@@ -98,26 +98,6 @@ TEST(SecurityInfoTest, BlocksCompareWithoutCaseAndOnlyByIndex) {
   EXPECT_FALSE(ReadText(withZero).MatchesBlock(0, "abc", 3));
 }
 
-class SecurityInfoFileTest : public FileTestBase {};
-
-TEST_F(SecurityInfoFileTest, SaveAndLoadAFileOfManyBlocks) {
-  std::string content;
-  for (int i = 0; i < 3 * 1048576 + 17; ++i) content += static_cast<char>((i * 7) ^ (i >> 11));
-  WriteFile("data.bin", content);
-  MSecurityInfo computed = MSecurityInfo::ComputeFile(Path("data.bin"));
-  computed.Save(Path("data.bin.md5"));
-  MSecurityInfo loaded;
-  loaded.Load(Path("data.bin.md5"));
-  EXPECT_EQ(loaded.totalSize, static_cast<int64_t>(content.size()));
-  ASSERT_EQ(loaded.blockDigests.Count(), 4);
-  for (int64_t i = 0; i < 4; ++i) {
-    int64_t start = i * MSecurityInfo::kBlockSize;
-    int64_t size = std::min<int64_t>(MSecurityInfo::kBlockSize, static_cast<int64_t>(content.size()) - start);
-    EXPECT_TRUE(loaded.MatchesBlock(i, content.data() + start, size)) << i;
-  }
-  EXPECT_TRUE(loaded.MatchesFile(DigestHex(content.data(), static_cast<int64_t>(content.size()))));
-}
-
 // Inputs kept for the fuzz target read again here: a refusal is fine, a crash is not.
 TEST(SecurityInfoFuzzInputsTest, KnownInputsReadWithoutCrashing) {
   std::filesystem::path folder = std::filesystem::path(KESTRIX_SOURCE_DIR) / "fuzz/corpus/security_info_fuzz";
