@@ -90,9 +90,8 @@ TEST(CharFoldingTest, FoldAndNarrow) {
     unsigned char narrowed;
   };
   const Case cases[] = {
-      {'A', 'a', 'A'},      {'z', 'z', 'z'},       {0xBF, 0xBF, 0xBF},  // below 192: as it is
-      {0xC9, 'e', 0xC9},    {0xE7, 'c', 0xE7},     {0xD7, 0xD7, 0xD7},  // multiplication sign
-      {0x141, 'l', 'L'},    {0x1EA0, 'a', 'A'},    {0x1EC7, 'e', 'e'},  // dot below and circumflex
+      {'A', 'a', 'A'},      {0xBF, 0xBF, 0xBF},    {0xC9, 'e', 0xC9},  // below 192: as it is
+      {0xD7, 0xD7, 0xD7},   {0x141, 'l', 'L'},     {0x1EC7, 'e', 'e'},  // dot below and circumflex
       {0x4E01, 0x4E01, 1},  {0x20AC, 0x20AC, 0xAC},
   };
   for (const Case& c : cases) {

