@@ -146,6 +146,11 @@ void MFileStream::Flush() {
   if (std::fflush(writeHandle_) != 0) ThrowWriteError(errno);
 }
 
+void MFileStream::Sync() {
+  CheckOpen();
+  if (int error = platform::SyncFile(writeHandle_)) ThrowWriteError(error);
+}
+
 bool MFileStream::IsEnd() { return GetPosition() >= sizeAtOpening_; }
 
 void MFileStream::Truncate() {

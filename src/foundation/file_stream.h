@@ -50,6 +50,8 @@ class MFileStream : public MStream {
   int64_t Seek(int64_t offset, int origin) override;
   int64_t GetPosition() override;
   void Flush() override;
+  // Flush, then force the bytes onto the disk: for files replaced by a rename.
+  void Sync();
   bool IsEnd() override;
   void Truncate() override;
   int64_t GetSize() override;

@@ -91,6 +91,8 @@ void ReplaceFileContent(const MString& path, const void* data, int64_t size) {
   try {
     MFileStream file(temporary, MFileStream::kModeCreate);
     file.Write(data, size);
+    // On the disk before the rename, so that even a power loss leaves the old or the new file.
+    file.Sync();
     file.Close();
   } catch (...) {
     RemoveQuietly(temporary);

@@ -17,4 +17,7 @@ int SeekFile(std::FILE* file, int64_t offset, int origin);
 // Pending output is written first; the stream's position is left as it is.
 int TruncateFile(std::FILE* file, int64_t length);
 
+// Pending output is written and the file's bytes are forced onto the disk.
+int SyncFile(std::FILE* file);
+
 }  // namespace kx::platform

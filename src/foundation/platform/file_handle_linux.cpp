@@ -23,4 +23,9 @@ int TruncateFile(std::FILE* file, int64_t length) {
   return ::ftruncate(::fileno(file), static_cast<off_t>(length)) == 0 ? 0 : errno;
 }
 
+int SyncFile(std::FILE* file) {
+  if (std::fflush(file) != 0) return errno;
+  return ::fsync(::fileno(file)) == 0 ? 0 : errno;
+}
+
 }  // namespace kx::platform
