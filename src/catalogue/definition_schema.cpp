@@ -1,4 +1,5 @@
 #include "catalogue/definition_schema.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/settings_node.h"
 #include "foundation/xml_item.h"
@@ -10,24 +11,9 @@ const char* const kInstrumentsCategory = "Instruments";
 
 namespace {
 
-const MXMLName kDirectory("directory");
-const MXMLName kFiles("files");
 const MXMLName kCategory("category");
-const MXMLName kItem("item");
 const MXMLName kBundle("bundle");
 
-const MXMLName kWindows("windows");
-const MXMLName kAvailable("Available");
-const MXMLName kId("id");
-const MXMLName kDefault("default");
-const MXMLName kDefaultPrefix("defaultprefix");
-const MXMLName kPath("path");
-const MXMLName kName("name");
-const MXMLName kFlags("flags");
-const MXMLName kMac("mac");
-const MXMLName kArchMin("archmin");
-const MXMLName kArchMax("archmax");
-const MXMLName kArchEnabled("archenabled");
 const MXMLName kHidden("hidden");
 const MXMLName kColumns("columns");
 const MXMLName kNameVisual("namevisual");

@@ -1,4 +1,5 @@
 #include "catalogue/kernel_selection.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/architecture.h"
 #include "catalogue/package.h"
@@ -17,12 +18,6 @@ const char* const kSupportAddress = "support@vorlund.com";
 
 namespace {
 
-const MXMLName kFiles("files");
-const MXMLName kPath("path");
-const MXMLName kMac("mac");
-const MXMLName kArchMin("archmin");
-const MXMLName kArchMax("archmax");
-const MXMLName kArchEnabled("archenabled");
 
 constexpr int32_t kNoUpperBound = 0x7fffffff;
 

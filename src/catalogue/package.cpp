@@ -1,4 +1,5 @@
 #include "catalogue/package.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/catalogue_owner.h"
 #include "catalogue/maker_names.h"
@@ -14,16 +15,9 @@
 namespace kx {
 namespace {
 
-const MXMLName kPath("path");
-const MXMLName kName("name");
-const MXMLName kFlags("flags");
-const MXMLName kMac("mac");
 
 const MXMLName kDownload("Download");
 const MXMLName kDownloaded("Downloaded");
-const MXMLName kInstall("Install");
-const MXMLName kInstalled("Installed");
-const MXMLName kUninstall("Uninstall");
 const MXMLName kVersion("Version");
 
 // Every occurrence of `what`, left to right; the text after a removal is not

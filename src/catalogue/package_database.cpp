@@ -1,4 +1,5 @@
 #include "catalogue/package_database.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/settings_node.h"
 #include "foundation/xml_item.h"
@@ -8,7 +9,6 @@ namespace kx {
 namespace {
 
 const MXMLName kPackages("packages");
-const MXMLName kName("name");
 const MXMLName kVersion("version");
 const MXMLName kSize("size");
 const MXMLName kBeta("beta");

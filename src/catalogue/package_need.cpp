@@ -1,4 +1,5 @@
 #include "catalogue/package_need.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/maker_names.h"
 #include "catalogue/package.h"
@@ -9,7 +10,6 @@
 namespace kx {
 namespace {
 
-const MXMLName kArchEnabled("archenabled");
 
 void Record(const Plugin& plugin, Package& package) {
   for (const MString& name : plugin.WantedNames()) package.AddWantedBy(name);

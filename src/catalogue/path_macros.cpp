@@ -1,4 +1,5 @@
 #include "catalogue/path_macros.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/maker_names.h"
 #include "catalogue/settings_node.h"
@@ -18,13 +19,7 @@ namespace {
 
 const char* const kCreatingLabel = "Creating path macros";
 
-const MXMLName kDirectory("directory");
-const MXMLName kAvailable("Available");
-const MXMLName kWindows("windows");
 const MXMLName kLinux("linux");
-const MXMLName kId("id");
-const MXMLName kDefault("default");
-const MXMLName kDefaultPrefix("defaultprefix");
 const MXMLName kPathElement("Path");
 
 // Every occurrence of `from` (not empty) in `text` becomes `to`; the search

@@ -1,4 +1,5 @@
 #include "catalogue/plugin.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/definition_schema.h"
 #include "catalogue/settings_node.h"
@@ -7,9 +8,6 @@
 namespace kx {
 namespace {
 
-const MXMLName kInstall("Install");
-const MXMLName kInstalled("Installed");
-const MXMLName kUninstall("Uninstall");
 
 }  // namespace
 

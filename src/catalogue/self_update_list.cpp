@@ -1,4 +1,5 @@
 #include "catalogue/self_update_list.h"
+#include "catalogue/definition_keys.h"
 
 #include "catalogue/settings_node.h"
 #include "foundation/exception.h"
@@ -11,7 +12,6 @@ namespace kx {
 namespace {
 
 const MXMLName kInstallers("kestrix_installers");
-const MXMLName kName("name");
 const MXMLName kKestrix("kestrix");
 const MXMLName kVersion("version");
 const MXMLName kSetupName("setupname");

@@ -1,12 +1,11 @@
 #include "catalogue/settings_node.h"
+#include "catalogue/definition_keys.h"
 
 #include "foundation/xml_iterator.h"
 
 namespace kx {
 namespace {
 
-const MXMLName kItem("item");
-const MXMLName kName("name");
 
 // FindAttribute leaves the item's lookup cache alone: settings nodes are read by
 // the download thread too, and a shared cache would be a write from a reader.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/bzip2_stream.h"
+#include "foundation/resource_keys.h"
 #include "foundation/exception.h"
 #include "foundation/file_ops.h"
 #include "foundation/file_stream.h"
@@ -24,11 +25,6 @@ namespace kx {
 
 namespace {
 
-const MXMLName kFileKey("file");
-const MXMLName kPathKey("path");
-const MXMLName kSourcePathKey("srcpath");
-const MXMLName kFileStartKey("filestart");
-const MXMLName kFileSizeKey("filesize");
 
 constexpr int kQuality = 100;
 constexpr int32_t kTaskPriority = 2;

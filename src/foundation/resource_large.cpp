@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "foundation/bzip2_stream.h"
+#include "foundation/resource_keys.h"
 #include "foundation/exception.h"
 #include "foundation/file_stream.h"
 #include "foundation/format.h"
@@ -15,8 +16,6 @@ namespace kx {
 
 namespace {
 
-const MXMLName kFileStartKey("filestart");
-const MXMLName kFileSizeKey("filesize");
 
 // A definition is at most 2 MiB as stored, but a compressed one could unfold into
 // any size before its digest is known: past this it is not a definition any more.

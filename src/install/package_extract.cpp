@@ -2,6 +2,7 @@
 // every component is checked before it is joined, so nothing is written above
 // the target folder.
 #include "install/package_extract.h"
+#include "foundation/resource_keys.h"
 
 #include <memory>
 #include <vector>
@@ -22,9 +23,7 @@ namespace kx {
 namespace {
 
 const MXMLName kDirKey("dir");
-const MXMLName kFileKey("file");
 const MXMLName kNameKey("name");
-const MXMLName kPathKey("path");
 const MXMLName kTimeKey("time");
 
 MString AttributeText(const MXMLItem& item, const MXMLName& key) {

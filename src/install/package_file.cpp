@@ -1,6 +1,7 @@
 // A package is a large resource library; this layer adds what the install walk
 // relies on: the root as the item tree, and the required attributes of a content.
 #include "install/package_file.h"
+#include "foundation/resource_keys.h"
 
 #include "foundation/xml_item.h"
 
@@ -8,8 +9,6 @@ namespace kx {
 
 namespace {
 
-const MXMLName kFileStartKey("filestart");
-const MXMLName kFileSizeKey("filesize");
 
 }  // namespace
 

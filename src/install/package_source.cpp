@@ -2,6 +2,7 @@
 // folders rather than by recursion, so that a deep source folder costs memory,
 // not stack.
 #include "install/package_source.h"
+#include "foundation/resource_keys.h"
 
 #include <memory>
 #include <utility>
@@ -23,8 +24,6 @@ namespace kx {
 
 namespace {
 
-const MXMLName kFileKey("file");
-const MXMLName kSourcePathKey("srcpath");
 
 void AddFileItem(MXMLItem& parent, const MString& path, const MString& name, MDateTime written) {
   // The install walk compares whole seconds: a sub-second part in `time` would
