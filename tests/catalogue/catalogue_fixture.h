@@ -28,7 +28,7 @@ inline void Parse(MXMLItem& tree, const std::string& xml) {
   tree.LoadXML(bytes);
 }
 
-struct FilesSpec {
+struct FilesEntry {
   std::string path = "";
   std::string name = "";   // empty: no attribute
   std::string flags = "";  // empty: no attribute
@@ -38,18 +38,18 @@ struct FilesSpec {
   std::string archMax = "";
 };
 
-inline MXMLItem& AddFiles(MXMLItem& definition, const FilesSpec& spec) {
+inline MXMLItem& AddFiles(MXMLItem& definition, const FilesEntry& entry) {
   MXMLItem& files = definition.AddSubItem("files");
-  files.SetAttribute("path", Text(spec.path));
-  if (!spec.name.empty()) files.SetAttribute("name", Text(spec.name));
-  if (!spec.flags.empty()) files.SetAttribute("flags", Text(spec.flags));
-  if (spec.mac) files.SetAttribute("mac", "1");
-  if (!spec.archMin.empty()) files.SetAttribute("archmin", Text(spec.archMin));
-  if (!spec.archMax.empty()) files.SetAttribute("archmax", Text(spec.archMax));
-  if (spec.archEnabled >= 0)
-    files.SetAttribute("archenabled", MVariant(static_cast<int32_t>(spec.archEnabled)));
+  files.SetAttribute("path", Text(entry.path));
+  if (!entry.name.empty()) files.SetAttribute("name", Text(entry.name));
+  if (!entry.flags.empty()) files.SetAttribute("flags", Text(entry.flags));
+  if (entry.mac) files.SetAttribute("mac", "1");
+  if (!entry.archMin.empty()) files.SetAttribute("archmin", Text(entry.archMin));
+  if (!entry.archMax.empty()) files.SetAttribute("archmax", Text(entry.archMax));
+  if (entry.archEnabled >= 0)
+    files.SetAttribute("archenabled", MVariant(static_cast<int32_t>(entry.archEnabled)));
   // A small install tree, as the real elements carry one.
-  files.AddSubItem("dir").AddSubItem("file").SetAttribute("name", Text(spec.path + ".bin"));
+  files.AddSubItem("dir").AddSubItem("file").SetAttribute("name", Text(entry.path + ".bin"));
   return files;
 }
 
@@ -110,7 +110,7 @@ inline void BuildCatalogue(CatalogueTrees& trees, int pluginCount) {
     directory.SetAttribute("defaultprefix", "{userdata}");
   }
 
-  std::vector<FilesSpec> packages = {
+  std::vector<FilesEntry> packages = {
       {"Kernel/sse", "Kernel", "global", -1, false, "", "avx2"},
       {"Kernel/avx2", "Kernel", "global", -1, false, "avx2", ""},
       {"Data/Global", "Global data", "global"},
@@ -122,7 +122,7 @@ inline void BuildCatalogue(CatalogueTrees& trees, int pluginCount) {
     if (HasOwnPackage(i)) packages.push_back({"Content/" + PluginName(i), "Content", OwnFlags(i)});
   packages.push_back({"BINEffectsMac/bin", "Effects (other platform)", "global", -1, true});
   packages.push_back({"BINEffects/binx64", "Effects", "global"});
-  for (const FilesSpec& spec : packages) AddFiles(definition, spec);
+  for (const FilesEntry& entry : packages) AddFiles(definition, entry);
 
   const char* panels[] = {"Effects", "Instruments", "Free effects"};
   for (int panel = 0; panel < 3; ++panel) {
@@ -144,8 +144,8 @@ inline void BuildCatalogue(CatalogueTrees& trees, int pluginCount) {
   bundle.SetAttribute("name", "All effects");
   bundle.SetAttribute("id", "all");
 
-  for (const FilesSpec& spec : packages) {
-    std::string key = spec.path;
+  for (const FilesEntry& entry : packages) {
+    std::string key = entry.path;
     for (char& c : key)
       if (c == '/') c = '_';
     if (Unpublished(key)) continue;
