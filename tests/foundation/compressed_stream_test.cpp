@@ -17,6 +17,7 @@
 #include "foundation/exception.h"
 #include "foundation/memory_stream.h"
 #include "foundation/stream_helpers.h"
+#include "support/failure_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -35,22 +36,6 @@ std::string SampleData(size_t size, unsigned seed = 7) {
   }
   data.resize(size);
   return data;
-}
-
-std::string RandomBytes(size_t size, unsigned seed) {
-  std::mt19937 random(seed);
-  std::string data(size, '\0');
-  for (auto& c : data) c = static_cast<char>(random());
-  return data;
-}
-
-MException Failure(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const MException& e) {
-    return e;
-  }
-  return MException(MString("(no exception)"), 9999);
 }
 
 // Compresses `data` into a memory stream through a fresh stream of type T.

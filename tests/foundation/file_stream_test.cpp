@@ -11,6 +11,7 @@
 
 #include "foundation/exception.h"
 #include "foundation/log.h"
+#include "support/failure_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -22,15 +23,6 @@ MString PathText(const fs::path& path) { return MString::FromUTF8(path.string())
 
 void WriteBytes(const fs::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
-}
-
-MException Failure(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const MException& e) {
-    return e;
-  }
-  return MException(MString("(no exception)"), 9999);
 }
 
 class FileStreamTest : public ::testing::Test {

@@ -15,25 +15,10 @@
 #include "foundation/exception.h"
 #include "foundation/memory_stream.h"
 #include "foundation/size_stream.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
-
-std::string Bytes(size_t size, unsigned seed) {
-  std::mt19937 random(seed);
-  std::string data(size, '\0');
-  for (auto& c : data) c = static_cast<char>(random());
-  return data;
-}
-
-MException Failure(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const MException& e) {
-    return e;
-  }
-  return MException(MString("(no exception)"), 9999);
-}
 
 // Reads from a string, recording the size asked for in each Read; it may hand
 // out fewer bytes than asked (`piece`), as a socket does.
@@ -65,7 +50,7 @@ void Fill(MMemoryStream& stream, const std::string& data) {
 }
 
 TEST(CopyStream, BlocksOf65536UntilTheSizeOrAShortBlock) {
-  std::string data = Bytes(200000, 1);
+  std::string data = RandomBytes(200000, 1);
   struct Case {
     int64_t size;
     int64_t piece;
@@ -88,7 +73,7 @@ TEST(CopyStream, BlocksOf65536UntilTheSizeOrAShortBlock) {
 }
 
 TEST(CopyStream, ProgressAdvancesPerBlock) {
-  std::string data = Bytes(65536 * 3, 2);
+  std::string data = RandomBytes(65536 * 3, 2);
   MMemoryStream source;
   Fill(source, data);
   MMemoryStream target;
@@ -102,7 +87,7 @@ TEST(CopyStream, ProgressAdvancesPerBlock) {
 }
 
 TEST(CompareStreams, DifferencesAndRewindOnEquality) {
-  std::string data = Bytes(10000, 3);
+  std::string data = RandomBytes(10000, 3);
   std::string changed = data;
   changed[9000] = static_cast<char>(changed[9000] + 1);
   struct Case {
@@ -143,7 +128,7 @@ TEST(Base64, KnownTextsAndRoundTripsOfEveryTailLength) {
     EXPECT_EQ(out.View(), c.bytes);
   }
   for (size_t size : {size_t{3071}, size_t{3072}, size_t{3073}}) {
-    std::string data = Bytes(size, static_cast<unsigned>(size));
+    std::string data = RandomBytes(size, static_cast<unsigned>(size));
     MMemoryStream text;
     WriteBase64(text, data.data(), static_cast<int64_t>(size));
     MString asString = EncodeBase64(data.data(), static_cast<int64_t>(size));
