@@ -119,22 +119,24 @@ void MHTTPStream::Open(const MString& url) {
   }
 }
 
-void MHTTPStream::OpenGet(const MString& host, const MString& path,
-                          const MArray<MHTTPParameter>* parameters, uint16_t port) {
+// A scheme in front of the host ("http://") is dropped; port 0 means the default.
+void MHTTPStream::SetTarget(const MString& host, const MString& path, uint16_t port) {
   int32_t slashes = host.Find("//");
   host_ = slashes >= 0 ? host.Mid(slashes + 2) : host;
   path_ = path;
   port_ = port != 0 ? port : kDefaultPort;
+}
+
+void MHTTPStream::OpenGet(const MString& host, const MString& path,
+                          const MArray<MHTTPParameter>* parameters, uint16_t port) {
+  SetTarget(host, path, port);
   StartExchange(kModeGet);
   query_ = JoinParameters(parameters);
 }
 
 void MHTTPStream::OpenPost(const MString& host, const MString& path,
                            const MArray<MHTTPParameter>* parameters, uint16_t port) {
-  int32_t slashes = host.Find("//");
-  host_ = slashes >= 0 ? host.Mid(slashes + 2) : host;
-  path_ = path;
-  port_ = port != 0 ? port : kDefaultPort;
+  SetTarget(host, path, port);
   StartExchange(kModePost);
   query_.Clear();
   if (parameters) {

@@ -96,6 +96,7 @@ class MHTTPStream : public MSocketStream {
 
  private:
   void ConnectToHost();
+  void SetTarget(const MString& host, const MString& path, uint16_t port);
   void StartExchange(int32_t mode);
   void WriteRequest();
   void ReadReplyHeader();
