@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "foundation/format.h"
+#include "foundation/text/format.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/file_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/file_stream.h"
 #include "transfer/http_stream.h"
 
 namespace {

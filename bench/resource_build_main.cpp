@@ -17,13 +17,13 @@
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/path_text.h"
-#include "foundation/resource_library.h"
-#include "foundation/stream_helpers.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/files/path_text.h"
+#include "foundation/resources/resource_library.h"
+#include "foundation/streams/stream_helpers.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 namespace {

@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "foundation/bzip2_stream.h"
-#include "foundation/hash_stream.h"
-#include "foundation/memory_stream.h"
-#include "foundation/zlib_stream.h"
+#include "foundation/compression/bzip2_stream.h"
+#include "foundation/streams/hash_stream.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/compression/zlib_stream.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include <string>
 
-#include "foundation/text_searcher.h"
-#include "foundation/text_string.h"
+#include "foundation/text/text_searcher.h"
+#include "foundation/text/text_string.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <string>
 
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "foundation/exception.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kx::MConstMemoryStream input(data, static_cast<int64_t>(size));

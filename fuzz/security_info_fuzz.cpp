@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
 #include "transfer/security_info.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

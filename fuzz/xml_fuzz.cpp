@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 
 #include <vector>
 
-#include "foundation/containers.h"
-#include "foundation/text_string.h"
+#include "foundation/containers/containers.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -2,13 +2,13 @@
 
 #include "app/command_line.h"
 #include "app/run_flags.h"
-#include "foundation/boxes.h"
-#include "foundation/codecs.h"
-#include "foundation/data_paths.h"
-#include "foundation/exception.h"
-#include "foundation/format.h"
-#include "foundation/log.h"
-#include "foundation/path_text.h"
+#include "foundation/core/boxes.h"
+#include "foundation/text/codecs.h"
+#include "foundation/files/data_paths.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/core/log.h"
+#include "foundation/files/path_text.h"
 #include "foundation/platform/single_instance.h"
 
 namespace kx {

@@ -10,7 +10,7 @@
 
 #include <vector>
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -1,6 +1,6 @@
 // The run flags of the application. They are defined with the foundation
-// (foundation/run_state.h) so that every library below the application can read
+// (foundation/core/run_state.h) so that every library below the application can read
 // them; the entry and the application include this header.
 #pragma once
 
-#include "foundation/run_state.h"
+#include "foundation/core/run_state.h"

@@ -3,7 +3,7 @@
 // (catalogue/package.h, plugin.h; the add-on record).
 #pragma once
 
-#include "foundation/xml_name.h"
+#include "foundation/xml/xml_name.h"
 
 namespace kx {
 

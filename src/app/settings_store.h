@@ -22,9 +22,9 @@
 // after that thread has ended.
 #pragma once
 
-#include "foundation/containers.h"
-#include "foundation/text_string.h"
-#include "foundation/xml_item.h"
+#include "foundation/containers/containers.h"
+#include "foundation/text/text_string.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

@@ -16,12 +16,12 @@
 //
 // The level is found once and cached process-wide; any thread may ask.
 // The instruction-set report that goes with it is InstructionSetReport() of
-// foundation/module.h.
+// foundation/core/module.h.
 #pragma once
 
 #include <cstdint>
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -2,7 +2,7 @@
 // records that more than one catalogue reader looks up.
 #pragma once
 
-#include "foundation/xml_name.h"
+#include "foundation/xml/xml_name.h"
 
 namespace kx {
 

@@ -2,8 +2,8 @@
 #include "catalogue/definition_keys.h"
 
 #include "catalogue/settings_node.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 

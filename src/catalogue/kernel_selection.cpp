@@ -4,13 +4,13 @@
 #include "catalogue/architecture.h"
 #include "catalogue/package.h"
 #include "catalogue/settings_node.h"
-#include "foundation/boxes.h"
-#include "foundation/format.h"
-#include "foundation/log.h"
-#include "foundation/module.h"
-#include "foundation/run_state.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/boxes.h"
+#include "foundation/text/format.h"
+#include "foundation/core/log.h"
+#include "foundation/core/module.h"
+#include "foundation/core/run_state.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 

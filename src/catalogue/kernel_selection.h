@@ -27,8 +27,8 @@
 
 #include <cstdint>
 
-#include "foundation/containers.h"
-#include "foundation/text_string.h"
+#include "foundation/containers/containers.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -1,7 +1,7 @@
 // Fixed words of the maker's catalogue that the program's rules look for.
 #pragma once
 
-#include "foundation/data_paths.h"
+#include "foundation/files/data_paths.h"
 
 namespace kx {
 

@@ -5,12 +5,12 @@
 #include "catalogue/maker_names.h"
 #include "catalogue/package_database.h"
 #include "catalogue/settings_node.h"
-#include "foundation/file_ops.h"
-#include "foundation/format.h"
-#include "foundation/log.h"
-#include "foundation/path_text.h"
-#include "foundation/run_state.h"
-#include "foundation/xml_item.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/text/format.h"
+#include "foundation/core/log.h"
+#include "foundation/files/path_text.h"
+#include "foundation/core/run_state.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 namespace {

@@ -19,9 +19,9 @@
 #include <cstdint>
 
 #include "catalogue/installable_item.h"
-#include "foundation/containers.h"
-#include "foundation/date_time.h"
-#include "foundation/text_string.h"
+#include "foundation/containers/containers.h"
+#include "foundation/text/date_time.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -15,8 +15,8 @@
 // (time).", a `packages` element without `name` the same for (name).
 #pragma once
 
-#include "foundation/date_time.h"
-#include "foundation/text_string.h"
+#include "foundation/text/date_time.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

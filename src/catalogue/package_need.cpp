@@ -4,8 +4,8 @@
 #include "catalogue/maker_names.h"
 #include "catalogue/package.h"
 #include "catalogue/plugin.h"
-#include "foundation/run_state.h"
-#include "foundation/xml_item.h"
+#include "foundation/core/run_state.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 namespace {

@@ -3,16 +3,16 @@
 
 #include "catalogue/maker_names.h"
 #include "catalogue/settings_node.h"
-#include "foundation/boxes.h"
-#include "foundation/data_paths.h"
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/format.h"
-#include "foundation/log.h"
-#include "foundation/path_text.h"
-#include "foundation/run_state.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/boxes.h"
+#include "foundation/files/data_paths.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/text/format.h"
+#include "foundation/core/log.h"
+#include "foundation/files/path_text.h"
+#include "foundation/core/run_state.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "catalogue/definition_schema.h"
 #include "catalogue/settings_node.h"
-#include "foundation/xml_item.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 namespace {

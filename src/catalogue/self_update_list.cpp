@@ -2,11 +2,11 @@
 #include "catalogue/definition_keys.h"
 
 #include "catalogue/settings_node.h"
-#include "foundation/exception.h"
-#include "foundation/format.h"
-#include "foundation/log.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/core/log.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 namespace {

@@ -17,7 +17,7 @@
 // corrupted. " and the same text without the trailing blank is thrown.
 #pragma once
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

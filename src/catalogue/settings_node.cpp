@@ -1,7 +1,7 @@
 #include "catalogue/settings_node.h"
 #include "catalogue/definition_keys.h"
 
-#include "foundation/xml_iterator.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 namespace {

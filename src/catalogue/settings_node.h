@@ -13,9 +13,9 @@
 
 #include <cstdint>
 
-#include "foundation/text_string.h"
-#include "foundation/variant.h"
-#include "foundation/xml_name.h"
+#include "foundation/text/text_string.h"
+#include "foundation/containers/variant.h"
+#include "foundation/xml/xml_name.h"
 
 namespace kx {
 

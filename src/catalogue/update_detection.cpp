@@ -6,12 +6,12 @@
 #include "catalogue/package.h"
 #include "catalogue/path_macros.h"
 #include "catalogue/version_compare.h"
-#include "foundation/boxes.h"
-#include "foundation/exception.h"
-#include "foundation/format.h"
-#include "foundation/lock.h"
-#include "foundation/log.h"
-#include "foundation/run_state.h"
+#include "foundation/core/boxes.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/threads/lock.h"
+#include "foundation/core/log.h"
+#include "foundation/core/run_state.h"
 
 namespace kx {
 namespace {

@@ -20,8 +20,8 @@
 //      version, where all equal, or no stable version, say no.
 #pragma once
 
-#include "foundation/containers.h"
-#include "foundation/text_string.h"
+#include "foundation/containers/containers.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

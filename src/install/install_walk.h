@@ -18,7 +18,7 @@
 // place and finishes the rest.
 #pragma once
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 #include "install/install_context.h"
 
 namespace kx {

@@ -1,7 +1,7 @@
 #include "install/item_date_time.h"
 
-#include "foundation/exception.h"
-#include "foundation/format.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
 
 namespace kx {
 namespace {

@@ -2,20 +2,20 @@
 // every component is checked before it is joined, so nothing is written above
 // the target folder.
 #include "install/package_extract.h"
-#include "foundation/resource_keys.h"
+#include "foundation/resources/resource_keys.h"
 
 #include <memory>
 #include <vector>
 
-#include "foundation/date_time.h"
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/format.h"
-#include "foundation/path_text.h"
-#include "foundation/stream_helpers.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/text/date_time.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/text/format.h"
+#include "foundation/files/path_text.h"
+#include "foundation/streams/stream_helpers.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 #include "install/package_file.h"
 
 namespace kx {

@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -1,9 +1,9 @@
 // A package is a large resource library; this layer adds what the install walk
 // relies on: the root as the item tree, and the required attributes of a content.
 #include "install/package_file.h"
-#include "foundation/resource_keys.h"
+#include "foundation/resources/resource_keys.h"
 
-#include "foundation/xml_item.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

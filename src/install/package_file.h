@@ -26,8 +26,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "foundation/resource_library.h"
-#include "foundation/text_string.h"
+#include "foundation/resources/resource_library.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

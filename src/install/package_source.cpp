@@ -2,23 +2,23 @@
 // folders rather than by recursion, so that a deep source folder costs memory,
 // not stack.
 #include "install/package_source.h"
-#include "foundation/resource_keys.h"
+#include "foundation/resources/resource_keys.h"
 
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "foundation/date_time.h"
-#include "foundation/exception.h"
-#include "foundation/file_list.h"
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/format.h"
-#include "foundation/mbx_files.h"
-#include "foundation/memory_stream.h"
-#include "foundation/path_text.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/text/date_time.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_list.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/text/format.h"
+#include "foundation/xml/mbx_files.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/files/path_text.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 

@@ -17,8 +17,8 @@
 // no file throws "Source file \"{0}\" does not exist.".
 #pragma once
 
-#include "foundation/resource_library.h"
-#include "foundation/text_string.h"
+#include "foundation/resources/resource_library.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -1,11 +1,11 @@
 #include "install/path_guard.h"
 
-#include "foundation/exception.h"
-#include "foundation/format.h"
-#include "foundation/path_text.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/files/path_text.h"
 #include "foundation/platform/file_system.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 namespace {

@@ -11,7 +11,7 @@
 //   below a link that lies inside the destination.
 #pragma once
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

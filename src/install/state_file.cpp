@@ -1,8 +1,8 @@
 #include "install/state_file.h"
 
-#include "foundation/file_ops.h"
-#include "foundation/path_text.h"
-#include "foundation/xml_item.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/files/path_text.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

@@ -6,7 +6,7 @@
 // fails with the file layer's open message.
 #pragma once
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -1,11 +1,11 @@
 // The delete branch of a `file` child: uninstallation and the `delete` op. It
 // never stops the walk on a file that cannot be deleted, and it never deletes a
 // preset library.
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/format.h"
-#include "foundation/path_text.h"
-#include "foundation/run_state.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/text/format.h"
+#include "foundation/files/path_text.h"
+#include "foundation/core/run_state.h"
 #include "install/walk_steps.h"
 
 namespace kx {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 #include "install/install_context.h"
 
 namespace kx {

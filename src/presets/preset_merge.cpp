@@ -7,15 +7,15 @@
 #include <unordered_map>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/format.h"
-#include "foundation/mbx_files.h"
-#include "foundation/memory_stream.h"
-#include "foundation/path_text.h"
-#include "foundation/stream_helpers.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/text/format.h"
+#include "foundation/xml/mbx_files.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/files/path_text.h"
+#include "foundation/streams/stream_helpers.h"
+#include "foundation/xml/xml_iterator.h"
 #include "presets/preset_store.h"
 
 namespace kx {

@@ -28,9 +28,9 @@
 #include <cstdint>
 #include <unordered_set>
 
-#include "foundation/date_time.h"
-#include "foundation/text_string.h"
-#include "foundation/xml_item.h"
+#include "foundation/text/date_time.h"
+#include "foundation/text/text_string.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

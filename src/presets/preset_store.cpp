@@ -1,8 +1,8 @@
 // Names, categories, name normalisation and exchange numbering of preset stores.
 #include "presets/preset_store.h"
 
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 

@@ -17,8 +17,8 @@
 
 #include <cstdint>
 
-#include "foundation/text_string.h"
-#include "foundation/xml_name.h"
+#include "foundation/text/text_string.h"
+#include "foundation/xml/xml_name.h"
 
 namespace kx {
 

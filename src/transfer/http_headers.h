@@ -11,8 +11,8 @@
 
 #include <cstdint>
 
-#include "foundation/containers.h"
-#include "foundation/xml_item.h"
+#include "foundation/containers/containers.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

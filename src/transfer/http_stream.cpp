@@ -1,10 +1,10 @@
 #include "transfer/http_stream.h"
 
-#include "foundation/codecs.h"
-#include "foundation/exception.h"
-#include "foundation/format.h"
-#include "foundation/path_text.h"
-#include "foundation/stream_helpers.h"
+#include "foundation/text/codecs.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/files/path_text.h"
+#include "foundation/streams/stream_helpers.h"
 
 namespace kx {
 namespace {

@@ -33,10 +33,10 @@
 #include <cstdint>
 #include <memory>
 
-#include "foundation/containers.h"
-#include "foundation/memory_stream.h"
-#include "foundation/text_io.h"
-#include "foundation/variant.h"
+#include "foundation/containers/containers.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/text/text_io.h"
+#include "foundation/containers/variant.h"
 #include "transfer/http_headers.h"
 #include "transfer/socket_stream.h"
 

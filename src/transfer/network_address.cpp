@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/format.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
 #include "transfer/platform/host_names.h"
 
 namespace kx {

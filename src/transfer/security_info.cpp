@@ -5,13 +5,13 @@
 
 #include <memory>
 
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/hash_stream.h"
-#include "foundation/mbx_files.h"
-#include "foundation/memory_stream.h"
-#include "foundation/stream_helpers.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/streams/hash_stream.h"
+#include "foundation/xml/mbx_files.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/streams/stream_helpers.h"
 
 namespace kx {
 

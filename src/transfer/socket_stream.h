@@ -27,7 +27,7 @@
 
 #include <cstdint>
 
-#include "foundation/stream.h"
+#include "foundation/streams/stream.h"
 #include "transfer/network_address.h"
 #include "transfer/platform/socket.h"
 

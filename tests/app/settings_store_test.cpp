@@ -11,12 +11,12 @@
 #include "catalogue/definition_schema.h"
 #include "catalogue/plugin.h"
 #include "catalogue/settings_node.h"
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/log.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
-#include "foundation/run_state.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/core/log.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/core/run_state.h"
 #include "support/sandbox.h"
 
 namespace kx {

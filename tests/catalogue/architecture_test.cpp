@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "foundation/module.h"
+#include "foundation/core/module.h"
 
 namespace kx {
 namespace {

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx::testing {
 

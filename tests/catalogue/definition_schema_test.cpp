@@ -13,8 +13,8 @@
 #include "catalogue/plugin.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
-#include "foundation/exception.h"
-#include "foundation/mbx.h"
+#include "foundation/core/exception.h"
+#include "foundation/xml/mbx.h"
 #include "support/sandbox.h"
 
 namespace kx {

@@ -10,10 +10,10 @@
 #include "catalogue/architecture.h"
 #include "catalogue/package.h"
 #include "catalogue_fixture.h"
-#include "foundation/exception.h"
-#include "foundation/module.h"
-#include "foundation/run_state.h"
-#include "log_capture.h"
+#include "foundation/core/exception.h"
+#include "foundation/core/module.h"
+#include "foundation/core/run_state.h"
+#include "support/log_capture.h"
 #include "support/scripted_boxes.h"
 
 namespace kx {

@@ -12,7 +12,7 @@
 #include "catalogue/plugin.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
-#include "foundation/run_state.h"
+#include "foundation/core/run_state.h"
 
 namespace kx {
 namespace {

@@ -12,10 +12,10 @@
 #include "catalogue/definition_schema.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/log.h"
-#include "foundation/run_state.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/core/log.h"
+#include "foundation/core/run_state.h"
 #include "support/sandbox.h"
 
 namespace kx {

@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "catalogue_fixture.h"
-#include "foundation/data_paths.h"
-#include "foundation/exception.h"
-#include "foundation/log.h"
-#include "foundation/run_state.h"
-#include "foundation/xml_item.h"
+#include "foundation/files/data_paths.h"
+#include "foundation/core/exception.h"
+#include "foundation/core/log.h"
+#include "foundation/core/run_state.h"
+#include "foundation/xml/xml_item.h"
 #include "support/sandbox.h"
 #include "support/scripted_boxes.h"
 

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "catalogue_fixture.h"
-#include "foundation/exception.h"
-#include "foundation/log.h"
-#include "foundation/xml_item.h"
+#include "foundation/core/exception.h"
+#include "foundation/core/log.h"
+#include "foundation/xml/xml_item.h"
 #include "support/sandbox.h"
 
 namespace kx {

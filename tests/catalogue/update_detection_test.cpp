@@ -17,9 +17,9 @@
 #include "catalogue/package.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
-#include "foundation/lock.h"
-#include "foundation/run_state.h"
-#include "log_capture.h"
+#include "foundation/threads/lock.h"
+#include "foundation/core/run_state.h"
+#include "support/log_capture.h"
 #include "support/scripted_boxes.h"
 
 namespace kx {

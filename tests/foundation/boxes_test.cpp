@@ -1,12 +1,12 @@
 // The boxes' plain-text form and the console host's answers.
-#include "foundation/boxes.h"
+#include "foundation/core/boxes.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
 
-#include "foundation/console_box_host.h"
+#include "foundation/core/console_box_host.h"
 #include "support/scripted_boxes.h"
 
 namespace kx {

@@ -1,4 +1,4 @@
-#include "foundation/char_folding.h"
+#include "foundation/text/char_folding.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 namespace {

@@ -1,4 +1,4 @@
-#include "foundation/codecs.h"
+#include "foundation/text/codecs.h"
 
 #include <gtest/gtest.h>
 #include <iconv.h>
@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "foundation/char_folding.h"
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/text_io.h"
+#include "foundation/text/char_folding.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/text/text_io.h"
 
 namespace kx {
 namespace {

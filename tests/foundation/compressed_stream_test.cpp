@@ -1,7 +1,7 @@
 // MZLIBStream and MBZIP2Stream against the real libraries and the real bzip2
 // command: both directions, the byte filter, rewinding, and damaged input.
-#include "foundation/bzip2_stream.h"
-#include "foundation/zlib_stream.h"
+#include "foundation/compression/bzip2_stream.h"
+#include "foundation/compression/zlib_stream.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -14,9 +14,9 @@
 #include <random>
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/stream_helpers.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/streams/stream_helpers.h"
 #include "support/failure_capture.h"
 #include "support/sandbox.h"
 

@@ -1,4 +1,4 @@
-#include "foundation/containers.h"
+#include "foundation/containers/containers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "foundation/data_paths.h"
+#include "foundation/files/data_paths.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 #include "support/sandbox.h"
 
 namespace kx {

@@ -1,8 +1,8 @@
-#include "foundation/date_time.h"
+#include "foundation/text/date_time.h"
 
 #include <gtest/gtest.h>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 namespace {

@@ -1,6 +1,6 @@
 // MEvent and the pending lists: delivery order, the bounded drain, guards per
 // listener, cancellation, and posting from several threads at once.
-#include "foundation/event.h"
+#include "foundation/threads/event.h"
 
 #include <gtest/gtest.h>
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <thread>
 
-#include "file_test_support.h"
-#include "foundation/file_ops.h"
+#include "support/file_test_support.h"
+#include "foundation/files/file_ops.h"
 
 namespace kx {
 namespace {

@@ -1,5 +1,5 @@
 // Directory listings on real folders.
-#include "foundation/file_list.h"
+#include "foundation/files/file_list.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "file_test_support.h"
-#include "foundation/file_ops.h"
+#include "support/file_test_support.h"
+#include "foundation/files/file_ops.h"
 
 namespace kx {
 namespace {

@@ -1,13 +1,13 @@
-#include "foundation/file_ops.h"
+#include "foundation/files/file_ops.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "file_test_support.h"
-#include "foundation/file_time.h"
-#include "foundation/memory_stream.h"
+#include "support/file_test_support.h"
+#include "foundation/files/file_time.h"
+#include "foundation/streams/memory_stream.h"
 #include "foundation/platform/file_system.h"
 
 namespace kx {

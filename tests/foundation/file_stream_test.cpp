@@ -1,4 +1,4 @@
-#include "foundation/file_stream.h"
+#include "foundation/streams/file_stream.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <functional>
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/log.h"
+#include "foundation/core/exception.h"
+#include "foundation/core/log.h"
 #include "support/failure_capture.h"
 #include "support/sandbox.h"
 

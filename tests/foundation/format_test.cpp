@@ -1,4 +1,4 @@
-#include "foundation/format.h"
+#include "foundation/text/format.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 namespace {

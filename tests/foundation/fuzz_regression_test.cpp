@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
 #include "support/sandbox.h"
 
 namespace kx {

@@ -1,4 +1,4 @@
-#include "foundation/hash_stream.h"
+#include "foundation/streams/hash_stream.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <random>
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
 #include "support/sandbox.h"
 
 namespace kx {

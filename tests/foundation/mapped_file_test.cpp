@@ -1,4 +1,4 @@
-#include "foundation/mapped_file.h"
+#include "foundation/files/mapped_file.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "file_test_support.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {

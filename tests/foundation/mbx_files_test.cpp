@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <string>
 
-#include "file_test_support.h"
-#include "foundation/base64.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
+#include "support/file_test_support.h"
+#include "foundation/text/base64.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
 #include "tree_test_support.h"
 
 namespace kx {

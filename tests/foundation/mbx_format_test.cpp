@@ -5,9 +5,9 @@
 #include <set>
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
 #include "tree_test_support.h"
 
 namespace kx {

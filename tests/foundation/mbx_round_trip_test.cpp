@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
-#include "foundation/zlib_stream.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/compression/zlib_stream.h"
 #include "tree_test_support.h"
 
 namespace kx {

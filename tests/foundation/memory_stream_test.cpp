@@ -1,4 +1,4 @@
-#include "foundation/memory_stream.h"
+#include "foundation/streams/memory_stream.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 namespace {

@@ -1,7 +1,7 @@
 // MModule against the real process: where the test executable lies, the mrf
 // beside it, what construction starts and teardown stops; the instruction-set
 // facts from raw processor answers and their report text byte for byte.
-#include "foundation/module.h"
+#include "foundation/core/module.h"
 
 #include <gtest/gtest.h>
 
@@ -11,12 +11,12 @@
 #include <fstream>
 #include <thread>
 
-#include "foundation/global_lock.h"
-#include "foundation/memory_stream.h"
-#include "foundation/path_text.h"
-#include "foundation/resource_compiled_in.h"
-#include "foundation/resource_small_writer.h"
-#include "foundation/task.h"
+#include "foundation/threads/global_lock.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/files/path_text.h"
+#include "foundation/resources/resource_compiled_in.h"
+#include "foundation/resources/resource_small_writer.h"
+#include "foundation/threads/task.h"
 
 namespace kx {
 namespace {

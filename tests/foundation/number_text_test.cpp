@@ -1,4 +1,4 @@
-#include "foundation/number_text.h"
+#include "foundation/text/number_text.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <limits>
 #include <string>
 
-#include "foundation/big_integer.h"
-#include "foundation/exception.h"
+#include "foundation/containers/big_integer.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 namespace {

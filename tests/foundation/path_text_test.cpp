@@ -1,4 +1,4 @@
-#include "foundation/path_text.h"
+#include "foundation/files/path_text.h"
 
 #include <gtest/gtest.h>
 

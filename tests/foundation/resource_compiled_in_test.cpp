@@ -1,12 +1,12 @@
 // What is compiled in: the registered block attached in place, else the `mrf`
 // file beside the program; the named pairs and the flat block.
-#include "foundation/resource_compiled_in.h"
+#include "foundation/resources/resource_compiled_in.h"
 
 #include <gtest/gtest.h>
 
-#include "foundation/memory_stream.h"
-#include "foundation/resource_small_writer.h"
-#include "foundation/resource_test_support.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/resources/resource_small_writer.h"
+#include "support/resource_test_support.h"
 
 namespace kx {
 namespace {

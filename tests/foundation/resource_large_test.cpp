@@ -2,12 +2,12 @@
 
 #include <cstring>
 
-#include "foundation/file_stream.h"
-#include "foundation/hash_stream.h"
-#include "foundation/mbx_writer.h"
-#include "foundation/memory_stream.h"
-#include "foundation/task_group.h"
-#include "foundation/resource_test_support.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/streams/hash_stream.h"
+#include "foundation/xml/mbx_writer.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/threads/task_group.h"
+#include "support/resource_test_support.h"
 
 namespace kx {
 namespace {

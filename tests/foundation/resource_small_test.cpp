@@ -4,10 +4,10 @@
 
 #include <cstring>
 
-#include "foundation/file_stream.h"
-#include "foundation/memory_stream.h"
-#include "foundation/resource_small_writer.h"
-#include "foundation/resource_test_support.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/resources/resource_small_writer.h"
+#include "support/resource_test_support.h"
 
 namespace kx {
 namespace {

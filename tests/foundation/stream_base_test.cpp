@@ -1,6 +1,6 @@
 // The base-class behaviour of MStream: messages of services not offered, the
 // byte-wise ReadLine, the forward-only Seek, line writing and the helpers.
-#include "foundation/stream.h"
+#include "foundation/streams/stream.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
 
 namespace kx {
 namespace {

@@ -1,5 +1,5 @@
 // Copying, comparing, base64, windows and block transforms over streams.
-#include "foundation/stream_helpers.h"
+#include "foundation/streams/stream_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "foundation/base64.h"
-#include "foundation/buffering_stream.h"
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/size_stream.h"
+#include "foundation/text/base64.h"
+#include "foundation/streams/buffering_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/streams/size_stream.h"
 #include "support/failure_capture.h"
 
 namespace kx {

@@ -1,4 +1,4 @@
-#include "foundation/task_group.h"
+#include "foundation/threads/task_group.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "foundation/text_io.h"
+#include "foundation/text/text_io.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "foundation/codecs.h"
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
+#include "foundation/text/codecs.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
 
 namespace kx {
 namespace {

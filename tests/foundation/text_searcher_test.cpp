@@ -1,4 +1,4 @@
-#include "foundation/text_searcher.h"
+#include "foundation/text/text_searcher.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 namespace {

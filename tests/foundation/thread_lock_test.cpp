@@ -6,10 +6,10 @@
 #include <thread>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/global_lock.h"
-#include "foundation/lock.h"
-#include "foundation/semaphore.h"
+#include "foundation/core/exception.h"
+#include "foundation/threads/global_lock.h"
+#include "foundation/threads/lock.h"
+#include "foundation/threads/semaphore.h"
 
 namespace kx {
 namespace {

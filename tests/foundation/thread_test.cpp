@@ -1,4 +1,4 @@
-#include "foundation/thread.h"
+#include "foundation/threads/thread.h"
 
 #include <gtest/gtest.h>
 

@@ -6,9 +6,9 @@
 
 #include <string>
 
-#include "foundation/memory_stream.h"
-#include "foundation/variant.h"
-#include "foundation/xml_item.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/containers/variant.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

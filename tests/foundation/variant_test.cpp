@@ -1,4 +1,4 @@
-#include "foundation/variant.h"
+#include "foundation/containers/variant.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
 
 namespace kx {
 namespace {

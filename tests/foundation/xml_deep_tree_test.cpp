@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 #include "xml_test_support.h"
 
 namespace kx {

@@ -1,4 +1,4 @@
-#include "foundation/xml_item.h"
+#include "foundation/xml/xml_item.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_iterator.h"
 #include "xml_test_support.h"
 
 namespace kx {

@@ -1,13 +1,13 @@
-#include "foundation/xml_parser.h"
+#include "foundation/xml/xml_parser.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
 #include "xml_test_support.h"
 
 namespace kx {

@@ -1,11 +1,11 @@
-#include "foundation/xml_pool.h"
+#include "foundation/xml/xml_pool.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 #include <vector>
 
-#include "foundation/xml_item.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 namespace {

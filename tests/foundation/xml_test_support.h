@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
 
 namespace kx {
 

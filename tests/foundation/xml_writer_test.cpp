@@ -1,13 +1,13 @@
-#include "foundation/xml_writer.h"
+#include "foundation/xml/xml_writer.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <string>
 
-#include "foundation/exception.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
+#include "foundation/core/exception.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
 #include "xml_test_support.h"
 
 namespace kx {

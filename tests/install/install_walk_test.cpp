@@ -8,8 +8,8 @@
 #include <fstream>
 #include <string>
 
-#include "foundation/file_ops.h"
-#include "foundation/run_state.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/core/run_state.h"
 #include "install/item_date_time.h"
 #include "install/state_file.h"
 #include "install/walk_fixture.h"

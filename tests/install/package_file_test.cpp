@@ -13,13 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/hash_stream.h"
-#include "foundation/memory_stream.h"
-#include "foundation/resource_test_support.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "foundation/streams/hash_stream.h"
+#include "foundation/streams/memory_stream.h"
+#include "support/resource_test_support.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 #include "install/package_extract.h"
 #include "install/package_source.h"
 

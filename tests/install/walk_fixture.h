@@ -11,13 +11,13 @@
 #include <memory>
 #include <string>
 
-#include "foundation/data_paths.h"
-#include "foundation/file_ops.h"
-#include "foundation/file_stream.h"
-#include "foundation/file_test_support.h"
-#include "foundation/log.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
+#include "foundation/files/data_paths.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/streams/file_stream.h"
+#include "support/file_test_support.h"
+#include "foundation/core/log.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
 #include "install/install_walk.h"
 #include "install/package_file.h"
 #include "presets/preset_merge.h"

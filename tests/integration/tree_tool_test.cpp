@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "foundation/base64.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
-#include "foundation/path_text.h"
+#include "foundation/text/base64.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/files/path_text.h"
 #include "tool_process.h"
 
 namespace kx {

@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "foundation/file_ops.h"
-#include "foundation/file_test_support.h"
-#include "foundation/mbx_files.h"
-#include "foundation/memory_stream.h"
-#include "foundation/xml_item.h"
-#include "foundation/xml_iterator.h"
+#include "foundation/files/file_ops.h"
+#include "support/file_test_support.h"
+#include "foundation/xml/mbx_files.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 #include "presets/preset_store.h"
 
 namespace kx {

@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 

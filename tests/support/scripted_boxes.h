@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/boxes.h"
+#include "foundation/core/boxes.h"
 
 namespace kx {
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/file_test_support.h"
-#include "foundation/memory_stream.h"
+#include "foundation/core/exception.h"
+#include "support/file_test_support.h"
+#include "foundation/streams/memory_stream.h"
 
 namespace kx {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "foundation/exception.h"
-#include "foundation/text_string.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/text_string.h"
 #include "transfer/http_stream.h"
 
 namespace kx::testing {

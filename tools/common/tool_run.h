@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "foundation/exception.h"
+#include "foundation/core/exception.h"
 
 namespace kx {
 

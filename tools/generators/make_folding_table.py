@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes src/foundation/char_folding_table.inc: the accent-folding table.
+"""Writes src/foundation/text/char_folding_table.inc: the accent-folding table.
 
 Each pair takes an accented letter of the Latin blocks (a UTF-16 unit above 191)
 to its plain ASCII letter, keeping its case. A letter qualifies when

@@ -15,12 +15,12 @@
 #include <vector>
 
 #include "common/tool_run.h"
-#include "foundation/boxes.h"
-#include "foundation/exception.h"
-#include "foundation/format.h"
-#include "foundation/log.h"
-#include "foundation/path_text.h"
-#include "foundation/xml_item.h"
+#include "foundation/core/boxes.h"
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/core/log.h"
+#include "foundation/files/path_text.h"
+#include "foundation/xml/xml_item.h"
 #include "install/install_walk.h"
 #include "install/package_file.h"
 #include "install/state_file.h"

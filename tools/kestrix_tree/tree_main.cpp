@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "common/tool_run.h"
-#include "foundation/exception.h"
-#include "foundation/file_ops.h"
-#include "foundation/mbx.h"
-#include "foundation/memory_stream.h"
-#include "foundation/path_text.h"
+#include "foundation/core/exception.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/xml/mbx.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/files/path_text.h"
 
 namespace kx {
 namespace {

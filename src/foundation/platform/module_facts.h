@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "foundation/date_time.h"
-#include "foundation/text_string.h"
+#include "foundation/text/date_time.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

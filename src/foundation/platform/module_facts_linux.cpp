@@ -10,7 +10,7 @@
 #include <xmmintrin.h>
 #endif
 
-#include "foundation/path_text.h"
+#include "foundation/files/path_text.h"
 
 namespace kx {
 

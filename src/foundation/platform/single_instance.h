@@ -7,7 +7,7 @@
 // or when the process ends, however it ends.
 #pragma once
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

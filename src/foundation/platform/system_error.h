@@ -6,7 +6,7 @@
 // the last-error state.
 #pragma once
 
-#include "foundation/text_string.h"
+#include "foundation/text/text_string.h"
 
 namespace kx {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/path_text.h"
+#include "foundation/files/path_text.h"
 
 namespace kx {
 namespace {

@@ -1,0 +1,37 @@
+#include "foundation/core/log.h"
+
+#include "foundation/streams/file_stream.h"
+
+namespace kx {
+namespace {
+// Made closed on first use and never destroyed, so that lines written from static
+// initialisers and destructors find a valid log; every line is flushed anyway.
+MFileStream& LogStream() {
+  static MFileStream* stream = new MFileStream;
+  return *stream;
+}
+}  // namespace
+
+void MLog::Open(const MString& path) { LogStream().Open(path, MFileStream::kModeCreate); }
+
+void MLog::Close() {
+  try {
+    LogStream().Close();
+  } catch (...) {
+    // The log's own failures never stop the program.
+  }
+}
+
+bool MLog::IsOpen() { return LogStream().IsOpen(); }
+
+void MLog::Line(const MString& text) noexcept {
+  MFileStream& stream = LogStream();
+  if (!stream.IsOpen()) return;
+  try {
+    stream.WriteLine(text, false);
+    stream.Flush();
+  } catch (...) {
+  }
+}
+
+}  // namespace kx

@@ -1,0 +1,194 @@
+#include "foundation/streams/stream.h"
+
+#include <algorithm>
+#include <string>
+
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+#include "foundation/text/number_text.h"
+
+namespace kx {
+
+MStream::~MStream() noexcept(false) = default;
+
+void MStream::NotImplemented(const char* service) {
+  throw MException(MFormat("Service \"{0}\" is not implemented.").Add(service), kErrorNotImplemented);
+}
+
+void MStream::CheckSeekOrigin(int origin) {
+  if (origin < kSeekBegin || origin > kSeekEnd) {
+    throw MException(MString("Invalid seek origin."), kErrorInvalidArgument);
+  }
+}
+
+MStream* MStream::GetSubstream() { NotImplemented("return substream"); }
+
+void MStream::Write(const void*, int64_t) { NotImplemented("write to stream"); }
+
+void MStream::WriteFill(int64_t count) {
+  // Only the count matters to callers (padding, reserved space); zero bytes keep
+  // the output reproducible.
+  char block[1024] = {};
+  while (count > 0) {
+    int64_t piece = std::min<int64_t>(count, sizeof(block));
+    Write(block, piece);
+    count -= piece;
+  }
+}
+
+int64_t MStream::Read(void*, int64_t) { NotImplemented("read from stream"); }
+
+int MStream::ReadLine(char* buffer, int64_t size) {
+  if (size < 2) {
+    if (size == 1) buffer[0] = 0;
+    return kLineFull;
+  }
+  int64_t stored = 0;
+  bool anyByte = false;
+  while (stored < size - 1) {
+    char byte;
+    if (Read(&byte, 1) != 1) {
+      buffer[stored] = 0;
+      return anyByte ? kLineRead : kLineEnd;
+    }
+    anyByte = true;
+    if (byte == '\r') continue;
+    if (byte == '\n' || byte == 0) {
+      buffer[stored] = 0;
+      return kLineRead;
+    }
+    buffer[stored++] = byte;
+  }
+  buffer[stored] = 0;
+  return kLineFull;
+}
+
+namespace {
+// The bytes WriteString puts out: an external 8-bit string as it is, else UTF-8.
+std::string StreamBytes(const MString& text) {
+  if (const char* bytes = text.ExternalBytes()) return std::string(bytes, text.Length());
+  return text.ToUTF8String();
+}
+}  // namespace
+
+void MStream::WriteString(const MString& text) {
+  if (const char* bytes = text.ExternalBytes()) {
+    Write(bytes, text.Length());
+    return;
+  }
+  MByteBuffer utf8;
+  text.ToUTF8(utf8);
+  Write(utf8.Data(), utf8.Size());
+}
+
+void MStream::WriteLine(const MString& text, bool unixStyle) {
+  // One Write per line, so that lines of two threads on one file (the log)
+  // interleave only as whole lines.
+  std::string line = StreamBytes(text);
+  line += unixStyle ? "\n" : "\r\n";
+  Write(line.data(), static_cast<int64_t>(line.size()));
+}
+
+int64_t MStream::Seek(int64_t offset, int origin) {
+  CheckSeekOrigin(origin);
+  int64_t position = GetPosition();
+  int64_t target = offset;
+  if (origin == kSeekCurrent) target = position + offset;
+  if (origin == kSeekEnd) target = GetSize() + offset;
+  if (target < position) NotImplemented("backward seek in a stream");
+  char discard[4096];
+  int64_t remaining = target - position;
+  while (remaining > 0) {
+    int64_t got = Read(discard, std::min<int64_t>(remaining, sizeof(discard)));
+    if (got <= 0) break;
+    remaining -= got;
+    position += got;
+  }
+  return position;
+}
+
+int64_t MStream::GetPosition() { NotImplemented("get stream position"); }
+void MStream::Flush() { NotImplemented("flush stream"); }
+bool MStream::IsEnd() { NotImplemented("end of stream test"); }
+void MStream::Truncate() { NotImplemented("truncate stream"); }
+int64_t MStream::GetSize() { NotImplemented("stream size detection"); }
+bool MStream::IsOpen() { return true; }
+
+// --- helpers
+
+void MStream::ReadExact(void* data, int64_t size) {
+  if (Read(data, size) < size) {
+    throw MException(MString("Could not read the required data from stream."), kErrorIO);
+  }
+}
+
+void MStream::ReadLineString(MString& line) {
+  // Collect the bytes first: a UTF-8 sequence may straddle two buffer fills.
+  std::string bytes;
+  char buffer[1024];
+  for (;;) {
+    int result = ReadLine(buffer, sizeof(buffer));
+    if (result == kLineEnd && bytes.empty()) {
+      throw MException(MString("Could not load a line from stream."));
+    }
+    bytes += buffer;
+    if (result != kLineFull) break;
+  }
+  line = MString::FromUTF8(bytes);
+}
+
+int64_t MStream::ReadLines(MString& text, int64_t count) {
+  text.Clear();
+  int64_t lines = 0;
+  std::string bytes;
+  char buffer[1024];
+  while (lines < count) {
+    bytes.clear();
+    int result;
+    do {
+      result = ReadLine(buffer, sizeof(buffer));
+      bytes += buffer;
+    } while (result == kLineFull);
+    if (result == kLineEnd && bytes.empty()) break;
+    if (lines > 0) text.Append('\n');
+    text.Append(MString::FromUTF8(bytes));
+    ++lines;
+  }
+  return lines;
+}
+
+void MStream::WriteHex(const void* data, int64_t size) {
+  static const char kDigits[] = "0123456789ABCDEF";
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  char text[256];
+  while (size > 0) {
+    int64_t block = std::min<int64_t>(size, 128);
+    for (int64_t i = 0; i < block; ++i) {
+      text[2 * i] = kDigits[bytes[i] >> 4];
+      text[2 * i + 1] = kDigits[bytes[i] & 15];
+    }
+    Write(text, 2 * block);
+    bytes += block;
+    size -= block;
+  }
+}
+
+int64_t MStream::ReadHex(void* data, int64_t size) {
+  auto* bytes = static_cast<unsigned char*>(data);
+  char text[256];
+  int64_t decoded = 0;
+  while (decoded < size) {
+    int64_t want = std::min<int64_t>(size - decoded, 128);
+    int64_t got = Read(text, 2 * want) / 2;
+    for (int64_t i = 0; i < got; ++i) {
+      bytes[decoded + i] = static_cast<unsigned char>(
+          HexDigitValue(static_cast<unsigned char>(text[2 * i])) * 16 +
+          HexDigitValue(static_cast<unsigned char>(text[2 * i + 1])));
+    }
+    decoded += got;
+    if (got < want) break;
+  }
+  return decoded;
+}
+
+}  // namespace kx

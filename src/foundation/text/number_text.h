@@ -1,0 +1,22 @@
+// Number formatting and digit decoding shared by MFormat and the parsers.
+#pragma once
+
+#include <cstdint>
+
+#include "foundation/text/text_string.h"
+
+namespace kx {
+
+// Digits from "0123456789ABCDEF", padded on the left with padUnit to width; a minus
+// sign goes in front of the padding and is not counted in width. Zero prints "0".
+MString FormatInt(int64_t value, int base = 10, int width = 0, MChar padUnit = ' ');
+MString FormatUnsigned(uint64_t value, int base = 10, int width = 0, MChar padUnit = ' ');
+
+// decimals 0: rounded integer; 1..9: "%.0Nf" with |value| < 1e-6 printed as zero;
+// 10 and above: "%.0NNg".
+MString FormatReal(double value, int decimals);
+
+// 0-9, A-F, a-f; anything else throws "Invalid character to be converted to a number.".
+int HexDigitValue(MChar unit);
+
+}  // namespace kx

@@ -1,0 +1,82 @@
+// MMBXReader: the command loop of the MBX form over a block of memory (the part
+// of a stream after its magic; see mbx_writer.h for the commands and values).
+//
+// The loop is iterative: items are linked as they open and '/' returns to the
+// parent, so a tree of any depth loads. Failures (MException):
+//   "Incorrect MBX ending."          '/' while the root is current
+//   "Unexpected MBX end."            '~' while an item below the root is current,
+//                                    or the block ends before the root's '~'
+//   "Incorrect MBX command identifier."  an unknown command byte, or 'A', 'V',
+//                                    '/' before the root's 'X'
+//   "Invalid buffer GetStringLength call."  a name or 's' string starts outside
+//                                    the block
+//   "Not a terminated string for GetStringLength."  no zero byte before the end
+//   "Data range not available."      a payload (or a fixed-size number, type byte
+//                                    or length) runs past the end of the block
+//   "Unknown variant type."          a type byte outside the table, '!' included
+// Whatever was built before a failure stays in the tree.
+//
+// MXMLItem::ReadMBX (defined beside the reader) clears the tree, name included,
+// checks the magic ("Not an MBX file.") and runs the loop over the rest of the
+// stream: a memory stream where it lies, any other copied into memory first.
+// Either way the stream is left at its end. ReadMBXAuto tries the stream as a
+// zlib stream first and, on any failure, reads it plain from the same place.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "foundation/containers/variant.h"
+#include "foundation/xml/xml_name.h"
+
+namespace kx {
+
+class MXMLItem;
+
+class MMBXReader {
+ public:
+  // Refers to the block, which must outlive the reader.
+  MMBXReader(const void* data, int64_t size);
+
+  // Runs the commands from the start of the block into `root`, which the first
+  // 'X' names; reading ends at the root's '~', whatever follows it.
+  void ReadTree(MXMLItem& root);
+  // One value (type byte and payload) at the current place.
+  void ReadValue(MVariant& value);
+
+ private:
+  // Length of the zero-terminated string at the current place (checked).
+  int64_t StringLength() const;
+  // Throws "Data range not available." unless `size` bytes lie ahead.
+  void Need(int64_t size) const;
+  template <typename Number>
+  Number ReadNumber() {
+    Need(sizeof(Number));
+    Number number;
+    std::memcpy(&number, data_ + position_, sizeof(Number));
+    position_ += sizeof(Number);
+    return number;
+  }
+  MString ReadItemName();
+  // The attribute name at the current place; files repeat a few names over and
+  // over, so recent ones are kept with their hash and reused.
+  const MXMLName& ReadAttributeName();
+
+  struct KnownName {
+    int64_t offset = 0;  // where its bytes stand in the block
+    int64_t length = -1;
+    uint64_t head = 0;  // its first eight bytes (fewer: zero-padded)
+    MXMLName name;
+  };
+  static constexpr int kKnownNames = 16;
+
+  const unsigned char* data_;
+  int64_t size_;
+  int64_t position_ = 0;
+  KnownName known_[kKnownNames];
+  int knownCount_ = 0;  // slots in use
+  int nextKnown_ = 0;   // the slot a new name takes
+  int lastKnown_ = -1;  // the slot found last
+};
+
+}  // namespace kx

@@ -1,0 +1,49 @@
+#include "foundation/xml/xml_builder.h"
+
+#include "foundation/core/exception.h"
+#include "foundation/text/format.h"
+
+namespace kx {
+
+bool MXMLItemBuilder::OnElement(const MString& name, const MXMLParsedAttributes* attributes, bool closing) {
+  if (closing) {
+    if (!current_ || !current_->name.EqualsNoCase(name))
+      throw MException("Invalid file contents. Invalid closing element name.", kErrorIO);
+    current_ = current_->parent;
+    return current_ == nullptr;
+  }
+  MXMLItem* item;
+  if (!started_) {
+    started_ = true;
+    item = &root_;
+    item->name = name;
+  } else if (current_) {
+    item = &current_->AddSubItem(name);
+  } else {
+    // Unreachable through the parser, which stops at the root's end tag.
+    return true;
+  }
+  if (attributes)
+    for (const MXMLParsedAttribute& attribute : *attributes)
+      item->AppendAttribute(MXMLName(attribute.name), MVariant(attribute.value));
+  current_ = item;
+  return false;
+}
+
+bool MXMLItemBuilder::OnText(const MString& text) {
+  MString trimmed = text;
+  trimmed.Trim();
+  if (trimmed.IsEmpty()) return false;
+  if (!current_) throw MException(MFormat("Text outside of any element. '{0}'").Add(trimmed.Left(32)), kErrorIO);
+  if (current_->value.IsEmpty()) {
+    current_->value.SetString(trimmed);
+  } else {
+    MString joined = current_->value.AsString();
+    joined.Append(u' ');
+    joined.Append(trimmed);
+    current_->value.SetString(joined);
+  }
+  return false;
+}
+
+}  // namespace kx

@@ -1,0 +1,101 @@
+// MXMLParser: the small line-fed, event-driven reader of text XML. It is not a
+// conforming XML processor: it reads what the system's files hold and tolerates
+// some more (unquoted attribute values, single quotes as plain characters).
+//
+// Input comes one line at a time through MTextReader (codec "utf-8", 1024-byte
+// buffer); a line end counts as a blank. A processing instruction's `encoding`
+// switches the codec from the following line on. Events go to an MXMLHandler:
+//   OnText(text)                         text between markups, blanks collapsed,
+//                                        entities decoded; CDATA content trimmed
+//   OnElement(name, attributes, false)   a start tag (attributes in order)
+//   OnElement(name, nullptr, true)       an end tag, or at once after `/>`
+// A handler returning true stops the parse. Comments, DOCTYPE and other `<!`
+// sections are skipped.
+//
+// Failures are MException code 256 with "Invalid file contents. " before the
+// message: "Invalid closing element syntax. '{0}'", "No element name found.
+// '{0}'", "Invalid special element sequence. '{0}'", "Invalid character found
+// where attribute was expected. '{0}'", "Invalid element finishing sequence.
+// '{0}'", "Special character found where attribute was expected. '{0}'",
+// "No ending delimiter found.".
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "foundation/text/codecs.h"
+#include "foundation/containers/containers.h"
+#include "foundation/text/text_io.h"
+#include "foundation/text/text_string.h"
+
+namespace kx {
+
+class MStream;
+
+struct MXMLParsedAttribute {
+  MString name;
+  MString value;
+};
+using MXMLParsedAttributes = MArray<MXMLParsedAttribute>;
+
+class MXMLHandler {
+ public:
+  virtual ~MXMLHandler() = default;
+  // `attributes` is null for a closing event. True stops the parse.
+  virtual bool OnElement(const MString& name, const MXMLParsedAttributes* attributes, bool closing) = 0;
+  virtual bool OnText(const MString& text) = 0;
+};
+
+class MXMLParser {
+ public:
+  static constexpr int32_t kReaderBufferSize = 1024;
+  static constexpr int32_t kErrorCode = 256;
+
+  explicit MXMLParser(MStream& stream);
+  MXMLParser(const MXMLParser&) = delete;
+  MXMLParser& operator=(const MXMLParser&) = delete;
+
+  // Runs to the end of input or until the handler stops it. True when the
+  // parse completed (at the end of input or by the handler).
+  bool Parse(MXMLHandler& handler);
+
+ private:
+  static constexpr int kEnd = -1;
+
+  int Peek() {
+    if (position_ < length_) return units_[position_];
+    if (position_ == length_) return '\n';  // the line end, a blank
+    return LoadLine();
+  }
+  void Advance() { ++position_; }
+  int LoadLine();
+
+  void SkipBlanks();
+  MString ReadToken();
+  int NextSpecial();
+  MString CurrentUnit();
+  // The special unit a check met, or the unit under the cursor when it met none.
+  MString FoundUnit(int special);
+  MString ReadQuoted(MChar delimiter);
+  MString ReadUntil(const char* delimiter);
+  void SkipDeclaration();
+  // Text up to the next '<' (consumed); false at the end of input.
+  bool ReadText(MString& text);
+  // The markup after '<'; true when the handler stopped the parse.
+  bool ReadMarkup(MXMLHandler& handler);
+  bool ReadSection(MXMLHandler& handler);
+  bool ReadElement(MXMLHandler& handler);
+  [[noreturn]] void Fail(const MString& message);
+
+  MCodec* codec_;
+  MTextReader reader_;
+  MString line_;
+  const MChar* units_ = nullptr;
+  int32_t length_ = -1;
+  int32_t position_ = 0;
+  bool ended_ = false;
+  std::u16string scratch_;
+  MXMLParsedAttributes attributes_;
+};
+
+}  // namespace kx
