@@ -21,6 +21,27 @@ void AppendEscaped(MString& out, MChar unit) {
   out.Append(static_cast<MChar>(kDigits[byte & 15]));
 }
 
+bool IsDigit(MChar unit) {
+  return unit >= '0' && unit <= '9';
+}
+
+// The leading decimal digits of `text` from `from` on: their count, and in `value`
+// the number they make; false when that passes `limit` (no wrapping to a small one).
+bool ParseDigits(const MString& text, int32_t from, int64_t limit, int64_t& value,
+                 int32_t& digits) {
+  value = 0;
+  for (digits = 0; from + digits < text.Length() && IsDigit(text[from + digits]); ++digits) {
+    int64_t digit = text[from + digits] - '0';
+    if (value > (limit - digit) / 10) return false;
+    value = value * 10 + digit;
+  }
+  return true;
+}
+
+bool HoldsLineBreak(const MString& text) {
+  return text.FindChar('\n') >= 0 || text.FindChar('\r') >= 0;
+}
+
 bool IsAlphanumeric(MChar unit) {
   return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') ||
          (unit >= '0' && unit <= '9');
@@ -60,7 +81,16 @@ void MHTTPStream::SplitURL(const MString& url, MString& host, MString& path, uin
   port = kDefaultPort;
   int32_t colon = host.FindChar(':');
   if (colon >= 0) {
-    int32_t number = host.Mid(colon + 1).ToInt();
+    // Digits, as many as there are: none or 0 is the default port. A port past
+    // 65535, or a negative one, would wrap onto another port, so it is refused.
+    int32_t from = colon + 1;
+    bool negative = from < host.Length() && host[from] == '-';
+    int64_t number = 0;
+    int32_t digits = 0;
+    if (!ParseDigits(host, from + (negative ? 1 : 0), 65535, number, digits) ||
+        (negative && number != 0)) {
+      throw MException(MFormat("Invalid port in URL \"{0}\".").Add(url), kErrorHTTP);
+    }
     host = host.Left(colon);
     if (number != 0) port = static_cast<uint16_t>(number);
   }
@@ -145,6 +175,16 @@ void MHTTPStream::OpenPost(const MString& host, const MString& path,
   }
 }
 
+void MHTTPStream::AddHeader(const MString& name, const MString& value) {
+  // A line break would end the header line early and start one of the caller's
+  // making (or the server's, when the text came from outside).
+  if (HoldsLineBreak(name) || HoldsLineBreak(value)) {
+    throw MException(MFormat("Line break in HTTP request header \"{0}\".").Add(name),
+                     kErrorInvalidArgument);
+  }
+  requestHeaders_.Add(name, value);
+}
+
 // ---------------------------------------------------------------- the exchange
 
 void MHTTPStream::WriteRequest() {
@@ -171,10 +211,14 @@ void MHTTPStream::WriteRequest() {
   writer.Write("\n");
 }
 
+// A line past the caps of the header reads as a failed read: the reader was cut off.
+bool MHTTPStream::ReadHeaderLine(MString& line) {
+  return reader_->ReadLine(line) && !headerSource_->Exceeded();
+}
+
 void MHTTPStream::ReadReplyHeader() {
-  MTextReader& reader = *reader_;
   MString line;
-  if (!reader.ReadLine(line)) ThrowProtocol("Invalid HTTP reply header.");
+  if (!ReadHeaderLine(line)) ThrowProtocol("Invalid HTTP reply header.");
   int32_t blank = line.FindChar(' ');
   if (blank < 0) ThrowProtocol("Invalid HTTP reply header line.");
   // The version before the blank is not looked at: 1.0 and 1.1 replies read alike.
@@ -185,7 +229,7 @@ void MHTTPStream::ReadReplyHeader() {
   contentLength_ = 0;
   replyHeaders_.Clear();
   for (;;) {
-    if (!reader.ReadLine(line)) ThrowProtocol("MHTTPStream reading HTTP reply header.");
+    if (!ReadHeaderLine(line)) ThrowProtocol("MHTTPStream reading HTTP reply header.");
     if (line.IsEmpty()) break;
     int32_t colon = line.FindChar(':');
     if (colon < 0) ThrowProtocol("MHTTPStream invalid HTTP reply header line.");
@@ -194,7 +238,17 @@ void MHTTPStream::ReadReplyHeader() {
     name.Trim();
     value.Trim();
     AddReplyHeader(name, value);
-    if (name.EqualsNoCase("Content-length")) contentLength_ = value.ToInt64();
+    if (name.EqualsNoCase("Content-length")) {
+      // Plain digits only: a sign, other text or a number past 64 bits would make
+      // a size no body has.
+      int64_t length = 0;
+      int32_t digits = 0;
+      if (!ParseDigits(value, 0, INT64_MAX, length, digits) || digits == 0 ||
+          digits != value.Length()) {
+        ThrowProtocol("MHTTPStream invalid HTTP reply header line.");
+      }
+      contentLength_ = length;
+    }
   }
   replyHeaders_.Sort();
 }
@@ -204,7 +258,10 @@ bool MHTTPStream::Send(int32_t redirects) {
   writer_ = std::make_unique<MTextWriter>(*this, utf8);
   // One byte of buffer: the header is taken from the socket byte by byte, so not
   // one byte of the body is read ahead and lost to the caller's Read.
-  reader_ = std::make_unique<MTextReader>(*this, utf8, 1);
+  // Through the budget, which cuts the header off at its caps.
+  reader_.reset();
+  headerSource_ = std::make_unique<MHTTPHeaderBudget>(*this, kMaxReplyHeaderLine, kMaxReplyHeader);
+  reader_ = std::make_unique<MTextReader>(*headerSource_, utf8, 1);
 
   WriteRequest();
   writer_->Flush();
@@ -221,6 +278,8 @@ bool MHTTPStream::Send(int32_t redirects) {
     GetHeader("Location", location);
     if (location.Find("://") >= 0) {
       SplitURL(location, host_, path_, port_);
+    } else if (location.StartsWith("/")) {
+      path_ = location;  // an absolute path starts at the server's root
     } else {
       path_ = JoinPath(GetDirectory(path_), location);
       // A request target always starts at the root; the join drops the "/" when

@@ -14,12 +14,17 @@
 //   <each request header as "name: value">
 //   <empty line>, then the POST body if any.
 // The reply header is read one byte at a time, so the first Read after Send gets
-// the first byte of the body. Send answers true for a 2xx status; a 3xx with
-// redirects left follows "Location" (a full URL or a path relative to the current
-// folder) on a new connection, keeping the request headers.
+// the first byte of the body. A header line or the header as a whole past its cap
+// (kMaxReplyHeaderLine, kMaxReplyHeader) fails as a read of the header does, and a
+// Content-Length that is not plain decimal digits within 64 bits as an invalid
+// line. Send answers true for a 2xx status; a 3xx with redirects left follows
+// "Location" (a full URL, a path from the root when it starts with "/", else a
+// path relative to the current folder) on a new connection, keeping the request
+// headers.
 //
 // A URL is [scheme://]host[:port][/path][?query]; the scheme is ignored, a missing
-// or zero port is 80, a missing path "/".
+// or zero port is 80, a missing path "/". A port past 65535 or below 0 throws
+// "Invalid port in URL \"{0}\"." (code 513) with the URL.
 //
 // Failures: the socket stream's and the resolver's (code 512), and with code 513
 // "Invalid HTTP reply header.", "Invalid HTTP reply header line.", "MHTTPStream
@@ -37,6 +42,7 @@
 #include "foundation/streams/memory_stream.h"
 #include "foundation/text/text_io.h"
 #include "foundation/containers/variant.h"
+#include "transfer/http_header_budget.h"
 #include "transfer/http_headers.h"
 #include "transfer/socket_stream.h"
 
@@ -53,6 +59,10 @@ class MHTTPStream : public MSocketStream {
   static constexpr uint16_t kDefaultPort = 80;
   static constexpr int32_t kModeGet = 0;
   static constexpr int32_t kModePost = 1;
+  // Caps on the reply header, near what servers accept of a request: bytes of one
+  // line before its line feed, and bytes of the whole header with its line ends.
+  static constexpr int32_t kMaxReplyHeaderLine = 16 * 1024;
+  static constexpr int32_t kMaxReplyHeader = 64 * 1024;
 
   MHTTPStream() = default;
   ~MHTTPStream() override;
@@ -68,7 +78,9 @@ class MHTTPStream : public MSocketStream {
   void OpenPost(const MString& host, const MString& path, const MArray<MHTTPParameter>* parameters,
                 uint16_t port = kDefaultPort);
 
-  void AddHeader(const MString& name, const MString& value) { requestHeaders_.Add(name, value); }
+  // Appends a request header; a name or value holding CR or LF throws
+  // "Line break in HTTP request header \"{0}\"." (code 2) with the name.
+  void AddHeader(const MString& name, const MString& value);
   bool Send(int32_t redirects);
 
   // The value of a reply header; throws "Requested HTTP header not found." (513).
@@ -99,9 +111,11 @@ class MHTTPStream : public MSocketStream {
   void SetTarget(const MString& host, const MString& path, uint16_t port);
   void StartExchange(int32_t mode);
   void WriteRequest();
+  bool ReadHeaderLine(MString& line);
   void ReadReplyHeader();
 
   std::unique_ptr<MTextWriter> writer_;
+  std::unique_ptr<MHTTPHeaderBudget> headerSource_;  // under reader_
   std::unique_ptr<MTextReader> reader_;
   MHTTPHeaderList requestHeaders_;
   MHTTPHeaderList replyHeaders_;

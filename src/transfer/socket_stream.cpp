@@ -69,9 +69,9 @@ void MSocketStream::Write(const void* data, int64_t size) {
     int64_t result = datagram_ ? SendSocketTo(socket_, bytes + sent, size - sent,
                                               targetAddress_.GetAddress(), targetAddress_.GetPort())
                                : SendSocket(socket_, bytes + sent, size - sent);
-    // A full send buffer of a non-blocking socket: what went out stays out, and
-    // the shortfall is reported below.
-    if (result == kSocketWouldBlock) break;
+    // A full send buffer of a non-blocking socket counts as nothing sent: the
+    // peer takes nothing in, which is treated as the peer being gone.
+    if (result == kSocketWouldBlock) result = 0;
     if (result <= 0) {
       disconnected_ = true;
       if (sent == 0) ThrowNetwork("All data were not sent before target disconnected.");

@@ -2,7 +2,9 @@
 //
 // Create() makes the socket and resolves the local address; the caller resolves
 // GetRemoteAddress() and calls Connect(port), where port 0 keeps the address's
-// port. Write sends all bytes or throws; Read loops until `size` bytes came, or
+// port. Write sends all bytes or throws; a send that would block (a non-blocking
+// socket with a full buffer) counts as nothing sent, which marks the stream
+// disconnected as a failed send does. Read loops until `size` bytes came, or
 // returns early with what came when a non-blocking socket has nothing more, or
 // when the peer closed or the connection failed: then IsDisconnected() is true and
 // an empty result is -1. Nothing here times out: Read blocks as long as the socket.

@@ -96,6 +96,98 @@ TEST(HTTPReply, MalformedHeadersThrowProtocolFailures) {
   }
 }
 
+// What a hostile server on the path can send. The reply header is bounded (a
+// line, the whole), the length must be a plain number, and an absolute Location
+// starts at the server's root; `request` is the first line of the last request.
+TEST(HTTPReply, HostileRepliesAreRefused) {
+  // One line at the line cap, a header at the total cap, then one byte more.
+  const size_t lineCap = MHTTPStream::kMaxReplyHeaderLine, totalCap = MHTTPStream::kMaxReplyHeader;
+  const std::string line(lineCap, 'a');
+  std::string atCaps = "HTTP/1.0 200 OK\n";
+  while (atCaps.size() + lineCap + 2 <= totalCap) atCaps += "X-Fill: " + line.substr(8) + "\n";
+  atCaps += "X-Last: " + std::string(totalCap - atCaps.size() - 10, 'b') + "\n\n";
+  std::string overTotal = atCaps;
+  overTotal.insert(overTotal.size() - 2, "b");
+  const char* const kReading = "MHTTPStream reading HTTP reply header.";
+  const char* const kBadLine = "MHTTPStream invalid HTTP reply header line.";
+  struct Case {
+    const char* name;
+    std::vector<std::string> replies;
+    const char* message;  // null: Send answers true
+    const char* request;
+  };
+  const Case cases[] = {
+      {"status line over the cap", {"HTTP/1.0 200 " + line + "\n\n"}, "Invalid HTTP reply header.", nullptr},
+      {"header line over the cap", {"HTTP/1.0 200 OK\nX-Big: " + line + "\n\n"}, kReading, nullptr},
+      {"lines up to the caps", {atCaps}, nullptr, "GET /dir/file HTTP/1.0"},
+      {"header over the total cap", {overTotal}, kReading, nullptr},
+      {"negative length", {"HTTP/1.0 200 OK\nContent-Length: -5\n\n"}, kBadLine, nullptr},
+      {"length not a number", {"HTTP/1.0 200 OK\nContent-Length: 12ab\n\n"}, kBadLine, nullptr},
+      {"empty length", {"HTTP/1.0 200 OK\nContent-Length:\n\n"}, kBadLine, nullptr},
+      {"length past 64 bits", {"HTTP/1.0 200 OK\nContent-Length: 9223372036854775808\n\n"}, kBadLine,
+       nullptr},
+      {"absolute Location from the root",
+       {"HTTP/1.0 302 Found\nLocation: /abs/x?y=1\n\n", "HTTP/1.0 302 Found\nLocation: /abs/x?y=1\n\n",
+        kPlainOK},
+       nullptr, "GET /abs/x?y=1 HTTP/1.0"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MScriptedServer server(c.replies);
+    MHTTPStream stream;
+    stream.Open(Text(server.Url("/dir/file")));
+    testing::Failure failure = FailureOf([&] { EXPECT_TRUE(stream.Send(5)); });
+    EXPECT_EQ(failure.message, c.message ? c.message : "(no exception)");
+    EXPECT_EQ(failure.code, c.message ? 513u : 0u);
+    if (c.request) {
+      std::vector<std::string> requests = server.Requests();
+      ASSERT_EQ(requests.size(), c.replies.size());
+      EXPECT_EQ(requests.back().substr(0, requests.back().find('\n')), c.request);
+    }
+  }
+}
+
+// A line break in a request header, or a port outside 1..65535, is refused before
+// anything goes out: a line break would smuggle in header lines, and the port
+// would wrap onto another one (here the scripted server's own).
+TEST(HTTPRequest, BrokenHeadersAndPortsAreRefused) {
+  struct Case {
+    const char* name;
+    int64_t (*port)(uint16_t serverPort);  // the port written in the URL
+    const char* headerName;
+    const char* headerValue;
+    const char* message;  // "{url}" stands for the URL
+    uint32_t code;
+  };
+  auto same = [](uint16_t p) -> int64_t { return p; };
+  const Case cases[] = {
+      {"line feed in a name", same, "X-A\nInjected", "1",
+       "Line break in HTTP request header \"X-A\nInjected\".", 2},
+      {"carriage return in a value", same, "Range", "bytes=0-\rX: 1",
+       "Line break in HTTP request header \"Range\".", 2},
+      {"both in a value", same, "Range", "bytes=0-\r\nInjected: 1",
+       "Line break in HTTP request header \"Range\".", 2},
+      {"port wrapping onto the server's", [](uint16_t p) -> int64_t { return p + 65536; }, nullptr, nullptr, "Invalid port in URL \"{url}\".",
+       513},
+      {"negative port", [](uint16_t) -> int64_t { return -1; }, nullptr, nullptr, "Invalid port in URL \"{url}\".", 513},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MScriptedServer server({kPlainOK});
+    std::string url = "http://127.0.0.1:" + std::to_string(c.port(server.Port())) + "/x";
+    MHTTPStream stream;
+    testing::Failure failure = FailureOf([&] {
+      stream.Open(Text(url));
+      if (c.headerName) stream.AddHeader(Text(c.headerName), Text(c.headerValue));
+      stream.Send(5);
+    });
+    std::string expected = c.message;
+    if (size_t at = expected.find("{url}"); at != std::string::npos) expected.replace(at, 5, url);
+    EXPECT_EQ(failure.message, expected);
+    EXPECT_EQ(failure.code, c.code);
+  }
+}
+
 TEST(HTTPReply, ContentLengthZeroWithoutBody) {
   MScriptedServer server({"HTTP/1.0 200 OK\nContent-Length: 0\n\n"});
   MHTTPStream stream;
@@ -158,6 +250,27 @@ TEST(SocketStream, RefusedConnectionNamesTheDottedHost) {
   EXPECT_EQ(failure.message, "Could not connect to a TCP server (host 127.0.0.1, port " +
                                  std::to_string(port) + ", code -1).");
   EXPECT_EQ(failure.code, 512u);
+}
+
+// A peer that takes nothing in (a listener that never accepts) fills the buffers
+// of a non-blocking socket: a write that would block has sent nothing, which is
+// the disconnect rule, whether the shortfall came in mid-write or at once.
+TEST(SocketStream, WouldBlockOnWriteCountsAsNothingSent) {
+  MScriptedServer server({});
+  MSocketStream stream;
+  stream.Create();
+  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
+  stream.Connect(server.Port());
+  stream.SetBlocking(false);
+  const std::string piece(1 << 20, 'x');
+  testing::Failure first;
+  for (int i = 0; i < 256 && first.code == 0; ++i)
+    first = FailureOf([&] { stream.Write(piece.data(), static_cast<int64_t>(piece.size())); });
+  EXPECT_EQ(first.code, 512u);
+  EXPECT_TRUE(stream.IsDisconnected());
+  testing::Failure next = FailureOf([&] { stream.Write("x", 1); });
+  EXPECT_EQ(next.message, "All data were not sent before target disconnected.");
+  EXPECT_EQ(next.code, 512u);
 }
 
 // Reading and writing after Close name the socket stream.
