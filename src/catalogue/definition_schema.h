@@ -63,7 +63,7 @@ struct PluginDefinition {
 struct CategoryDefinition {
   MXMLItem* node = nullptr;
   bool hidden = false;  // presence
-  MString name;         // required; "Instruments" makes its items instruments
+  MString name;         // required; "Instruments" (any case) makes its items instruments
   int32_t columns = 0;  // required
   MArray<PluginDefinition> items;
 };
@@ -92,7 +92,7 @@ BundleDefinition ReadBundleDefinition(MXMLItem& element);
 // All top-level elements in file order, each kind in its own list.
 InstallerDefinitionContents ReadInstallerDefinition(MXMLItem& root);
 
-// The category name that makes a plug-in an instrument.
+// The category name that makes a plug-in an instrument, compared without case.
 extern const char* const kInstrumentsCategory;
 
 }  // namespace kx

@@ -156,8 +156,18 @@ void Package::ReadDatabase() {
   StableTime = versions.stableTime;
   BetaVersion = versions.betaVersion;
   BetaTime = versions.betaTime;
-  Size = static_cast<float>(versions.size);
-  UpdateVersion = StableVersion.IsEmpty() ? BetaVersion : StableVersion;
+  betaSize_ = static_cast<float>(versions.betaSize);
+  if (StableVersion.IsEmpty()) {
+    UseBetaUpdate();
+  } else {
+    UpdateVersion = StableVersion;
+    Size = static_cast<float>(versions.stableSize);
+  }
+}
+
+void Package::UseBetaUpdate() {
+  UpdateVersion = BetaVersion;
+  Size = betaSize_;
 }
 
 void Package::AddWantedBy(const MString& pluginName) {

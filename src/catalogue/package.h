@@ -62,11 +62,13 @@ class Package : public InstallableItem {
   double MapProgress(double done, double total) const override;
   double GetProgressUpperBound() const override;
 
-  // Reads the versions, their times and the size from DatabaseNode anew (the
-  // last child of each kind counts). UpdateVersion becomes the stable version,
-  // or the beta one when there is no stable one; the choice by channel and time
-  // is the update check's.
+  // Reads the versions, their times and sizes from DatabaseNode anew (the last
+  // child of each kind counts). UpdateVersion becomes the stable version, or the
+  // beta one when there is no stable one, and Size is that version's; the choice
+  // by channel and time is the update check's.
   void ReadDatabase();
+  // The beta version becomes UpdateVersion, with its size.
+  void UseBetaUpdate();
 
   // Appends a plug-in name to WantedBy unless it stands there already.
   void AddWantedBy(const MString& pluginName);
@@ -88,11 +90,14 @@ class Package : public InstallableItem {
   MDateTime StableTime;
   MDateTime BetaTime;
   bool HasNewerBeta = false;
-  float Size = 0.0f;
+  float Size = 0.0f;  // `size` of the UpdateVersion's kind
   bool UninstallRequested = false;
   float ProgressLower = kInitialProgressLower;
   float ProgressUpper = 0.0f;
   MArray<MString> WantedBy;
+
+ private:
+  float betaSize_ = 0.0f;
 };
 
 }  // namespace kx

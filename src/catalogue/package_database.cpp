@@ -37,12 +37,13 @@ DatabaseVersions ReadDatabaseVersions(const MXMLItem* entry) {
       result.hasBeta = true;
       result.betaVersion = version;
       result.betaTime = time;
+      result.betaSize = size;
     } else {
       result.hasStable = true;
       result.stableVersion = version;
       result.stableTime = time;
+      result.stableSize = size;
     }
-    result.size = size;
   }
   return result;
 }

@@ -9,8 +9,8 @@
 // The children's element names are not read. Each child has `version` (default
 // empty), `size` (integer, default 0), `beta` (boolean, default 0) and `time`
 // (required, the date-time text form "YYYY-MM-DD hh:mm:ss[.f]"). A child with
-// `beta` 1 gives the beta version and time, any other the stable ones; when a
-// kind has several children, the last one counts. An unreadable `time` throws
+// `beta` 1 gives the beta version, time and size, any other the stable ones; when
+// a kind has several children, the last one counts. An unreadable `time` throws
 // "Invalid datetime format.", a missing one "Could not find required attribute
 // (time).", a `packages` element without `name` the same for (name).
 #pragma once
@@ -30,12 +30,11 @@ struct DatabaseVersions {
   bool hasStable = false;
   MString stableVersion;
   MDateTime stableTime;
+  double stableSize = 0.0;
   bool hasBeta = false;
   MString betaVersion;
   MDateTime betaTime;
-  // `size` of the last child read, whatever its kind: the progress bar is
-  // shared by it and nothing more exact is published per channel.
-  double size = 0.0;
+  double betaSize = 0.0;
 };
 
 // The versions of one entry; a null entry gives nothing at all.

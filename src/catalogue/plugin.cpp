@@ -6,20 +6,13 @@
 #include "foundation/xml/xml_item.h"
 
 namespace kx {
-namespace {
-
-
-}  // namespace
 
 MArray<MString> SplitContents(const MString& text) {
+  // The fields stand as written: they are matched against names elsewhere, and a
+  // blank or an empty field is part of what the definition says.
   MArray<MString> fields;
-  text.Split(';', fields);
-  MArray<MString> result;
-  for (MString& field : fields) {
-    field.Trim();
-    if (!field.IsEmpty()) result.Add(field);
-  }
-  return result;
+  if (!text.IsEmpty()) text.Split(';', fields);
+  return fields;
 }
 
 Plugin::Plugin(CatalogueOwner* owner, const CategoryDefinition& category,
@@ -35,7 +28,7 @@ Plugin::Plugin(CatalogueOwner* owner, const CategoryDefinition& category,
   CustomGui = definition.customGui;
   Postfix = definition.postfix;
   Category = category.name;
-  IsInstrument = category.name == kInstrumentsCategory;
+  IsInstrument = category.name.EqualsNoCase(kInstrumentsCategory);
   Installed = ReadSettingBool(settingsNode, kInstalled, false);
   Install = ReadSettingBool(settingsNode, kInstall, false);
   Uninstall = ReadSettingBool(settingsNode, kUninstall, false);

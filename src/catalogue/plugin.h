@@ -6,8 +6,9 @@
 // `Installed`, `Uninstall` as booleans, default 0.
 //
 // `Contents` are the products within the item, from its element text split at
-// ';' (blanks trimmed, empty fields dropped); they stand for the plug-in where
-// packages record who wants them. The tile's picture and controls, the panel
+// ';', each field as it stands (blanks and empty fields kept; an empty text gives
+// none); they stand for the plug-in where packages record who wants them.
+// `IsInstrument` is set when the category's name is "Instruments" in any case. The tile's picture and controls, the panel
 // column and the web address are set by the window that shows the tile.
 #pragma once
 
@@ -55,7 +56,7 @@ class Plugin {
   bool Install = false;
   bool Uninstall = false;
   bool All = false;
-  bool IsInstrument = false;  // its category is "Instruments"
+  bool IsInstrument = false;  // its category is "Instruments", in any case
   bool CustomGui = false;
   MString Category;
   MString Postfix;
@@ -66,7 +67,7 @@ class Plugin {
   MArray<MString> nameList_;
 };
 
-// The ';' list of an item's text: fields trimmed, empty ones dropped.
+// The ';' list of an item's text, fields as they stand; none for an empty text.
 MArray<MString> SplitContents(const MString& text);
 
 }  // namespace kx

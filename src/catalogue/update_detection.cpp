@@ -41,7 +41,7 @@ void ReadDatabase(Package& package, bool allowBeta) {
   package.ReadDatabase();
   // A stable version published at the same time as the beta wins the tie.
   bool newerBeta = !package.BetaVersion.IsEmpty() && IsLater(package.BetaTime, package.StableTime);
-  if (allowBeta && newerBeta) package.UpdateVersion = package.BetaVersion;
+  if (allowBeta && newerBeta) package.UseBetaUpdate();
   package.HasNewerBeta = newerBeta;
   MLog::Line(
       MFormat(" Package {0}, UpdateVersion: {1} ").Add(package.Key).Add(package.UpdateVersion));

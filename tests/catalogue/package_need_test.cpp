@@ -92,7 +92,7 @@ const NeedCase kCases[] = {
     {"user_presets_installed", "USER_PRESETS", "Presets", "uglobal", -1, true, "MComp", "", "", false, false, false, false, {}},
     {"user_presets_not_installed", "USER_PRESETS", "Presets", "global", -1, false, "MComp", "", "", false, false, true, true, {}},
     {"effects_records_name", "BINEffects/binx64", "Effects", "global", -1, false, "MComp", "", "", true, false, false, true, {"MComp"}},
-    {"effects_records_contents", "BINEffects/binx64", "Effects", "global", -1, true, "MBundle", "", "MEqA; MEqB;", false, false, true, true, {"MEqA", "MEqB"}},
+    {"effects_records_contents", "BINEffects/binx64", "Effects", "global", -1, true, "MBundle", "", "MEqA; MEqB;", false, false, true, true, {"MEqA", " MEqB", ""}},
     {"effects_other_platform_key", "BINEffectsMac/bin", "Effects", "uglobal", -1, true, "MComp", "", "", false, false, false, true, {"MComp"}},
     {"effects_arch_disabled_first", "BINEffects/binx64", "Effects", "global", 0, false, "MComp", "", "", false, false, false, false, {}},
     // by plug-in name

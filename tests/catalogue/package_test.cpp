@@ -11,6 +11,7 @@
 #include "catalogue/catalogue_owner.h"
 #include "catalogue/definition_schema.h"
 #include "catalogue/settings_node.h"
+#include "catalogue/update_detection.h"
 #include "catalogue_fixture.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
@@ -82,19 +83,23 @@ TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
     const char* beta;
     const char* update;
     const char* betaTime;
-    float size;
+    float size;         // of the update version's kind
+    float betaChannelSize;  // the same when the beta channel takes a later beta
   };
   const Case cases[] = {
-      {"no entry", "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}}, "", "", "", "", 0},
+      {"no entry", "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}}, "", "", "", "", 0, 0},
       {"only a beta", "content_kit", {{"16.02b", true, " 2024-04-01 09:30:00.5 ", 3000000}}, "",
-       "16.02b", "16.02b", "2024-04-01 09:30:00.5", 3000000},
+       "16.02b", "16.02b", "2024-04-01 09:30:00.5", 3000000, 3000000},
+      {"a later beta read last", "Content_Kit",
+       {{"16.01", false, "2024-03-01 10:00:00", 7}, {"16.02b", true, "2024-04-01 00:00:00", 8}},
+       "16.01", "16.02b", "16.01", "2024-04-01 00:00:00.0", 7, 8},
       {"last of each kind, sizes above 2 GiB", "Content_Kit",
        {{"15.00", false, "2023-01-01 00:00:00", 1},
         {"16.00b", true, "2023-06-01 00:00:00", 2},
         {"16.01", false, "2024-03-01 10:00:00", 3},
         {"16.02b", true, "2024-04-01 00:00:00", 4},
         {"16.02", false, "2024-05-01 12:00:00", 5000000000LL}},
-       "16.02", "16.02b", "16.02", "2024-04-01 00:00:00.0", 5000000000.0f},
+       "16.02", "16.02b", "16.02", "2024-04-01 00:00:00.0", 5000000000.0f, 5000000000.0f},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -110,6 +115,8 @@ TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
       EXPECT_EQ(ToStd(package->BetaTime.ToString()), c.betaTime);
     }
     EXPECT_EQ(package->Size, c.size);
+    ReadDatabase(*package, true);
+    EXPECT_EQ(package->Size, c.betaChannelSize);
   }
 }
 
