@@ -44,6 +44,15 @@ TEST(PathTextTest, JoinPath) {
   }
 }
 
+// Names from outside that are joined below a folder of ours: relative, and no
+// ".." component with either separator.
+TEST(PathTextTest, ContainedPaths) {
+  for (const char* name : {"a", "a/b", "..a", "a..", "a/.../b", ".hidden", "", "a/./b", "a\\b"})
+    EXPECT_TRUE(IsContainedPath(MString(name))) << name;
+  for (const char* name : {"..", "../a", "a/..", "a/../../b", "/a", "\\a", "a\\..\\b", "a//../b"})
+    EXPECT_FALSE(IsContainedPath(MString(name))) << name;
+}
+
 struct PartsCase {
   const char* path;
   const char* directory;

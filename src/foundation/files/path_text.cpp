@@ -87,6 +87,18 @@ MString ChangeExtension(const MString& path, const MString& extension) {
   return result;
 }
 
+bool IsContainedPath(const MString& path) {
+  if (path.IsEmpty()) return true;
+  if (path[0] == '/' || path[0] == '\\') return false;
+  int32_t start = 0;
+  for (int32_t i = 0; i <= path.Length(); ++i) {
+    if (i < path.Length() && path[i] != '/' && path[i] != '\\') continue;
+    if (i - start == 2 && path[start] == '.' && path[start + 1] == '.') return false;
+    start = i + 1;
+  }
+  return true;
+}
+
 std::string ToSystem(const MString& path) {
   // The same UTF-8 rules as the codec, so raw bytes decoded by FromSystem come back
   // as the very bytes they were.

@@ -46,6 +46,12 @@ MString GetExtension(const MString& path);
 // `extension` removes the extension and its dot.
 MString ChangeExtension(const MString& path, const MString& extension);
 
+// Whether a name from outside (a package, a catalogue) stays below the folder it
+// is joined to: it is relative (no leading "/" or "\") and no component is "..".
+// Both "/" and "\" separate components here, so that a name written on another
+// system cannot climb either. An empty name stays (it is the folder itself).
+bool IsContainedPath(const MString& path);
+
 // The system form of a path: zero-terminated UTF-8 (c_str()).
 std::string ToSystem(const MString& path);
 
