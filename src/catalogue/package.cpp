@@ -5,6 +5,7 @@
 #include "catalogue/maker_names.h"
 #include "catalogue/package_database.h"
 #include "catalogue/settings_node.h"
+#include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
 #include "foundation/text/format.h"
 #include "foundation/core/log.h"
@@ -35,12 +36,22 @@ MString RemoveAll(const MString& text, const MString& what) {
   return result;
 }
 
+// The `path` of a `files` element with the "PKG/" rule applied. The path comes
+// from the server and becomes a folder below the data folder: one that would
+// leave it is refused here, before anything is made from it.
+MString ReadFolderPath(MXMLItem& filesElement) {
+  MString path = filesElement.GetAttribute(kPath).AsString();
+  if (!IsContainedPath(path))
+    throw MException(MFormat("Package path \"{0}\" leads outside the data folder.").Add(path));
+  return Package::MakeFolderPath(path);
+}
+
 }  // namespace
 
 Package::Package(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem* databaseNode,
                  MXMLItem& settingsNode)
     : InstallableItem(owner, &filesElement, &settingsNode), DatabaseNode(databaseNode) {
-  FolderPath = MakeFolderPath(filesElement.GetAttribute(kPath).AsString());
+  FolderPath = ReadFolderPath(filesElement);
   Key = MakeKey(FolderPath);
   Flags = ReadSettingString(filesElement, kFlags, MString());
   DisplayName = ReadSettingString(filesElement, kName, MString());
@@ -60,7 +71,7 @@ Package::Package(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem* databa
 
 Package* Package::Create(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem& database,
                          MXMLItem& packageSettings) {
-  MString key = MakeKey(MakeFolderPath(filesElement.GetAttribute(kPath).AsString()));
+  MString key = MakeKey(ReadFolderPath(filesElement));
   MXMLItem* entry = FindDatabaseEntry(database, key);
   MXMLItem& settings = FindOrMakeSettingsItem(packageSettings, key);
   return new Package(owner, filesElement, entry, settings);

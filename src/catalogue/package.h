@@ -5,7 +5,9 @@
 // is the folder path, relative to the data folder locally and to "/download/"
 // on the server. The key is the folder path with every "PKG/" removed and every
 // "/" replaced by "_": "BINEffects/binx64" -> folder "PKG/BINEffects/binx64",
-// key "BINEffects_binx64".
+// key "BINEffects_binx64". A `path` that would leave the data folder (absolute,
+// or with a ".." component) throws "Package path \"{0}\" leads outside the data
+// folder." when the record is made.
 //
 // Settings item (in PackageSettings, named by the key): `Download`,
 // `Downloaded`, `Install`, `Installed`, `Uninstall` as booleans (default 0) and

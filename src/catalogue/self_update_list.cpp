@@ -5,6 +5,7 @@
 #include "foundation/core/exception.h"
 #include "foundation/text/format.h"
 #include "foundation/core/log.h"
+#include "foundation/files/path_text.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
 
@@ -44,6 +45,10 @@ SelfUpdateEntry FindSelfUpdateEntry(MXMLItem& list) {
       entry.node = found;
       entry.version = found->GetAttribute(kVersion).AsString();
       entry.setupName = found->GetAttribute(kSetupName).AsString();
+      // The name becomes a file in the download folder and must stay there.
+      if (!IsContainedPath(entry.setupName))
+        throw MException(MFormat("Setup name \"{0}\" leads outside the download folder.")
+                             .Add(entry.setupName));
       return entry;
     }
   }

@@ -14,7 +14,9 @@
 // name) is walked depth first in order, and the first element named "kestrix"
 // gives `version` and `setupname`, both required. When there is none, the log
 // receives "No corresponding Kestrix version found in KESTRIXDATABASE! XML is
-// corrupted. " and the same text without the trailing blank is thrown.
+// corrupted. " and the same text without the trailing blank is thrown. A
+// `setupname` that would leave the download folder (absolute, or with a ".."
+// component) throws "Setup name \"{0}\" leads outside the download folder.".
 #pragma once
 
 #include "foundation/text/text_string.h"

@@ -74,6 +74,22 @@ const PathCase kPaths[] = {
 
 INSTANTIATE_TEST_SUITE_P(Paths, PackagePathTest, ::testing::ValuesIn(kPaths));
 
+// The path becomes a folder below the data folder: one that would leave it is
+// refused when the definition is loaded.
+TEST(PackagePathGuardTest, PathsThatLeaveTheDataFolderAreRefused) {
+  for (const char* path : {"../../.ssh", "Content/../../x", "/etc/x", "BINEffects/../../x"}) {
+    testing::CatalogueTrees trees;
+    MXMLItem& files = AddFiles(trees.definition, {path});
+    try {
+      delete Package::Create(nullptr, files, trees.database, trees.packageSettings);
+      ADD_FAILURE() << path;
+    } catch (MException& e) {
+      EXPECT_EQ(ToStd(e.message),
+                std::string("Package path \"") + path + "\" leads outside the data folder.");
+    }
+  }
+}
+
 TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
   struct Case {
     const char* label;

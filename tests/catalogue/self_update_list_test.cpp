@@ -40,6 +40,22 @@ TEST(SelfUpdateListTest, FirstKestrixElementOfThePlatformItem) {
   EXPECT_EQ(ToStd(FindSelfUpdateEntry(named).version), "3.3");
 }
 
+TEST(SelfUpdateListTest, SetupNameThatLeavesTheDownloadFolderIsRefused) {
+  for (const char* name : {"../../.profile", "/tmp/setup"}) {
+    MXMLItem list;
+    Parse(list, std::string("<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_PC\">"
+                            "<kestrix version=\"3\" setupname=\"") +
+                    name + "\"/></item></kestrix_installers></SelfUpdateList>");
+    try {
+      FindSelfUpdateEntry(list);
+      ADD_FAILURE() << name;
+    } catch (MException& e) {
+      EXPECT_EQ(ToStd(e.message),
+                std::string("Setup name \"") + name + "\" leads outside the download folder.");
+    }
+  }
+}
+
 TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
   MTestSandbox sandbox;
   std::filesystem::path log = sandbox.Root() / "log.txt";
