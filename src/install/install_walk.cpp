@@ -21,12 +21,18 @@
 namespace kx {
 namespace {
 
-// Every target of the running walk lies below this folder. One walk runs per
-// thread (the download thread), so the destination is the thread's.
-thread_local MString walkDestination;
-
 bool IsNamed(const MXMLItem& item, const char* name) {
   return item.name.EqualsNoCase(MString(name));
+}
+
+// A folder whose own name holds a "." is a bundle ("Foo.vst3"): it is a real
+// folder even under `ignoresubdirs`. Only the last component counts, since on
+// this system dots stand in ordinary folder names above it ("~/.vst", "john.doe").
+bool IsBundleFolder(const MString& path) {
+  MString trimmed = path;
+  while (trimmed.Length() > 1 && trimmed[trimmed.Length() - 1] == '/')
+    trimmed = trimmed.Left(trimmed.Length() - 1);
+  return GetFileName(trimmed).FindChar('.') >= 0;
 }
 
 int64_t IntAttribute(MXMLItem& item, const char* key, int64_t fallback) {
@@ -161,17 +167,16 @@ void ProcessDirChild(InstallContext& context, const MString& basePath, WalkChild
   uint8_t savedIgnore = options.ignoreSubDirs;
   if (options.ignoreSubDirs) {
     WalkLog("    IgnoreSubDirs active");
-    if (child.name.FindChar('.') < 0) {
+    if (!IsBundleFolder(child.name)) {
       ProcessItems(context, basePath, *child.item, child.rewritable, options);
       return;
     }
     options.ignoreSubDirs = 0;  // a bundle is a real folder, and so is everything in it
   }
   try {
-    if (!options.uninstall && child.op.EqualsNoCase(MString("create"))) {
+    if (!options.uninstall && OpIs(child.op, "create")) {
       WalkLog("    Creating directory ", child.target);
       if (child.enabled) {
-        CheckWalkTarget(child.target);
         CreatePathWithRetry(child.target);
       } else {
         WalkLog("    Omitting because disabled");
@@ -179,7 +184,7 @@ void ProcessDirChild(InstallContext& context, const MString& basePath, WalkChild
     }
     WalkLog("    processing subobjects of ", child.target);
     ProcessItems(context, child.target, *child.item, child.rewritable, options);
-    if (options.uninstall || child.op.EqualsNoCase(MString("delete"))) {
+    if (options.uninstall || OpIs(child.op, "delete")) {
       if (options.uninstall) {
         if (SilentMode) {
           if (WalkLogging())
@@ -194,11 +199,8 @@ void ProcessDirChild(InstallContext& context, const MString& basePath, WalkChild
       WalkLog("    Deleting directory ", child.target);
       if (MFile::Exists(child.target)) {
         // Only an empty folder goes; one that still holds the user's files stays,
-        // and so does a link planted in the folder's place.
-        Guarded("ProcessItems", [&] {
-          CheckWalkTarget(child.target);
-          MFile::RemoveDirectory(child.target);
-        });
+        // and so does a link the user put in the folder's place.
+        Guarded("ProcessItems", [&] { MFile::RemoveDirectory(child.target); });
       }
     }
   } catch (...) {
@@ -274,12 +276,8 @@ void ThrowCancelled() {
   throw MException(MString(), MString("Installation has been cancelled"), kErrorGeneral);
 }
 
-void SetWalkDestination(const MString& destination) {
-  walkDestination = destination;
-}
-
-void CheckWalkTarget(const MString& target) {
-  if (!walkDestination.IsEmpty()) CheckNoPlantedLink(walkDestination, target);
+bool OpIs(const MString& op, const char* word) {
+  return op.EqualsNoCase(MString(word));
 }
 
 // ---------------------------------------------------------------- the walk
@@ -351,9 +349,9 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, MPackageFile* l
     MString op = item->GetAttribute("op").AsString();
     MString name = item->GetAttribute("name").AsString();
     if (WalkLogging()) WalkLog(MFormat("  file {0} op {1}").Add(name).Add(op));
-    if (op == "leave") continue;
+    if (OpIs(op, "leave")) continue;
     ++fileCount;
-    if (op == "create" || op == "update") {
+    if (OpIs(op, "create") || OpIs(op, "update")) {
       int64_t size = item->GetAttribute("filesize").AsInt64();
       WalkLog("  size ", size);
       byteCount += size;
@@ -411,10 +409,6 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, MPackageFile* l
     options.detectItemsNoMBPostfix = IntAttribute(tree, "detectitemsnoMBpostfix", 0) != 0;
   }
 
-  struct DestinationReset {
-    ~DestinationReset() { SetWalkDestination(MString()); }
-  } reset;
-
   if (rootEnabled) {
     if (IntAttribute(tree, "onlyonce", 0) != 0 && AlreadyInstalledOnce(rootName)) return;
     MString currentPath = tree.GetAttribute("currentpath").AsString();
@@ -446,8 +440,7 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, MPackageFile* l
     options.uninstall = uninstall;
     options.ignoreSubDirs = IntAttribute(tree, "ignoresubdirs", 0) != 0;
     options.mergePresets = IntAttribute(tree, "mergepresets", 1) != 0;
-    if (options.ignoreSubDirs && currentPath.FindChar('.') >= 0) options.ignoreSubDirs = 0;
-    SetWalkDestination(currentPath);
+    if (options.ignoreSubDirs && IsBundleFolder(currentPath)) options.ignoreSubDirs = 0;
     ProcessItems(context, currentPath, tree, true, options);
     if (uninstall) {
       if (IntAttribute(tree, "createpath", 1) != 0) {
@@ -466,7 +459,7 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, MPackageFile* l
     options.uninstall = uninstall;
     options.ignoreSubDirs = IntAttribute(*copy, "ignoresubdirs", 0) != 0;
     options.mergePresets = IntAttribute(*copy, "mergepresets", 1) != 0;
-    if (options.ignoreSubDirs && currentPath.FindChar('.') >= 0) options.ignoreSubDirs = 0;
+    if (options.ignoreSubDirs && IsBundleFolder(currentPath)) options.ignoreSubDirs = 0;
     options.extensionSrc.Clear();
     options.extensionDst.Clear();
     for (MXMLItem* extension = copy->firstSubItem; extension; extension = extension->next) {
@@ -474,7 +467,6 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, MPackageFile* l
       options.extensionSrc.Add(extension->GetAttribute("src").AsString());
       options.extensionDst.Add(extension->GetAttribute("dst").AsString());
     }
-    SetWalkDestination(currentPath);
     ProcessItems(context, currentPath, tree, true, options);
     if (uninstall && IntAttribute(*copy, "createpath", 1) != 0)
       Guarded("InstallPackageTree", [&] { MFile::RemoveDirectory(currentPath); });

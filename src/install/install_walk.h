@@ -8,8 +8,8 @@
 // (preset libraries), rewrite, keep (`rewritable` 0) or delete.
 //
 // Before anything is written, CheckPackageTree refuses names that would leave a
-// destination, and each target is checked for a symbolic link planted inside its
-// destination (path_guard.h).
+// destination (path_guard.h). Links that the user made in or above a destination
+// are written through.
 //
 // A target that cannot be opened for writing asks the box host the three-button
 // question "Could not rewrite file" ("Try again" 1, "Ignore" 2, "Cancel" 3);

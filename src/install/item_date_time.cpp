@@ -10,30 +10,6 @@ namespace {
   throw MException(MString("Invalid datetime format."));
 }
 
-// Reads the decimal fields of `text` separated by `separator`; any other
-// character, an empty field or a field count other than `count` is invalid.
-// The last field may be missing when `lastOptional` is set.
-int ReadFields(const MString& text, MChar separator, int64_t* fields, int count,
-               bool lastOptional) {
-  int index = 0;
-  int digits = 0;
-  int64_t value = 0;
-  for (int32_t i = 0; i <= text.Length(); ++i) {
-    MChar unit = i < text.Length() ? text[i] : separator;
-    if (unit >= '0' && unit <= '9') {
-      if (++digits > 10) ThrowInvalid();
-      value = value * 10 + (unit - '0');
-      continue;
-    }
-    if (unit != separator || digits == 0 || index >= count) ThrowInvalid();
-    fields[index++] = value;
-    value = 0;
-    digits = 0;
-  }
-  if (index != count && !(lastOptional && index == count - 1)) ThrowInvalid();
-  return index;
-}
-
 bool IsLeapYear(int64_t year) {
   return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
@@ -45,34 +21,26 @@ ItemDateTime ItemDateTime::Parse(const MString& text) {
   trimmed.Trim();
   int32_t blank = trimmed.FindChar(' ');
   if (blank < 0) ThrowInvalid();
-  MString datePart = trimmed.Left(blank);
   MString timePart = trimmed.Mid(blank + 1);
-  timePart.Trim();
+  timePart.TrimLeft();
 
-  int64_t date[3] = {};
-  ReadFields(datePart, '-', date, 3, false);
-  // The seconds and the sub-second count are split at the dot.
-  int64_t clock[3] = {};
-  int64_t subSecond = 0;
-  int32_t dot = timePart.FindChar('.');
-  if (dot >= 0) {
-    int64_t fraction[1] = {};
-    ReadFields(timePart.Mid(dot + 1), '\0', fraction, 1, false);
-    subSecond = fraction[0];
-    timePart = timePart.Left(dot);
-  }
-  ReadFields(timePart, ':', clock, 3, false);
-  if (date[0] > 65535 || date[1] > 255 || date[2] > 255 || clock[0] > 255 || clock[1] > 255 ||
-      clock[2] > 255 || subSecond > 0xFFFFFFFFLL)
-    ThrowInvalid();
-
+  // Fields keep the default's values where the scan finds no number.
   ItemDateTime time;
-  time.year = static_cast<uint16_t>(date[0]);
-  time.month = static_cast<uint8_t>(date[1]);
-  time.day = static_cast<uint8_t>(date[2]);
-  time.hour = static_cast<uint8_t>(clock[0]);
-  time.minute = static_cast<uint8_t>(clock[1]);
-  time.second = static_cast<uint8_t>(clock[2]);
+  int16_t year = static_cast<int16_t>(time.year);
+  int8_t month = static_cast<int8_t>(time.month);
+  int8_t day = static_cast<int8_t>(time.day);
+  MScan("{0:04}-{1:02}-{2:02}", trimmed.Left(blank)) >> year >> month >> day;
+  int8_t hour = 0;
+  int8_t minute = 0;
+  int8_t second = 0;
+  int32_t subSecond = 0;
+  MScan("{0:02}:{1:02}:{2:02}.{3}", timePart) >> hour >> minute >> second >> subSecond;
+  time.year = static_cast<uint16_t>(year);
+  time.month = static_cast<uint8_t>(month);
+  time.day = static_cast<uint8_t>(day);
+  time.hour = static_cast<uint8_t>(hour);
+  time.minute = static_cast<uint8_t>(minute);
+  time.second = static_cast<uint8_t>(second);
   time.subSecond = static_cast<uint32_t>(subSecond);
   return time;
 }
@@ -96,6 +64,12 @@ MDateTime ItemDateTime::ToFileTime() const {
   time.hour = hour;
   time.minute = minute;
   time.second = second;
+  return time;
+}
+
+MDateTime ItemDateTime::ToDateTime() const {
+  MDateTime time = ToFileTime();
+  time.milliseconds = subSecond;
   return time;
 }
 

@@ -16,6 +16,7 @@
 #include "foundation/streams/stream_helpers.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
+#include "install/item_date_time.h"
 #include "install/package_file.h"
 
 namespace kx {
@@ -90,7 +91,7 @@ int64_t ExtractPackage(MPackageFile& package, const MString& folder) {
       file.Close();
     }
     if (const MXMLAttribute* time = item->FindAttribute(kTimeKey)) {
-      MDateTime stamp = MDateTime::FromString(time->value.AsString());
+      MDateTime stamp = ItemDateTime::Parse(time->value.AsString()).ToFileTime();
       MFile::SetFileTime(target, nullptr, nullptr, &stamp);
     }
     ++written;

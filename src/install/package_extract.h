@@ -6,7 +6,8 @@
 // with its own `name`; an empty `name` takes the last component of the parent's
 // `path` (as the install walk does), and an item without `name` its own `path`.
 // Only `dir` items are entered. Items without content are skipped. A written
-// file gets the item's `time` as its last-write time when the item has one.
+// file gets the item's `time`, read and stamped as the install walk does it
+// (whole seconds), as its last-write time when the item has one.
 //
 // Failures: "Item path \"{0}\" leaves the target folder." for a ".." component,
 // "A file item has no name." when no name is found, the file layer's messages.

@@ -31,7 +31,6 @@ void DeleteFileChild(InstallContext& context, WalkChild& child, WalkOptions& opt
   }
   try {
     WalkLog("    Deleting file ", child.target);
-    CheckWalkTarget(child.target);
     if (GetExtension(child.target) == "aaxplugin")
       MFile::RemoveTree(child.target);
     else if (child.name.FindNoCase(MString("presets")) >= 0)

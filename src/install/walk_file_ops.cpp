@@ -53,8 +53,7 @@ void MergeFile(InstallContext& context, WalkChild& child, const ItemDateTime& it
     MPresetContext scratch;
     MPresetContext& presets = context.presetContext ? *context.presetContext : scratch;
     MString report;
-    CheckWalkTarget(child.target);
-    MergePresetFile(presets, child.target, memory, itemTime.ToFileTime(), report);
+    MergePresetFile(presets, child.target, memory, itemTime.ToDateTime(), report);
     if (!report.IsEmpty() && WalkLogging()) {
       MString indented("    ");
       for (int32_t i = 0; i < report.Length(); ++i) {
@@ -104,7 +103,6 @@ bool OpenTarget(MFileStream& file, const WalkChild& child, bool present) {
   }
 }
 
-// The target was checked for planted links by the caller.
 void WriteFile(InstallContext& context, WalkChild& child, bool present,
                const ItemDateTime& itemTime) {
   if (present) {
@@ -148,11 +146,11 @@ void WriteFile(InstallContext& context, WalkChild& child, bool present,
 
 void ProcessFileChild(InstallContext& context, WalkChild& child, WalkOptions& options) {
   WalkLog("FILE \"", child.target, "\" operation ", child.op);
-  if (options.uninstall || child.op == "delete") {
+  if (options.uninstall || OpIs(child.op, "delete")) {
     DeleteFileChild(context, child, options);
     return;
   }
-  if (child.op != "create" && child.op != "update") return;
+  if (!OpIs(child.op, "create") && !OpIs(child.op, "update")) return;
   MXMLItem& item = *child.item;
   if (!child.enabled) {
     WalkLog("    Omitting file ", child.target, " because disabled");
@@ -176,7 +174,6 @@ void ProcessFileChild(InstallContext& context, WalkChild& child, WalkOptions& op
         JoinPath(JoinPath(JoinPath(child.target, MString("Contents")), arch), bundleName);
   }
 
-  CheckWalkTarget(child.target);
   bool exists = MFile::Exists(child.target);
   bool presetsFile = GetExtension(child.target) == "presets";
   if (exists && !presetsFile) {
@@ -202,7 +199,6 @@ void ProcessFileChild(InstallContext& context, WalkChild& child, WalkOptions& op
   } else {
     MString folder = GetDirectory(child.target);
     WalkLog("    Creating directory ", folder);
-    CheckWalkTarget(folder);
     CreatePathWithRetry(folder);
   }
 

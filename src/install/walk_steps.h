@@ -53,9 +53,8 @@ void DeleteFileWithRetry(const MString& path);
 // The rewrite question: 1 try again, 2 ignore, 3 cancel.
 int AskRewrite(const MString& path, const MString& error);
 [[noreturn]] void ThrowCancelled();
-// The destination below which every target of this walk lies; empty: unchecked.
-void SetWalkDestination(const MString& destination);
-void CheckWalkTarget(const MString& target);
+// `op` words are read without regard to case, everywhere.
+bool OpIs(const MString& op, const char* word);
 
 void ProcessFileChild(InstallContext& context, WalkChild& child, WalkOptions& options);
 void DeleteFileChild(InstallContext& context, WalkChild& child, WalkOptions& options);

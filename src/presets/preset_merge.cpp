@@ -29,8 +29,9 @@ void AddLine(MString& report, const MString& line) {
 
 bool IsPreset(const MXMLItem& item) { return presets::kPresetKey.MatchesText(item.name); }
 
-// Last-write times as the install walk compares them: the file system gives whole
-// seconds, so any sub-second part of the item's time makes them differ.
+// Last-write times as the install walk compares them: the file's whole seconds
+// against the item's time, whose sub-second count (in `milliseconds`) makes any
+// non-zero value differ.
 bool SameItemTime(const MDateTime& fileTime, const MDateTime& itemTime) {
   MDateTime whole = fileTime;
   whole.milliseconds = 0;
@@ -206,7 +207,11 @@ int32_t MergePresetFile(MPresetContext& presetContext, const MString& target, MS
   AddLine(report, saving.Append(target));
   if (base->name.IsEmpty()) base->name = MString("XML");
   base->SaveFile(target);
-  MFile::SetFileTime(target, nullptr, nullptr, &itemTime);
+  // Stamped in whole seconds: the sub-second count of an item's time is no
+  // fraction a file system could hold (".1234567" is that many units).
+  MDateTime stamp = itemTime;
+  stamp.milliseconds = 0;
+  MFile::SetFileTime(target, nullptr, nullptr, &stamp);
   AddLine(report, MFormat("Added presets : {0}").Add(count));
   return count;
 }

@@ -3,7 +3,9 @@
 //
 // In order:
 //  1. `target`'s last-write time (whole seconds) equal to `itemTime`: "Omitting
-//     because unchanged.", 0. So is a target of the stream's size and bytes.
+//     because unchanged.", 0. `itemTime.milliseconds` carries the item's
+//     sub-second count, so any non-zero one never matches. A target of the
+//     stream's size and bytes is unchanged too.
 //  2. No `target`: the older store beside it ("<target without extension>presets.xml")
 //     is the base; without that too the stream is written to `target` as it is
 //     and 0x7FFFFFFF comes back, with nothing reported.
@@ -17,7 +19,8 @@
 //  5. "Saving backup": "<target>backup" is deleted when it exists and so is
 //     `target`; no copy of the old content is kept. "Saving new file<path>":
 //     the merged tree is saved to `target` (an unnamed root is named "XML"), its
-//     last-write time set to `itemTime`, "Added presets : N", N is returned.
+//     last-write time set to `itemTime` in whole seconds, "Added presets : N", N
+//     is returned.
 // The key of a preset is name=value of all its attributes but `ExchangeIndex`, in
 // stored order, joined; a `compressed` preset's key is its compressed text; a
 // preset without attributes throws "Cannot merge presets without names.".

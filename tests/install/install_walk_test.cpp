@@ -59,7 +59,10 @@ INSTANTIATE_TEST_SUITE_P(
                       InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO",
                                     "2021-03-04 05:06:08", true},
                       InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO",
-                                    "2021-03-04 05:06:07", true}));
+                                    "2021-03-04 05:06:07", true},
+                      // The missing seconds read as 0, as the time's reader takes them.
+                      InstalledCase{"item time without seconds", "2021-03-04 05:06", "HELLO",
+                                    "2021-03-04 05:06:00", false}));
 
 TEST_F(WalkTest, LogsTheCountingPassAndTheTimeTestWordForWord) {
   AddFile(tree, "a.bin", "hello");
@@ -92,16 +95,41 @@ TEST_F(WalkTest, EmptyTreeCountsAgainstOne) {
   EXPECT_TRUE(fs::is_directory(DestNative("")));
 }
 
-TEST_F(WalkTest, IgnoreSubDirsKeepsBundlesAsRealFolders) {
+// `ignoresubdirs` is turned off only by a destination that is itself a bundle
+// ("X.vst3"): a dot elsewhere in the path (".vst", "john.doe") does not count.
+struct IgnoreCase {
+  const char* destination;
+  bool flat;
+};
+
+class IgnoreSubDirsTest : public WalkTest, public ::testing::WithParamInterface<IgnoreCase> {};
+
+TEST_P(IgnoreSubDirsTest, KeepsBundlesAsRealFolders) {
+  const IgnoreCase& c = GetParam();
+  const std::string destinations[] = {c.destination, std::string(c.destination) + "-copy/"};
   tree.SetAttribute("ignoresubdirs", int32_t{1});
+  tree.SetAttribute("currentpath", Path(destinations[0]));
+  MXMLItem& copy = tree.AddSubItem("copy");
+  copy.SetAttribute("enabled", int32_t{1});
+  copy.SetAttribute("ignoresubdirs", int32_t{1});
+  copy.SetAttribute("currentpath", Path(destinations[1]));
   MXMLItem& bundle = AddDir(tree, "Foo.vst3");
   AddFile(AddDir(bundle, "Contents"), "Foo.so", "binary");
   AddFile(AddDir(tree, "Bar"), "bar.txt", "flat");
   Install(Build());
-  EXPECT_EQ(ReadFileBytes(DestNative("Foo.vst3/Contents/Foo.so")), "binary");
-  EXPECT_EQ(ReadFileBytes(DestNative("bar.txt")), "flat");
-  EXPECT_FALSE(fs::exists(DestNative("Bar")));
+  for (const std::string& destination : destinations) {
+    fs::path folder = Native(destination);
+    EXPECT_EQ(ReadFileBytes(folder / "Foo.vst3/Contents/Foo.so"), "binary") << destination;
+    EXPECT_EQ(fs::exists(folder / "bar.txt"), c.flat) << destination;
+    EXPECT_EQ(fs::exists(folder / "Bar/bar.txt"), !c.flat) << destination;
+  }
 }
+
+INSTANTIATE_TEST_SUITE_P(Cases, IgnoreSubDirsTest,
+                         ::testing::Values(IgnoreCase{"dest", true},
+                                           IgnoreCase{"home/.vst/Vorlund", true},
+                                           IgnoreCase{"john.doe/plugins", true},
+                                           IgnoreCase{"dest/Foo.vst3", false}));
 
 TEST_F(WalkTest, AaxPluginGoesInsideItsBundleAndLeavesAsATree) {
   AddFile(tree, "Foo.aaxplugin", "aax");
@@ -135,6 +163,38 @@ TEST_F(WalkTest, RewritableZeroKeepsFilesButNotTheFourAlwaysWrittenKinds) {
   std::string log = Log();
   EXPECT_TRUE(Contains(log, "    File exists=0 rewritable=0 mergepresets=0\r\n"));
   EXPECT_FALSE(Contains(log, "Pre-deleting file " + ToStd(Path("dest/Kept/Sub/x.mDevice"))));
+}
+
+// Words of `op` are read without regard to case, in the count and in the walk
+// alike, so every counted file is also done.
+TEST_F(WalkTest, OpWordsIgnoreCase) {
+  AddFile(tree, "a.bin", "hello", "2021-03-04 05:06:07", "Update");
+  AddFile(tree, "keep.txt", "x", "2021-03-04 05:06:07", "LEAVE");
+  AddFile(tree, "old.txt", "", "2021-03-04 05:06:07", "Delete");
+  AddDir(tree, "Sub", "CREATE");
+  MXMLItem& root = Build();
+  WriteFile("dest/old.txt", "old");
+  Install(root);
+  EXPECT_EQ(ReadFileBytes(DestNative("a.bin")), "hello");
+  EXPECT_FALSE(fs::exists(DestNative("keep.txt")));
+  EXPECT_FALSE(fs::exists(DestNative("old.txt")));
+  EXPECT_TRUE(fs::is_directory(DestNative("Sub")));
+  EXPECT_EQ(context.totalFiles, 2);
+  EXPECT_EQ(context.doneFiles, 2);
+  EXPECT_EQ(context.doneBytes, context.totalBytes);
+}
+
+// A sub-second part in `time` never equals a file on disk, for a preset
+// library as for any file: the merge runs again.
+TEST_F(WalkTest, PresetItemWithSubSecondTimeIsMergedAgain) {
+  AddFile(tree, "Lead.presets", "<presets><preset name=\"shipped\"/></presets>",
+          "2021-03-04 05:06:07.1234567");
+  MXMLItem& root = Build();
+  Tamper("Lead.presets", "<presets><preset name=\"mine\"/></presets>", "2021-03-04 05:06:07");
+  Install(root);
+  std::string merged = ReadFileBytes(DestNative("Lead.presets"));
+  EXPECT_TRUE(Contains(merged, "mine")) << merged;
+  EXPECT_TRUE(Contains(merged, "shipped")) << merged;
 }
 
 TEST_F(WalkTest, PresetsXmlIsMergedOnlyWhenItExists) {
@@ -330,6 +390,29 @@ TEST_F(WalkTest, ExecuteItemsRunInTheirFolderWithTheirArguments) {
   EXPECT_EQ(ReadFileBytes(DestNative("tools/args.txt")), "one two\n");
 }
 
+// Links that the user made in or above a destination (a plug-in folder on
+// another disk, a sample folder on a sample drive) are written through, and
+// uninstallation removes the files behind them but leaves the links.
+TEST_F(WalkTest, UserLinksInAndAboveTheDestinationAreWrittenThrough) {
+  fs::create_directories(Native("disk/vst"));
+  fs::create_directories(Native("drive/samples"));
+  fs::create_directories(Native("home"));
+  fs::create_directory_symlink(Native("disk/vst"), Native("home/.vst"));
+  fs::create_directories(Native("home/.vst/Vorlund"));
+  fs::create_directory_symlink(Native("drive/samples"), Native("home/.vst/Vorlund/Samples"));
+  tree.SetAttribute("currentpath", Path("home/.vst/Vorlund"));
+  AddFile(tree, "Synth.so", "binary");
+  AddFile(AddDir(AddDir(tree, "Samples"), "Piano"), "c4.wav", "wave");
+  MXMLItem& root = Build();
+  Install(root);
+  EXPECT_EQ(ReadFileBytes(Native("disk/vst/Vorlund/Synth.so")), "binary");
+  EXPECT_EQ(ReadFileBytes(Native("drive/samples/Piano/c4.wav")), "wave");
+  Uninstall(root);
+  EXPECT_EQ(context.undeletedFiles, 0);
+  EXPECT_FALSE(fs::exists(Native("drive/samples/Piano")));
+  EXPECT_TRUE(fs::is_symlink(Native("home/.vst/Vorlund/Samples")));
+}
+
 TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   ItemDateTime a = ItemDateTime::Parse(MString("  2020-02-29 23:59:59.25 "));
   EXPECT_EQ(a.subSecond, 25u);
@@ -338,8 +421,18 @@ TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   EXPECT_EQ(ItemDateTime().Microseconds(),
             ItemDateTime::Parse(MString("1980-01-01 00:00:00")).Microseconds());
   EXPECT_EQ(ItemDateTime::Parse(MString("0001-01-01 00:00:01")).Microseconds(), 1000000);
-  for (const char* bad :
-       {"2020-01-01", "2020-01-01 aa:00:00", "2020-01 00:00:00", "2020-01-01 00:00:00.x"})
+  // Fields are read as far as they go; what is missing or not a number keeps
+  // its default. Only a text without a blank is refused.
+  const std::pair<const char*, const char*> cases[] = {
+      {"2020-01-01 05:06", "2020-01-01 05:06:00"},
+      {"2020-01 05:06:07", "2020-01-01 05:06:07"},
+      {"2020-01-01 aa:06:07", "2020-01-01 00:00:00"},
+      {"2020-01-01 05:06:07.x", "2020-01-01 05:06:07"},
+      {"2020-1-2   5:6:7", "2020-01-02 05:06:07"},
+  };
+  for (const auto& [text, read] : cases)
+    EXPECT_EQ(ToStd(ItemDateTime::Parse(MString(text)).ToText()), read) << text;
+  for (const char* bad : {"2020-01-01", "", "  2020-01-01  "})
     EXPECT_EQ(MessageOf([&] { ItemDateTime::Parse(MString(bad)); }), "Invalid datetime format.")
         << bad;
 }
