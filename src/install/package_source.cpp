@@ -24,6 +24,11 @@ namespace kx {
 
 namespace {
 
+// The attribute that names a file item's source: `srcpath`, else `path`.
+MXMLAttribute* SourceAttribute(MXMLItem& item) {
+  MXMLAttribute* source = item.FindAttribute(kSourcePathKey);
+  return source ? source : item.FindAttribute(kPathKey);
+}
 
 void AddFileItem(MXMLItem& parent, const MString& path, const MString& name, MDateTime written) {
   // The install walk compares whole seconds: a sub-second part in `time` would
@@ -79,7 +84,7 @@ void LoadSourceTree(MXMLItem& root, const MString& treeFile) {
   MXMLIterator walk;
   for (MXMLItem* item = walk.Begin(root); item; item = walk.Next()) {
     if (!kFileKey.MatchesText(item->name)) continue;
-    MXMLAttribute* source = item->FindAttribute(kSourcePathKey);
+    MXMLAttribute* source = SourceAttribute(*item);
     if (!source) continue;
     MString path = source->value.AsString();
     if (!path.StartsWith(MString("/"))) source->value = MVariant(JoinPath(base, path));
@@ -88,12 +93,13 @@ void LoadSourceTree(MXMLItem& root, const MString& treeFile) {
 
 MSourceOpener PackageSourceOpener() {
   return [](MXMLItem& item) -> std::unique_ptr<MStream> {
-    MXMLAttribute* source = item.FindAttribute(kSourcePathKey);
+    MXMLAttribute* source = SourceAttribute(item);
     if (!source) return nullptr;
     MString path = source->value.AsString();
     if (!MFile::IsFile(path)) throw MException(MFormat("Source file \"{0}\" does not exist.").Add(path));
     auto stream = std::make_unique<MFileStream>(path, MFileStream::kModeRead);
-    item.RemoveAttribute(kSourcePathKey);
+    MXMLName key = source->name;  // the attribute goes with its name
+    item.RemoveAttribute(key);
     return stream;
   };
 }

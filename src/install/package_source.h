@@ -7,14 +7,14 @@
 // folders, each group in the listing's name order. Links to folders are not
 // entered.
 //
-// From a tree file (any form the tree loader reads): a relative `srcpath` of a
-// `file` item names its source relative to the tree file's folder and is made
-// absolute.
+// From a tree file (any form the tree loader reads): a `file` item names its
+// source in `srcpath`, or in `path` when it has no `srcpath`; a relative one is
+// taken relative to the tree file's folder and made absolute.
 //
-// The opener gives the file at `srcpath` and then removes the attribute: where a
+// The opener gives the file so named and then removes that attribute: where a
 // package was built is nobody's business at install time. An item without
-// `srcpath` has no content (a `delete` or `leave` item); a `srcpath` that names
-// no file throws "Source file \"{0}\" does not exist.".
+// either has no content (a `delete` or `leave` item); a source that names no
+// file throws "Source file \"{0}\" does not exist.".
 #pragma once
 
 #include "foundation/resources/resource_library.h"

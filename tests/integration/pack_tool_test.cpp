@@ -126,12 +126,16 @@ TEST_F(PackToolTest, BuildsFromATreeFile) {
             "  <file name=\"manual.txt\" op=\"update\" time=\"2023-06-07 08:09:10.0\""
             " srcpath=\"../src/Docs/a/b/manual.txt\"/>\n"
             "  <file name=\"old.txt\" op=\"delete\"/>\n"
+            "  <file name=\"Factory.presets\" op=\"update\" path=\"../src/Presets/Factory.presets\"/>\n"
             " </dir>\n"
             "</package>\n");
   Ok({"build", Arg("defs/package.xml"), Arg("docs.pkgm"), "--flags", "5"});
   Ok({"extract", Arg("docs.pkgm"), Arg("out")});
   EXPECT_EQ(ReadFileBytes(File("out/Manual/manual.txt")), Pattern(30000, 2));
+  // `path` names a source as `srcpath` does.
+  EXPECT_EQ(ReadFileBytes(File("out/Manual/Factory.presets")), "<S><preset name=\"Init\"/></S>");
   EXPECT_FALSE(fs::exists(File("out/Manual/old.txt")));
+  EXPECT_EQ(Ok({"list", Arg("docs.pkgm")}).output.find("src/"), std::string::npos);
 }
 
 TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {

@@ -8,8 +8,9 @@
 //
 // build: SRC is a folder (folders become `dir` items with op "create", files
 // `file` items with op "update" and their last-write time) or a tree file whose
-// `file` items name their sources in `srcpath`, relative to the tree file. Flags
-// default to 3; --name sets the root's `name`, --attr any root attribute.
+// `file` items name their sources in `srcpath` or `path`, relative to the tree
+// file. Flags default to 3; --name sets the root's `name`, --attr any root
+// attribute.
 // md5 writes FILE.md5, the security info. list prints the tree as pretty XML.
 // verify checks the definition digest and, with PKG.md5 beside it, the size, every
 // block digest (naming the first bad block) and the whole file's MD5. extract
