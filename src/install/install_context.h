@@ -41,7 +41,9 @@ struct InstallContext {
   // File contents move in pieces of exactly this size.
   static constexpr int64_t kTransferPiece = 1048576;
 
-  InstallContext() : ownedBuffer(new char[kTransferPiece]), buffer(ownedBuffer.get()) {}
+  InstallContext()
+      : ownedBuffer(std::make_unique_for_overwrite<char[]>(kTransferPiece)),
+        buffer(ownedBuffer.get()) {}
 
   MPackageFile* library = nullptr;
   std::unique_ptr<char[]> ownedBuffer;
