@@ -26,15 +26,24 @@ class ProgressTarget {
   virtual void Show(const MString& text, float value) = 0;
 };
 
+// Whether a walk puts a package's files in place or takes them away again.
+enum class WalkMode { kInstall, kUninstall };
+
+// File selection by component name (`detectitems`): off, a hit anywhere in the
+// target, or the variant that strips a trailing "MB" and wants a hit after the
+// first character (`detectitemsnoMBpostfix`).
+enum class ItemDetection { kOff, kAnywhere, kWithoutMBPostfix };
+
 struct WalkOptions {
-  uint8_t uninstall = 0;
-  uint8_t ignoreSubDirs = 0;
-  uint8_t detectItems = 0;
-  uint8_t mergePresets = 0;
+  WalkMode mode = WalkMode::kInstall;
+  bool ignoreSubDirs = false;  // changes during the walk: a bundle folder clears it below itself
+  ItemDetection detection = ItemDetection::kOff;
+  bool mergePresets = false;
   MArray<MString> extensionSrc;  // parallel to extensionDst
   MArray<MString> extensionDst;
   MString detectItemsPostfix;
-  uint8_t detectItemsNoMBPostfix = 0;
+
+  bool Uninstalling() const { return mode == WalkMode::kUninstall; }
 };
 
 struct InstallContext {

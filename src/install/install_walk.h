@@ -23,13 +23,24 @@
 
 namespace kx {
 
-class MPackageFile;
-class MPresetContext;
 class MXMLItem;
 
-void InstallPackageTree(InstallContext& context, MXMLItem& tree, MPackageFile* library,
-                        MPresetContext* presetContext, ProgressTarget* progress,
-                        bool allowAllPossible, bool uninstall);
+// What one walk over a package's tree is asked to do.
+struct InstallTreeOptions {
+  WalkMode mode = WalkMode::kInstall;
+  // The package, whose contents are written; an uninstall walk reads none and
+  // may pass null.
+  MPackageFile* library = nullptr;
+  // The scratch of the preset merge; null: a scratch of the walk's own.
+  MPresetContext* presetContext = nullptr;
+  ProgressTarget* progress = nullptr;  // null: no status is shown
+  // The caller allows `allowall` of the tree to turn file detection off.
+  bool allowAllPossible = false;
+};
+
+// `tree` is the package's root item on installation and the tree of its
+// `.state` file on uninstallation.
+void InstallPackageTree(InstallContext& context, MXMLItem& tree, const InstallTreeOptions& request);
 
 void ProcessItems(InstallContext& context, const MString& basePath, MXMLItem& container,
                   bool inheritedRewritable, WalkOptions& options);

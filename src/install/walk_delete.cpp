@@ -17,7 +17,7 @@ void DeleteFileChild(InstallContext& context, WalkChild& child, WalkOptions& opt
     ++context.doneFiles;
     return;
   }
-  if (options.uninstall) {
+  if (options.Uninstalling()) {
     if (!SilentMode) ShowWalkProgress(context, "Uninstalling ", child.target);
   } else if (WalkLogging()) {
     WalkLog(MFormat("deleting file {0} ({1} of {2})")

@@ -64,16 +64,8 @@ void MergeFile(InstallContext& context, WalkChild& child, const ItemDateTime& it
     }
   } catch (MException& failure) {
     WalkLog("ERROR: ", failure.message);
-    int answer = AskRewrite(child.target, failure.message);
-    if (answer == 2) {
-      WalkLog("    File could NOT been created. Ignoring.");
-      return;
-    }
-    if (answer == 3) {
-      WalkLog("    File could NOT been created. Terminating.");
-      ThrowCancelled();
-    }
     // "Try again" does not repeat a merge: the file is accounted as merged.
+    if (AskRewrite(child.target, failure.message) == RewriteAnswer::kIgnore) return;
   }
   ++context.doneFiles;
   context.doneBytes += size;
@@ -91,14 +83,7 @@ bool OpenTarget(MFileStream& file, const WalkChild& child, bool present) {
     } catch (MException& failure) {
       // A font in use is left alone without a question.
       if (present && GetExtension(child.target) == "ttf") return false;
-      int answer = AskRewrite(child.target, failure.message);
-      if (answer == 1) continue;
-      if (answer == 3) {
-        WalkLog("    File could NOT been created. Terminating.");
-        ThrowCancelled();
-      }
-      WalkLog("    File could NOT been created. Ignoring.");
-      return false;
+      if (AskRewrite(child.target, failure.message) == RewriteAnswer::kIgnore) return false;
     }
   }
 }
@@ -142,60 +127,66 @@ void WriteFile(InstallContext& context, WalkChild& child, bool present,
   MFile::SetFileTime(child.target, nullptr, nullptr, &written);
 }
 
+ItemDateTime ReadItemTime(const WalkChild& child) {
+  if (MXMLAttribute* time = child.item->FindAttribute("time"))
+    return ItemDateTime::Parse(time->value.AsString());
+  WalkLog("    File ", child.target, " does NOT include time!");
+  return ItemDateTime();
+}
+
+// The binary of a plug-in bundle goes inside a folder of its own name:
+// Foo.aaxplugin/Contents/<x64 or Win32>/Foo.aaxplugin.
+void PlaceBundleBinary(WalkChild& child) {
+  if (GetExtension(child.target) != "aaxplugin") return;
+  MString bundleName = GetFileName(child.target);
+  MString arch = child.target.FindNoCase(MString("(x86)")) >= 0 ? MString("Win32") : MString("x64");
+  child.target = JoinPath(JoinPath(JoinPath(child.target, MString("Contents")), arch), bundleName);
+}
+
+// The installed-file test: the same time to the microsecond and the same size
+// mean the file is in place, and it is accounted as done.
+bool AlreadyInstalled(InstallContext& context, const WalkChild& child, const ItemDateTime& itemTime) {
+  MDateTime written;
+  MFile::GetFileTime(child.target, nullptr, nullptr, &written);
+  ItemDateTime diskTime = ItemDateTime::FromFileTime(written);
+  if (diskTime.Microseconds() != itemTime.Microseconds()) return false;
+  WalkLog("    File ", child.target, " has identical timestamp (", diskTime.ToText(), "). Ignoring.");
+  int64_t diskSize = MFile::GetFileSize(child.target);
+  MXMLAttribute* sizeAttribute = child.item->FindAttribute("filesize");
+  MString sizeText = sizeAttribute ? sizeAttribute->value.AsString() : MString();
+  int64_t itemSize = sizeText.IsEmpty() ? 0 : sizeAttribute->value.AsInt64();
+  if (diskSize != itemSize) {
+    WalkLog("        Note: file size is not matching, installed ", sizeText, ", current ", diskSize,
+            ". Proceeding with installation.");
+    return false;
+  }
+  ++context.doneFiles;
+  context.doneBytes += diskSize;
+  if (!SilentMode) ShowWalkProgress(context, "Installing ", child.target);
+  return true;
+}
+
 }  // namespace
 
 void ProcessFileChild(InstallContext& context, WalkChild& child, WalkOptions& options) {
   WalkLog("FILE \"", child.target, "\" operation ", child.op);
-  if (options.uninstall || OpIs(child.op, "delete")) {
+  if (options.Uninstalling() || OpIs(child.op, "delete")) {
     DeleteFileChild(context, child, options);
     return;
   }
   if (!OpIs(child.op, "create") && !OpIs(child.op, "update")) return;
-  MXMLItem& item = *child.item;
   if (!child.enabled) {
     WalkLog("    Omitting file ", child.target, " because disabled");
-    context.doneBytes += ContentSize(context, item);
+    context.doneBytes += ContentSize(context, *child.item);
     ++context.doneFiles;
     return;
   }
 
-  ItemDateTime itemTime;
-  if (MXMLAttribute* time = item.FindAttribute("time"))
-    itemTime = ItemDateTime::Parse(time->value.AsString());
-  else
-    WalkLog("    File ", child.target, " does NOT include time!");
-
-  if (GetExtension(child.target) == "aaxplugin") {
-    // The binary of a plug-in bundle goes inside a folder of its own name.
-    MString bundleName = GetFileName(child.target);
-    MString arch =
-        child.target.FindNoCase(MString("(x86)")) >= 0 ? MString("Win32") : MString("x64");
-    child.target =
-        JoinPath(JoinPath(JoinPath(child.target, MString("Contents")), arch), bundleName);
-  }
-
+  ItemDateTime itemTime = ReadItemTime(child);
+  PlaceBundleBinary(child);
   bool exists = MFile::Exists(child.target);
-  bool presetsFile = GetExtension(child.target) == "presets";
-  if (exists && !presetsFile) {
-    MDateTime written;
-    MFile::GetFileTime(child.target, nullptr, nullptr, &written);
-    ItemDateTime diskTime = ItemDateTime::FromFileTime(written);
-    if (diskTime.Microseconds() == itemTime.Microseconds()) {
-      WalkLog("    File ", child.target, " has identical timestamp (", diskTime.ToText(),
-              "). Ignoring.");
-      int64_t diskSize = MFile::GetFileSize(child.target);
-      MXMLAttribute* sizeAttribute = item.FindAttribute("filesize");
-      MString sizeText = sizeAttribute ? sizeAttribute->value.AsString() : MString();
-      int64_t itemSize = sizeText.IsEmpty() ? 0 : sizeAttribute->value.AsInt64();
-      if (diskSize == itemSize) {
-        ++context.doneFiles;
-        context.doneBytes += diskSize;
-        if (!SilentMode) ShowWalkProgress(context, "Installing ", child.target);
-        return;
-      }
-      WalkLog("        Note: file size is not matching, installed ", sizeText, ", current ",
-              diskSize, ". Proceeding with installation.");
-    }
+  if (exists && GetExtension(child.target) != "presets") {
+    if (AlreadyInstalled(context, child, itemTime)) return;
   } else {
     MString folder = GetDirectory(child.target);
     WalkLog("    Creating directory ", folder);

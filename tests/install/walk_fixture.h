@@ -78,10 +78,12 @@ class WalkTest : public FileTestBase {
   }
 
   void Install(MXMLItem& root, bool allowAll = true) {
-    InstallPackageTree(context, root, package.get(), &presets, nullptr, allowAll, false);
+    InstallPackageTree(context, root,
+                       {.library = package.get(), .presetContext = &presets, .allowAllPossible = allowAll});
   }
   void Uninstall(MXMLItem& stateTree) {
-    InstallPackageTree(context, stateTree, nullptr, &presets, nullptr, true, true);
+    InstallPackageTree(context, stateTree,
+                       {.mode = WalkMode::kUninstall, .presetContext = &presets, .allowAllPossible = true});
   }
 
   // The log since the last call; the log goes on in a fresh file.

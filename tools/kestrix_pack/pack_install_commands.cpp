@@ -141,14 +141,16 @@ void Run(const InstallRequest& request) {
   if (request.uninstall) {
     MXMLItem state;
     LoadStateFile(state, Text(request.file));
-    InstallPackageTree(context, state, nullptr, &presets, nullptr, true, true);
+    InstallPackageTree(context, state,
+                       {.mode = WalkMode::kUninstall, .presetContext = &presets, .allowAllPossible = true});
   } else {
     MPackageFile package;
     MXMLItem& root = package.Open(Text(request.file));
     PrepareTree(root, request);
     for (const std::string& name : request.enabled) context.EnabledItems.Add(Text(name));
     if (!request.state.empty()) SaveStateFile(root, Text(request.state));
-    InstallPackageTree(context, root, &package, &presets, nullptr, true, false);
+    InstallPackageTree(context, root,
+                       {.library = &package, .presetContext = &presets, .allowAllPossible = true});
   }
   PrintSummary(context, request.uninstall);
 }
