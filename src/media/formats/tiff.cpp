@@ -231,10 +231,12 @@ void LoadTIFF(MBitmap& bitmap, MStream& stream) {
       if (layout.samples != 1 || !TIFFGetField(tiff, TIFFTAG_COLORMAP, &red, &green, &blue))
         Fail("Error loading TIFF image.");
       layout.palette.resize(256 * 3);
+      // 16-bit map entries, rounded to 8 bits.
+      auto eight = [](uint16_t value) { return static_cast<uint8_t>((value * 255u + 32767u) / 65535u); };
       for (size_t i = 0; i < 256; ++i) {
-        layout.palette[i * 3] = static_cast<uint8_t>(blue[i] >> 8);
-        layout.palette[i * 3 + 1] = static_cast<uint8_t>(green[i] >> 8);
-        layout.palette[i * 3 + 2] = static_cast<uint8_t>(red[i] >> 8);
+        layout.palette[i * 3] = eight(blue[i]);
+        layout.palette[i * 3 + 1] = eight(green[i]);
+        layout.palette[i * 3 + 2] = eight(red[i]);
       }
       direct = true;
       break;
