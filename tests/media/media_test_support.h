@@ -55,13 +55,14 @@ inline int MaxDifference(const MBitmap& bitmap, const std::string& rgba) {
   return worst;
 }
 
-// Colour rings with an alpha ramp from left to right: every channel varies.
+// Smooth ramps, one per channel, alpha from left to right: every channel varies
+// and JPEG can keep them.
 inline MBitmap TestPicture(int32_t width, int32_t height) {
   MBitmap bitmap(width, height);
   for (int32_t y = 0; y < height; ++y)
     for (int32_t x = 0; x < width; ++x) {
       uint8_t* pixel = bitmap.Row(y) + x * 4;
-      pixel[0] = static_cast<uint8_t>((x * x + y * y) / 7);
+      pixel[0] = static_cast<uint8_t>((x + y) * 255 / std::max(1, width + height - 2));
       pixel[1] = static_cast<uint8_t>(x * 255 / std::max(1, width - 1));
       pixel[2] = static_cast<uint8_t>(y * 255 / std::max(1, height - 1));
       pixel[3] = static_cast<uint8_t>(255 - x * 200 / std::max(1, width - 1));

@@ -14,6 +14,7 @@
 
 // jpeglib.h uses size_t and FILE without including their headers.
 #include <jpeglib.h>
+#include <jerror.h>
 #include <string>
 #include <vector>
 
@@ -40,8 +41,17 @@ struct ErrorManager {
   std::longjmp(errors->jump, 1);
 }
 
-// Warnings (corrupt but decodable data) are not printed.
+// Warnings are not printed. Those that say image data is missing (a scan cut
+// short by a marker, a file that ends early) are failures: the library would
+// fill the rest with grey, and a small file with a large header would cost the
+// whole image's memory for nothing.
 void OutputMessage(j_common_ptr) {}
+
+void EmitMessage(j_common_ptr info, int level) {
+  int code = info->err->msg_code;
+  if (level < 0 && (code == JWRN_HIT_MARKER || code == JWRN_JPEG_EOF)) (*info->err->error_exit)(info);
+  if (level < 0) info->err->num_warnings++;
+}
 
 [[noreturn]] void FailWith(j_common_ptr info, const char* text) {
   ErrorManager* errors = reinterpret_cast<ErrorManager*>(info->err);
@@ -53,6 +63,7 @@ void InstallErrors(ErrorManager& errors) {
   jpeg_std_error(&errors.library);
   errors.library.error_exit = ErrorExit;
   errors.library.output_message = OutputMessage;
+  errors.library.emit_message = EmitMessage;
   errors.text[0] = 0;
 }
 
@@ -119,6 +130,9 @@ class JpegDecoder {
     source_.block = &block_;
     source_.failure[0] = 0;
     info_.src = &source_.library;
+    // The library's own blocks (the coefficients of a progressive image) stay
+    // within what the largest bitmap may take.
+    info_.mem->max_memory_to_use = static_cast<long>(MBitmap::kMaxPixels * 4);
   }
   ~JpegDecoder() { jpeg_destroy_decompress(&info_); }
   JpegDecoder(const JpegDecoder&) = delete;

@@ -19,6 +19,13 @@ constexpr int32_t kAlphaRowsWritten = 1;
 
 [[noreturn]] void ThrowCorrupt() { throw MException(MString("MIMG file is corrupt."), kErrorIO); }
 
+// A compressed part must end where its data ends: reading on proves the
+// checksum (a damaged or cut stream throws) and finds data beyond the image.
+void CheckEnd(MZLIBStream& inflate) {
+  uint8_t extra;
+  if (inflate.Read(&extra, 1) != 0) ThrowCorrupt();
+}
+
 void ReadRaw(MBitmap& bitmap, MStream& stream, const MMIMGHeader& header) {
   bitmap.Create(header.width, header.height);
   if (bitmap.IsEmpty()) return;
@@ -29,7 +36,10 @@ void ReadRaw(MBitmap& bitmap, MStream& stream, const MMIMGHeader& header) {
   int64_t palette = count + MBitmap::kPaletteDataSize;
   if (palette <= trueColour) {
     int64_t got = inflate.Read(bitmap.Bytes(), trueColour);
-    if (got == trueColour) return;
+    if (got == trueColour) {
+      CheckEnd(inflate);
+      return;
+    }
     // A palette bitmap's body is shorter; any other length is a short read.
     if (got != palette || inflate.Read(bitmap.Bytes(), 1) != 0)
       throw MException(MString("Could not read the required data from stream."), kErrorIO);
@@ -43,10 +53,11 @@ void ReadRaw(MBitmap& bitmap, MStream& stream, const MMIMGHeader& header) {
   std::vector<uint8_t> body(static_cast<size_t>(palette));
   int64_t got = inflate.Read(body.data(), palette);
   if (got == palette) {
+    CheckEnd(inflate);
     bitmap.CreatePalette(header.width, header.height);
     std::memcpy(bitmap.Bytes(), body.data(), body.size());
   } else if (got == trueColour) {
-    std::memcpy(bitmap.Bytes(), body.data(), static_cast<size_t>(trueColour));
+    std::memcpy(bitmap.Bytes(), body.data(), static_cast<size_t>(trueColour));  // ended already
   } else {
     throw MException(MString("Could not read the required data from stream."), kErrorIO);
   }
@@ -70,6 +81,7 @@ void ReadJPEGWithAlpha(MBitmap& bitmap, MStream& stream, const MMIMGHeader& head
   int64_t count = static_cast<int64_t>(header.width) * header.height;
   std::vector<uint8_t> alpha(static_cast<size_t>(count));
   inflate.ReadExact(alpha.data(), count);
+  CheckEnd(inflate);
   int64_t period = header.alphaRows == 0 ? count : static_cast<int64_t>(header.alphaRows) * header.width;
   for (int64_t i = period; i < count; ++i)
     alpha[static_cast<size_t>(i)] =
