@@ -54,10 +54,15 @@ unsigned long ReadStream(FT_Stream record, unsigned long offset, unsigned char* 
 
 void CloseStream(FT_Stream) {}
 
-[[noreturn]] void ThrowFaceError(FT_Error error) {
-  throw MException(MString(error == FT_Err_Unknown_File_Format
-                               ? "Invalid file contents. Unknown font file format."
-                               : "Invalid file contents. Invalid font file format."),
+// FreeType answers "unknown format" whenever no driver takes the data, also for
+// a TrueType or OpenType file that is merely cut short. Data that begins like
+// one of those is a font of a known format with bad content.
+[[noreturn]] void ThrowFaceError(const uint8_t* start, int64_t size) {
+  static const char* const kTags[] = {"\x00\x01\x00\x00", "OTTO", "true", "ttcf"};
+  bool known = false;
+  for (const char* tag : kTags) known = known || (size >= 4 && std::memcmp(start, tag, 4) == 0);
+  throw MException(MString(known ? "Invalid file contents. Invalid font file format."
+                                 : "Invalid file contents. Unknown font file format."),
                    kErrorIO);
 }
 
@@ -94,7 +99,9 @@ std::unique_ptr<MFontFace> MFontFace::OpenFile(const MString& path) {
   FT_Error error = FT_Open_Face(source.library.get(), &arguments, 0, &face->face_);
   if (error != 0) {
     face->face_ = nullptr;
-    ThrowFaceError(error);
+    uint8_t start[4] = {};
+    int64_t got = ReadStream(&source.stream, 0, start, 4);
+    ThrowFaceError(start, got);
   }
   return face;
 }
@@ -107,7 +114,7 @@ std::unique_ptr<MFontFace> MFontFace::OpenMemory(const void* data, int64_t size)
                                       static_cast<FT_Long>(size), 0, &face->face_);
   if (error != 0) {
     face->face_ = nullptr;
-    ThrowFaceError(error);
+    ThrowFaceError(static_cast<const uint8_t*>(data), size);
   }
   return face;
 }
