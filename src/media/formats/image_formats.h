@@ -7,10 +7,11 @@
 // a lying header costs no memory. The words of each format's failures:
 //
 //   PNG   "Could not initialize libpng.", "Could not initialize libpng info
-//         structure.", "Error loading a PNG file." (the library's text follows),
+//         structure.", "Error loading a PNG file.",
 //         "Error loading PNG palette."; saving "Empty image cannot be saved to PNG."
 //   JPEG  "Error loading JPEG file - {0}" with the library's text; input that
-//         ends early gives "Error loading JPEG file - read error"
+//         ends early gives "Error loading JPEG file - read error", and the
+//         library's warnings of missing image data count as failures
 //   GIF   "Error initiating GIF input.", "Error loading GIF image.", "No images
 //         found in the GIF file.", "Error loading GIF image data.", "Could not
 //         retrieve image palette."; the first image of the file is taken

@@ -79,15 +79,13 @@ void ReadJPEGWithAlpha(MBitmap& bitmap, MStream& stream, const MMIMGHeader& head
   MZLIBStream inflate;
   inflate.Init(&alphaPart, false);
   int64_t count = static_cast<int64_t>(header.width) * header.height;
-  std::vector<uint8_t> alpha(static_cast<size_t>(count));
-  inflate.ReadExact(alpha.data(), count);
+  MClearedBlock alpha = AllocateCleared(count);
+  inflate.ReadExact(alpha.get(), count);
   CheckEnd(inflate);
   int64_t period = header.alphaRows == 0 ? count : static_cast<int64_t>(header.alphaRows) * header.width;
-  for (int64_t i = period; i < count; ++i)
-    alpha[static_cast<size_t>(i)] =
-        static_cast<uint8_t>(alpha[static_cast<size_t>(i - period)] + alpha[static_cast<size_t>(i)] + 128);
+  for (int64_t i = period; i < count; ++i) alpha[i] = static_cast<uint8_t>(alpha[i - period] + alpha[i] + 128);
   uint8_t* pixels = bitmap.Bytes();
-  for (int64_t i = 0; i < count; ++i) pixels[i * 4 + 3] = alpha[static_cast<size_t>(i)];
+  for (int64_t i = 0; i < count; ++i) pixels[i * 4 + 3] = alpha[i];
 }
 
 // The header's eight 32-bit fields and the reserved bytes.

@@ -35,14 +35,18 @@ void ReadFunction(png_structp png, png_bytep data, png_size_t size) {
 }
 
 struct WriteTarget {
-  MStream* stream;
-  bool failed;
+  MStream* stream = nullptr;
+  bool failed = false;
+  MString failure;  // the stream's message
 };
 
 void WriteFunction(png_structp png, png_bytep data, png_size_t size) {
   WriteTarget* target = static_cast<WriteTarget*>(png_get_io_ptr(png));
   try {
     target->stream->Write(data, static_cast<int64_t>(size));
+  } catch (const MException& failure) {
+    target->failed = true;
+    target->failure = failure.message;
   } catch (...) {
     target->failed = true;
   }
@@ -163,9 +167,11 @@ void SavePNG(const MBitmap& source, MStream& stream) {
   const MBitmap& bitmap = TrueColour(source, scratch);
   std::vector<png_bytep> rows(static_cast<size_t>(bitmap.Height()));
   for (int32_t y = 0; y < bitmap.Height(); ++y) rows[static_cast<size_t>(y)] = const_cast<png_bytep>(bitmap.Row(y));
-  WriteTarget target{&stream, false};
+  WriteTarget target;
+  target.stream = &stream;
   PngWriter writer;
-  if (!writer.Write(bitmap, target, rows)) throw MException(MString("Error saving a PNG file."), kErrorIO);
+  if (!writer.Write(bitmap, target, rows))
+    throw MException(target.failure.IsEmpty() ? MString("Error saving a PNG file.") : target.failure, kErrorIO);
 }
 
 }  // namespace kx

@@ -5,7 +5,8 @@
 // (associated alpha is divided out). Other photometric forms (CMYK, Lab, YCbCr
 // without JPEG) go through the library's RGBA reader. The library's messages and
 // warnings go to handlers of this open only, never to standard error; its
-// single allocations are capped, so a lying strip or tile size costs no memory.
+// single allocations are capped, and the strip and tile blocks are cleared by
+// the system, so a lying strip or tile size costs no memory.
 #include <tiffio.h>
 
 #include <algorithm>
@@ -130,14 +131,14 @@ void ReadStrips(TIFF* tiff, const Layout& layout, MBitmap& bitmap) {
   rowsPerStrip = std::clamp<uint32_t>(rowsPerStrip, 1, layout.height);
   tmsize_t rowBytes = TIFFScanlineSize(tiff);
   if (rowBytes < static_cast<tmsize_t>(layout.width) * layout.samples) Fail("Error loading TIFF image.");
-  std::vector<uint8_t> strip(static_cast<size_t>(rowBytes) * rowsPerStrip);
+  MClearedBlock strip = AllocateCleared(static_cast<int64_t>(rowBytes) * rowsPerStrip);
   for (uint32_t y = 0; y < layout.height; y += rowsPerStrip) {
     uint32_t rows = std::min(rowsPerStrip, layout.height - y);
     tmsize_t wanted = rowBytes * rows;
-    if (TIFFReadEncodedStrip(tiff, TIFFComputeStrip(tiff, y, 0), strip.data(), wanted) < wanted)
+    if (TIFFReadEncodedStrip(tiff, TIFFComputeStrip(tiff, y, 0), strip.get(), wanted) < wanted)
       Fail("Error loading TIFF image.");
     for (uint32_t r = 0; r < rows; ++r)
-      ConvertRow(layout, strip.data() + r * rowBytes, layout.width, bitmap.Row(static_cast<int32_t>(y + r)));
+      ConvertRow(layout, strip.get() + r * rowBytes, layout.width, bitmap.Row(static_cast<int32_t>(y + r)));
   }
 }
 
@@ -149,15 +150,15 @@ void ReadTiles(TIFF* tiff, const Layout& layout, MBitmap& bitmap) {
   if (tileWidth == 0 || tileHeight == 0 || tileBytes <= 0 ||
       tileBytes < static_cast<tmsize_t>(tileWidth) * tileHeight * layout.samples)
     Fail("Error loading TIFF image.");
-  std::vector<uint8_t> tile(static_cast<size_t>(tileBytes));
+  MClearedBlock tile = AllocateCleared(tileBytes);
   tmsize_t rowBytes = static_cast<tmsize_t>(tileWidth) * layout.samples;
   for (uint32_t y = 0; y < layout.height; y += tileHeight) {
     for (uint32_t x = 0; x < layout.width; x += tileWidth) {
-      if (TIFFReadTile(tiff, tile.data(), x, y, 0, 0) < 0) Fail("Error loading TIFF image.");
+      if (TIFFReadTile(tiff, tile.get(), x, y, 0, 0) < 0) Fail("Error loading TIFF image.");
       uint32_t columns = std::min(tileWidth, layout.width - x);
       uint32_t rows = std::min(tileHeight, layout.height - y);
       for (uint32_t r = 0; r < rows; ++r)
-        ConvertRow(layout, tile.data() + r * rowBytes, columns, bitmap.Row(static_cast<int32_t>(y + r)) + x * 4);
+        ConvertRow(layout, tile.get() + r * rowBytes, columns, bitmap.Row(static_cast<int32_t>(y + r)) + x * 4);
     }
   }
 }
