@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -17,11 +18,13 @@ namespace kx {
 namespace {
 
 // Offers only Read (and a position), from a string: everything else is the base's.
+// A read gives at most `piece` bytes, as a socket or a pipe may.
 class ReadOnlySource : public MStream {
  public:
-  explicit ReadOnlySource(std::string data) : data_(std::move(data)) {}
+  explicit ReadOnlySource(std::string data, int64_t piece = INT64_MAX)
+      : data_(std::move(data)), piece_(piece) {}
   int64_t Read(void* target, int64_t size) override {
-    int64_t n = std::min(size, static_cast<int64_t>(data_.size()) - position_);
+    int64_t n = std::min({size, piece_, static_cast<int64_t>(data_.size()) - position_});
     if (n <= 0) return 0;
     std::memcpy(target, data_.data() + position_, static_cast<size_t>(n));
     position_ += n;
@@ -32,6 +35,7 @@ class ReadOnlySource : public MStream {
 
  private:
   std::string data_;
+  int64_t piece_;
   int64_t position_ = 0;
 };
 
@@ -190,6 +194,11 @@ TEST(StreamBase, HexRoundTripInUpperCaseAcrossBlocks) {
   std::string back(300, '\0');
   EXPECT_EQ(source.ReadHex(back.data(), 400), 300);  // the text ends first
   EXPECT_EQ(back, bytes);
+  // Reads that end between the two digits of a byte lose nothing.
+  ReadOnlySource oddPieces(text, 3);
+  std::string again(300, '\0');
+  EXPECT_EQ(oddPieces.ReadHex(again.data(), 300), 300);
+  EXPECT_EQ(again, bytes);
   ReadOnlySource lower("ff");
   unsigned char one[1];
   EXPECT_EQ(lower.ReadHex(one, 1), 1);

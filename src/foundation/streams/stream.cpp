@@ -179,7 +179,15 @@ int64_t MStream::ReadHex(void* data, int64_t size) {
   int64_t decoded = 0;
   while (decoded < size) {
     int64_t want = std::min<int64_t>(size - decoded, 128);
-    int64_t got = Read(text, 2 * want) / 2;
+    // A read may end between the two digits of a byte (a socket, a pipe): read
+    // on until the pairs are whole or the text ends.
+    int64_t digits = 0;
+    while (digits < 2 * want) {
+      int64_t piece = Read(text + digits, 2 * want - digits);
+      if (piece <= 0) break;
+      digits += piece;
+    }
+    int64_t got = digits / 2;
     for (int64_t i = 0; i < got; ++i) {
       bytes[decoded + i] = static_cast<unsigned char>(
           HexDigitValue(static_cast<unsigned char>(text[2 * i])) * 16 +
