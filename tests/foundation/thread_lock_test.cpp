@@ -94,5 +94,18 @@ TEST(MSemaphoreTest, EveryReleaseWakesExactlyOneAcquire) {
   EXPECT_EQ(semaphore.pendingCount.load(), 0);
 }
 
+// A wait that takes no unit gives its claim back: the count is as before, and
+// the next Release is there for the next Acquire at once.
+TEST(MSemaphoreTest, FailedWaitGivesItsCountBack) {
+  MSemaphore semaphore;
+  EXPECT_FALSE(semaphore.Acquire(0));
+  EXPECT_FALSE(semaphore.Acquire(1));
+  EXPECT_EQ(semaphore.pendingCount.load(), 0);
+  semaphore.Release();
+  EXPECT_EQ(semaphore.pendingCount.load(), 1);
+  EXPECT_TRUE(semaphore.Acquire(0));
+  EXPECT_EQ(semaphore.pendingCount.load(), 0);
+}
+
 }  // namespace
 }  // namespace kx

@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <semaphore.h>
+#include <time.h>
 
 #include <new>
 
@@ -29,9 +30,25 @@ void SystemSemaphore::Post() {
   sem_post(Native(storage_));
 }
 
-bool SystemSemaphore::Wait() {
+bool SystemSemaphore::Wait(int64_t timeoutMilliseconds) {
+  sem_t* semaphore = Native(storage_);
+  if (timeoutMilliseconds == 0) return sem_trywait(semaphore) == 0;
+  timespec deadline{};
+  if (timeoutMilliseconds > 0) {
+    // On the monotonic clock, so that a change of the wall clock neither
+    // shortens nor stretches the wait.
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += static_cast<time_t>(timeoutMilliseconds / 1000);
+    deadline.tv_nsec += static_cast<long>(timeoutMilliseconds % 1000) * 1000000L;
+    if (deadline.tv_nsec >= 1000000000L) {
+      deadline.tv_sec += 1;
+      deadline.tv_nsec -= 1000000000L;
+    }
+  }
   for (;;) {
-    if (sem_wait(Native(storage_)) == 0) return true;
+    int result = timeoutMilliseconds < 0 ? sem_wait(semaphore)
+                                         : sem_clockwait(semaphore, CLOCK_MONOTONIC, &deadline);
+    if (result == 0) return true;
     if (errno != EINTR) return false;
   }
 }

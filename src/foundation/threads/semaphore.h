@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "foundation/platform/semaphore.h"
+#include "foundation/threads/lock.h"
 
 namespace kx {
 
@@ -18,9 +19,10 @@ class MSemaphore {
 
   // Adds one unit, waking one sleeper if there is one.
   void Release();
-  // Takes one unit, sleeping until there is one. False when the system wait
-  // failed; the caller then starts over.
-  bool Acquire();
+  // Takes one unit, sleeping until there is one or the time is up (a negative
+  // timeout waits without limit, 0 only tries). False when no unit was taken:
+  // the time ran out or the system wait failed; the caller then starts over.
+  bool Acquire(int64_t timeoutMilliseconds = kWaitForever);
 
   std::atomic<int32_t> pendingCount{0};
 
