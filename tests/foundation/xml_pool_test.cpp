@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 #include <vector>
 
@@ -42,6 +44,28 @@ TEST(MNodePoolTest, TreesReturnTheirNodesToThePools) {
   EXPECT_EQ(XMLItemPool().TotalNodes(), itemTotal);
   EXPECT_EQ(XMLAttributePool().TotalNodes(), attributeTotal);
   EXPECT_EQ(BufferRecordPool().TotalNodes(), bufferTotal);
+}
+
+// The pools hold nodes of their class's size: anything larger (a class derived
+// from a pooled one) must not be cut from them.
+TEST(MNodePoolTest, LargerObjectsDoNotComeFromThePools) {
+  struct WiderItem : MXMLItem {
+    char extra[256];
+  };
+  struct WiderAttribute : MXMLAttribute {
+    char extra[256];
+  };
+  int64_t items = XMLItemPool().LiveNodes();
+  int64_t attributes = XMLAttributePool().LiveNodes();
+  auto* item = new WiderItem;
+  auto* attribute = new WiderAttribute;
+  EXPECT_EQ(XMLItemPool().LiveNodes(), items);
+  EXPECT_EQ(XMLAttributePool().LiveNodes(), attributes);
+  std::fill(std::begin(item->extra), std::end(item->extra), 'x');
+  std::fill(std::begin(attribute->extra), std::end(attribute->extra), 'x');
+  delete item;
+  delete attribute;
+  EXPECT_EQ(XMLItemPool().LiveNodes(), items);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ class MVariant {
     bool ownedExternally = false;
     // Records come from a free-list pool (xml_pool.cpp): trees hold many.
     static void* operator new(size_t size);
-    static void operator delete(void* record) noexcept;
+    static void operator delete(void* record, size_t size) noexcept;
   };
 
   MVariant() = default;

@@ -4,7 +4,8 @@
 // An item owns its subitems and attributes; destroying or clearing it destroys
 // the whole subtree (iteratively, so trees of any depth are safe). Items and
 // attributes come from free-list pools (xml_pool.h): allocate them with `new`,
-// and hand subitems to the tree, which frees them.
+// and hand subitems to the tree, which frees them. A class derived from either
+// (larger, so from the heap) is deleted as itself, never handed to a tree.
 //
 // The fields are public for fast reading by walkers and serialisers; change the
 // lists only through the operations, which keep counts and links consistent.
@@ -41,9 +42,9 @@ class MXMLAttribute {
   MXMLAttribute(const MXMLAttribute&) = delete;
   MXMLAttribute& operator=(const MXMLAttribute&) = delete;
 
-  // Storage from the attribute pool.
+  // Storage from the attribute pool (a larger derived object: from the heap).
   static void* operator new(size_t size);
-  static void operator delete(void* node) noexcept;
+  static void operator delete(void* node, size_t size) noexcept;
 };
 
 class MXMLItem {
@@ -75,9 +76,9 @@ class MXMLItem {
   MXMLItem& operator=(const MXMLItem&) = delete;
   ~MXMLItem();
 
-  // Storage from the item pool.
+  // Storage from the item pool (a larger derived object: from the heap).
   static void* operator new(size_t size);
-  static void operator delete(void* node) noexcept;
+  static void operator delete(void* node, size_t size) noexcept;
 
   const MString& GetName() const { return name; }
   void SetName(const MString& itemName) { name = itemName; }

@@ -106,16 +106,41 @@ MNodePool& BufferRecordPool() {
   return *pool;
 }
 
-void* MXMLItem::operator new(size_t size) { return XMLItemPool().Allocate(); }
+// The pools hold nodes of their class's own size. A class derived from a pooled
+// one is larger: it comes from the general heap, and the sized delete sends it
+// back there.
+namespace {
 
-void MXMLItem::operator delete(void* node) noexcept { XMLItemPool().Free(node); }
+void* AllocateNode(MNodePool& pool, size_t size) {
+  return size <= pool.NodeSize() ? pool.Allocate() : ::operator new(size);
+}
 
-void* MVariant::Buffer::operator new(size_t size) { return BufferRecordPool().Allocate(); }
+void FreeNode(MNodePool& pool, void* node, size_t size) noexcept {
+  if (size <= pool.NodeSize()) {
+    pool.Free(node);
+  } else {
+    ::operator delete(node);
+  }
+}
 
-void MVariant::Buffer::operator delete(void* record) noexcept { BufferRecordPool().Free(record); }
+}  // namespace
 
-void* MXMLAttribute::operator new(size_t size) { return XMLAttributePool().Allocate(); }
+void* MXMLItem::operator new(size_t size) { return AllocateNode(XMLItemPool(), size); }
 
-void MXMLAttribute::operator delete(void* node) noexcept { XMLAttributePool().Free(node); }
+void MXMLItem::operator delete(void* node, size_t size) noexcept {
+  FreeNode(XMLItemPool(), node, size);
+}
+
+void* MVariant::Buffer::operator new(size_t size) { return AllocateNode(BufferRecordPool(), size); }
+
+void MVariant::Buffer::operator delete(void* record, size_t size) noexcept {
+  FreeNode(BufferRecordPool(), record, size);
+}
+
+void* MXMLAttribute::operator new(size_t size) { return AllocateNode(XMLAttributePool(), size); }
+
+void MXMLAttribute::operator delete(void* node, size_t size) noexcept {
+  FreeNode(XMLAttributePool(), node, size);
+}
 
 }  // namespace kx
