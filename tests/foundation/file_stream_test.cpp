@@ -45,6 +45,9 @@ TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
       {Path("plain") / "new.bin", MFileStream::kModeCreate,
        "File \"{0}\" could not be created. Make sure there is no write-protected file already "
        "existing.\nError: \"Not a directory\"."},
+      // A folder is no file to read, although the C library opens it.
+      {Path("folder"), MFileStream::kModeRead,
+       "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"Is a directory\"."},
       {Path("folder"), MFileStream::kModeCreate,
        "File \"{0}\" could not be created. Make sure there is no write-protected file already "
        "existing.\nError: \"Is a directory\"."},

@@ -20,4 +20,8 @@ int TruncateFile(std::FILE* file, int64_t length);
 // Pending output is written and the file's bytes are forced onto the disk.
 int SyncFile(std::FILE* file);
 
+// 0 when the open file holds bytes to read; the "is a directory" error for a
+// folder, which the C library opens for reading without complaint.
+int CheckNotDirectory(std::FILE* file);
+
 }  // namespace kx::platform

@@ -1,5 +1,6 @@
 #include "foundation/platform/file_handle.h"
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -26,6 +27,12 @@ int TruncateFile(std::FILE* file, int64_t length) {
 int SyncFile(std::FILE* file) {
   if (std::fflush(file) != 0) return errno;
   return ::fsync(::fileno(file)) == 0 ? 0 : errno;
+}
+
+int CheckNotDirectory(std::FILE* file) {
+  struct stat status {};
+  if (::fstat(::fileno(file), &status) != 0) return errno;
+  return S_ISDIR(status.st_mode) ? EISDIR : 0;
 }
 
 }  // namespace kx::platform

@@ -47,8 +47,14 @@ void MFileStream::Open(const MString& name, int mode) {
     libraryMode = "rb";
   }
   std::FILE* file = std::fopen(path.c_str(), libraryMode);
+  // A folder opens for reading, but its "size" is no count of bytes to read.
+  int failure = file ? platform::CheckNotDirectory(file) : LastSystemError();
+  if (file && failure) {
+    std::fclose(file);
+    file = nullptr;
+  }
   if (!file) {
-    MString error = GetSystemErrorText(LastSystemError());
+    MString error = GetSystemErrorText(failure);
     if (create) {
       throw MException(MFormat("File \"{0}\" could not be created. Make sure there is no "
                                "write-protected file already existing.\nError: \"{1}\".")
