@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <string>
 
+#include "support/failure_capture.h"
 #include "support/file_test_support.h"
 #include "foundation/text/base64.h"
 #include "foundation/xml/mbx.h"
+#include "foundation/compression/zlib_stream.h"
 #include "foundation/streams/memory_stream.h"
 #include "tree_test_support.h"
 
@@ -96,6 +98,43 @@ TEST(LoadAnyTest, DataOfNoFormAreRefusedQuietly) {
   FillStream(stream, "$not*base64\n");
   MXMLItem tree;
   EXPECT_EQ(MessageOf([&] { tree.LoadAny(stream); }), "Invalid character in base64 text.");
+}
+
+// A few hundred kilobytes of zlib that inflate to more than an MBX stream may hold are
+// refused at the limit, read in place or inflated, and LoadAny stays quiet.
+TEST(LoadAnyTest, MBXBeyondTheSizeLimitIsRefused) {
+  int32_t payload = static_cast<int32_t>(kMaxMBXSize);
+  std::string plain = "\0MBXXr\0Vb"s + std::string(reinterpret_cast<const char*>(&payload), 4);
+  plain.resize(plain.size() + kMaxMBXSize);
+  plain += "~";
+  MMemoryStream packed;
+  MZLIBStream deflater;
+  deflater.Init(&packed, true, 11);
+  deflater.Write(plain.data(), static_cast<int64_t>(plain.size()));
+  deflater.Terminate();
+  ASSERT_LT(packed.Size(), kMaxMBXSize / 100);
+
+  MConstMemoryStream inPlace(plain.data(), static_cast<int64_t>(plain.size()));
+  packed.Seek(0, kSeekBegin);
+  MZLIBStream inflater;
+  inflater.Init(&packed, false);
+  for (MStream* source : {static_cast<MStream*>(&inPlace), static_cast<MStream*>(&inflater)}) {
+    MXMLItem tree;
+    EXPECT_EQ(MessageOf([&] { tree.ReadMBX(*source); }), kMBXTooLarge);
+  }
+  packed.Seek(0, kSeekBegin);
+  MXMLItem tree;
+  EXPECT_FALSE(TryLoadAny(tree, packed));
+}
+
+TEST(LoadAnyTest, MemoryRunningOutIsTheLoadersFailure) {
+  MExhaustingStream binary("\0MBX"s);
+  MExhaustingStream text("<r>"s);
+  MXMLItem tree;
+  EXPECT_EQ(MessageOf([&] { tree.ReadMBX(binary); }), kMBXTooLarge);
+  EXPECT_EQ(MessageOf([&] { tree.LoadXML(text); }), "Error parsing a XML file.");
+  binary.Seek(0, kSeekBegin);
+  EXPECT_FALSE(TryLoadAny(tree, binary));
 }
 
 class TreeFileTest : public FileTestBase {};

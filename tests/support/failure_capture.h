@@ -1,12 +1,16 @@
-// Small helpers shared by the stream tests: the failure a body throws, and
-// reproducible random bytes.
+// Small helpers shared by the stream tests: the failure a body throws,
+// reproducible random bytes, and a stream whose memory runs out.
 #pragma once
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
+#include <new>
 #include <random>
 #include <string>
 
 #include "foundation/core/exception.h"
+#include "foundation/streams/stream.h"
 
 namespace kx {
 
@@ -26,5 +30,26 @@ inline std::string RandomBytes(size_t size, unsigned seed) {
   for (auto& c : data) c = static_cast<char>(random());
   return data;
 }
+
+// Gives its bytes, then fails as an allocation deep in a decoder would.
+class MExhaustingStream : public MStream {
+ public:
+  explicit MExhaustingStream(std::string bytes) : bytes_(std::move(bytes)) {}
+  int64_t Read(void* data, int64_t size) override {
+    if (position_ >= static_cast<int64_t>(bytes_.size())) throw std::bad_alloc();
+    int64_t n = std::min(size, static_cast<int64_t>(bytes_.size()) - position_);
+    std::memcpy(data, bytes_.data() + position_, static_cast<size_t>(n));
+    position_ += n;
+    return n;
+  }
+  int64_t Seek(int64_t offset, int origin) override {
+    return position_ = origin == kSeekBegin ? offset : position_ + offset;
+  }
+  int64_t GetPosition() override { return position_; }
+
+ private:
+  std::string bytes_;
+  int64_t position_ = 0;
+};
 
 }  // namespace kx

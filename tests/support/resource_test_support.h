@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/failure_capture.h"
 #include "support/file_test_support.h"
 #include "foundation/resources/resource_library.h"
 #include "foundation/xml/xml_item.h"
@@ -25,13 +26,6 @@ inline std::string TextBytes(size_t size, unsigned seed) {
     if (random() % 7 == 0) data += static_cast<char>(random());
   }
   data.resize(size);
-  return data;
-}
-
-inline std::string RandomBytes(size_t size, unsigned seed) {
-  std::mt19937 random(seed);
-  std::string data(size, '\0');
-  for (char& c : data) c = static_cast<char>(random());
   return data;
 }
 

@@ -1,6 +1,7 @@
 #include "foundation/xml/mbx_reader.h"
 
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "foundation/core/exception.h"
@@ -207,26 +208,35 @@ void MXMLItem::ReadMBX(MStream& stream) {
   if (stream.Read(magic, sizeof magic) != static_cast<int64_t>(sizeof magic) ||
       std::memcmp(magic, kMBXMagic, sizeof magic) != 0)
     throw MException("Not an MBX file.");
-  // A stream in memory is read where it lies; any other is copied into memory
-  // first, since the command loop works on one block.
-  const char* data = nullptr;
-  int64_t size = 0;
-  if (auto* memory = dynamic_cast<MMemoryStream*>(&stream)) {
-    data = memory->Data();
-    size = memory->Size();
-  } else if (auto* constant = dynamic_cast<MConstMemoryStream*>(&stream)) {
-    data = constant->Data();
-    size = constant->Size();
+  try {
+    // A stream in memory is read where it lies; any other is copied into memory
+    // first, since the command loop works on one block.
+    const char* data = nullptr;
+    int64_t size = 0;
+    if (auto* memory = dynamic_cast<MMemoryStream*>(&stream)) {
+      data = memory->Data();
+      size = memory->Size();
+    } else if (auto* constant = dynamic_cast<MConstMemoryStream*>(&stream)) {
+      data = constant->Data();
+      size = constant->Size();
+    }
+    if (data) {
+      int64_t start = stream.GetPosition();
+      stream.Seek(0, kSeekEnd);  // the whole rest belongs to the tree, as when copied
+      if (size - start > kMaxMBXSize) throw MException(kMBXTooLarge);
+      MMBXReader(data + start, size - start).ReadTree(*this);
+      return;
+    }
+    MMemoryStream block;
+    char beyond = 0;
+    if (CopyStream(stream, block, kMaxMBXSize) == kMaxMBXSize && stream.Read(&beyond, 1) > 0)
+      throw MException(kMBXTooLarge);
+    MMBXReader(block.Data(), block.Size()).ReadTree(*this);
+  } catch (const std::bad_alloc&) {
+    // What was built stays, as with any other failure; the memory it holds is
+    // the caller's to give back by clearing the tree.
+    throw MException(kMBXTooLarge);
   }
-  if (data) {
-    int64_t start = stream.GetPosition();
-    stream.Seek(0, kSeekEnd);  // the whole rest belongs to the tree, as when copied
-    MMBXReader(data + start, size - start).ReadTree(*this);
-    return;
-  }
-  MMemoryStream block;
-  CopyStream(stream, block);
-  MMBXReader(block.Data(), block.Size()).ReadTree(*this);
 }
 
 void MXMLItem::ReadMBXAuto(MStream& stream) {

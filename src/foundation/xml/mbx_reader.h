@@ -21,6 +21,12 @@
 // stream: a memory stream where it lies, any other copied into memory first.
 // Either way the stream is left at its end. ReadMBXAuto tries the stream as a
 // zlib stream first and, on any failure, reads it plain from the same place.
+//
+// Catalogues come over plain HTTP, and a few hundred kilobytes of zlib can
+// inflate to gigabytes: ReadMBX takes at most kMaxMBXSize bytes after the magic,
+// and refuses more (and any allocation that fails while it reads, tree nodes
+// included) with kMBXTooLarge. Every size inside the stream is checked against
+// what the stream holds, so nothing the data claim can ask for more.
 #pragma once
 
 #include <cstdint>
@@ -30,6 +36,11 @@
 #include "foundation/xml/xml_name.h"
 
 namespace kx {
+
+// The largest command stream ReadMBX takes (64 MiB): settings and catalogues are
+// a few megabytes, and a tree takes several times its MBX size in memory.
+inline constexpr int64_t kMaxMBXSize = int64_t{64} << 20;
+inline constexpr const char* kMBXTooLarge = "MBX data is too large to load.";
 
 class MXMLItem;
 

@@ -148,13 +148,15 @@ class MXMLItem {
 
   // --- text form (xml_item_io.cpp)
   // Clears the tree and parses text XML into it. Throws the parser's messages,
-  // "The XML does not contain any elements." for a document without elements.
+  // "The XML does not contain any elements." for a document without elements,
+  // and "Error parsing a XML file." also when the memory runs out.
   void LoadXML(MStream& stream);
   // Writes text XML (header line, pretty or compact). With `compress` a
   // quality-100 MZLIBStream stands between and the text is compact in any case.
   void SaveXML(MStream& stream, bool compress = false, bool compact = false) const;
 
-  // --- binary form and files: defined with the MBX code (mbx_*.cpp)
+  // --- binary form and files: defined with the MBX code (mbx_*.cpp; the limit
+  // on the size of an MBX stream is in mbx_reader.h)
   void ReadMBX(MStream& stream);
   void ReadMBXAuto(MStream& stream);
   void LoadAny(MStream& stream);

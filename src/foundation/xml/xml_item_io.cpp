@@ -1,4 +1,6 @@
 // The text form of the tree: LoadXML and SaveXML.
+#include <new>
+
 #include "foundation/core/exception.h"
 #include "foundation/streams/stream.h"
 #include "foundation/xml/xml_builder.h"
@@ -12,9 +14,16 @@ namespace kx {
 void MXMLItem::LoadXML(MStream& stream) {
   Clear();
   name.Clear();
-  MXMLItemBuilder builder(*this);
-  MXMLParser parser(stream);
-  if (!parser.Parse(builder)) throw MException("Error parsing a XML file.");
+  bool parsed = false;
+  try {
+    MXMLItemBuilder builder(*this);
+    MXMLParser parser(stream);
+    parsed = parser.Parse(builder);
+  } catch (const std::bad_alloc&) {
+    // Data too large for the memory are data that could not be parsed.
+    parsed = false;
+  }
+  if (!parsed) throw MException("Error parsing a XML file.");
   if (name.IsEmpty()) throw MException("The XML does not contain any elements.");
 }
 
