@@ -102,6 +102,8 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
   outside.Write(outsideBytes, false);
 
   const std::string shortRead = "Could not read the required data from stream.";
+  const std::string corrupt = "Resource library file is corrupt.";
+  const int32_t kHalf = static_cast<int32_t>(MResourceLibrary::kMaxSmallLibrarySize / 2);
   struct Case {
     const char* name;
     std::string bytes;
@@ -110,7 +112,9 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
       {"empty", "", shortRead},
       {"negative definition", Header(-1, 0), shortRead},
       {"data missing", good.substr(0, good.size() - 1), shortRead},
-      {"sizes no stream holds", Header(0x7fffff00, 0x7fffff00) + "abc", shortRead},
+      {"sizes no stream holds", Header(kHalf, kHalf) + "abc", shortRead},
+      // A claim no library makes is refused before a byte is read by it.
+      {"sizes beyond the limit", Header(kHalf, kHalf + 1) + "abc", corrupt},
       {"no resources", Header(6, 0) + std::string("<a/>  "), "Could not find required subitem (resources)."},
       {"entry outside",
        std::string(outsideBytes.View()),
@@ -129,6 +133,10 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
       EXPECT_FALSE(library.IsAttached());
     }
   }
+  // Memory that runs out while the data block is read.
+  MExhaustingStream exhausting(Header(100, 0));
+  MResourceLibrary library;
+  EXPECT_EQ(MessageOf([&] { library.AttachSmall(exhausting); }), corrupt);
 }
 
 }  // namespace

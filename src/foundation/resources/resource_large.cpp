@@ -2,6 +2,7 @@
 // per stored file.
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "foundation/compression/bzip2_stream.h"
 #include "foundation/resources/resource_keys.h"
@@ -16,10 +17,6 @@ namespace kx {
 
 namespace {
 
-
-// A definition is at most 2 MiB as stored, but a compressed one could unfold into
-// any size before its digest is known: past this it is not a definition any more.
-constexpr int64_t kMaxUnfoldedDefinition = int64_t{256} << 20;
 
 [[noreturn]] void ThrowShortData() {
   throw MException(MString("Could not read the required data from stream."), kErrorIO);
@@ -38,7 +35,7 @@ class MLimitedMemoryStream final : public MStream {
  public:
   explicit MLimitedMemoryStream(MMemoryStream& target) : target_(target) {}
   void Write(const void* data, int64_t size) override {
-    if (target_.Size() + size > kMaxUnfoldedDefinition) ThrowCorrupt();
+    if (target_.Size() + size > MResourceLibrary::kMaxUnfoldedDefinition) ThrowCorrupt();
     target_.Write(data, size);
   }
 
@@ -193,6 +190,9 @@ void MResourceLibrary::AttachLarge(MStream& stream) {
     cursor_ = -1;
     flags_ = flags;
     attached_ = true;
+  } catch (const std::bad_alloc&) {
+    Close();
+    ThrowCorrupt();
   } catch (...) {
     Close();
     throw;

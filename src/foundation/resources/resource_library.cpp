@@ -3,6 +3,7 @@
 #include "foundation/resources/resource_library.h"
 
 #include <algorithm>
+#include <new>
 
 #include "foundation/core/exception.h"
 #include "foundation/streams/file_stream.h"
@@ -26,6 +27,8 @@ constexpr int64_t kReserveLimit = int64_t{16} << 20;
 [[noreturn]] void ThrowShortData() {
   throw MException(MString("Could not read the required data from stream."), kErrorIO);
 }
+
+[[noreturn]] void ThrowCorrupt() { throw MException(MString("Resource library file is corrupt.")); }
 
 }  // namespace
 
@@ -60,6 +63,9 @@ void MResourceLibrary::AttachSmall(MStream& stream) {
   Close();
   try {
     AttachSmallLayout(stream);
+  } catch (const std::bad_alloc&) {
+    Close();
+    ThrowCorrupt();
   } catch (...) {
     Close();
     throw;
@@ -74,6 +80,7 @@ void MResourceLibrary::AttachSmallLayout(MStream& stream) {
   int32_t dataSize = header[2];
   // Negative sizes promise bytes that no stream holds.
   if (definitionSize < 0 || dataSize < 0) ThrowShortData();
+  if (int64_t{definitionSize} + dataSize > kMaxSmallLibrarySize) ThrowCorrupt();
 
   auto* constant = dynamic_cast<MConstMemoryStream*>(&stream);
   const char* block = nullptr;

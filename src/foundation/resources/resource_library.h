@@ -16,6 +16,12 @@
 // the writer started), `filesize` (after decompression). Flags below; the files'
 // codec takes the byte filter with both codecs, the definition's only with zlib.
 //
+// Sizes a library claims are bounded before anything is read by them: the small
+// library's definition and data block together by kMaxSmallLibrarySize, the large
+// library's definition by kMaxDefinitionSize as stored and kMaxUnfoldedDefinition
+// once decompressed. A claim beyond them, and memory that runs out while a
+// library is attached, are "Resource library file is corrupt.".
+//
 // Failures (MException): "Cannot find requested resource ({0}).", "Attempt to
 // attach compressed resource using memory-stream.", "Could not read the required
 // data from stream." (a header or trailer that is not all there), "Invalid large
@@ -69,6 +75,13 @@ class MResourceLibrary {
     kScramble = 16,                // the byte filter of the compressed streams
   };
   static constexpr int64_t kMaxDefinitionSize = 0x200000;  // 2,097,152
+  // A compressed definition could unfold into any size before its digest is
+  // known: past this it is no definition any more.
+  static constexpr int64_t kMaxUnfoldedDefinition = int64_t{256} << 20;
+  // Definition and data block of a small library together (styles and what is
+  // compiled in are a few megabytes; one inside a compressed entry could claim
+  // up to 4 GiB).
+  static constexpr int64_t kMaxSmallLibrarySize = int64_t{256} << 20;
   static constexpr int64_t kTrailerSize = 28;
   static constexpr int64_t kSmallHeaderSize = 12;
   // Compressions of the parallel Build waiting to be written, at most.
