@@ -101,6 +101,33 @@ void Peer_LoadCompressedMBX_vs_LoadXML(benchmark::State& state) {
   Load(state, TheForms().xml);
 }
 
+// Text of one element cut into pieces by many empty child elements, as in
+// "<r>w <i/>w <i/>...</r>": every piece is joined to the value already read. The
+// range is the size of the text in bytes; the fitted complexity must read N.
+void LoadXML_TextSplitByItems(benchmark::State& state) {
+  const int64_t size = state.range(0);
+  std::string text = "<r>";
+  while (static_cast<int64_t>(text.size()) < size) text += "word <i/>";
+  text += "</r>";
+  kx::MXMLItem tree;
+  for (auto _ : state) {
+    state.PauseTiming();
+    tree.Clear();
+    state.ResumeTiming();
+    kx::MConstMemoryStream input(text.data(), static_cast<int64_t>(text.size()));
+    tree.LoadXML(input);
+    benchmark::DoNotOptimize(tree.value.Text().Length());
+  }
+  state.SetComplexityN(size);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * size);
+}
+
+BENCHMARK(LoadXML_TextSplitByItems)
+    ->RangeMultiplier(4)
+    ->Range(int64_t{64} << 10, int64_t{4} << 20)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity();
+
 BENCHMARK(Ours_LoadMBX_vs_LoadXML)->Unit(benchmark::kMillisecond);
 BENCHMARK(Peer_LoadMBX_vs_LoadXML)->Unit(benchmark::kMillisecond);
 BENCHMARK(Ours_LoadCompressedMBX_vs_LoadXML)->Unit(benchmark::kMillisecond);

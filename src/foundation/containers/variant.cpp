@@ -167,6 +167,11 @@ void MVariant::SetString(const MShortString& text) {
   text_ = std::move(copy);
 }
 
+void MVariant::AppendText(const MShortString& text) {
+  if (type_ != kString) SetString(AsString());
+  text_.Append(text);
+}
+
 void MVariant::SetBuffer(const void* data, int64_t size, bool compressed) {
   if (size < 0) size = 0;
   void* bytes = AllocateBytes(size);

@@ -74,6 +74,9 @@ class MVariant {
   void SetFloat(float value);
   void SetDouble(double value);
   void SetString(const MShortString& text);
+  // Appends to a string value in place, so that a value built from many pieces
+  // grows in amortised steps (any other type first becomes its AsString form).
+  void AppendText(const MShortString& text);
   // Type 7 holding a copy of the bytes.
   void SetBuffer(const void* data, int64_t size, bool compressed);
   // Type 7 referring to bytes that the caller keeps alive and frees.

@@ -38,10 +38,10 @@ bool MXMLItemBuilder::OnText(const MString& text) {
   if (current_->value.IsEmpty()) {
     current_->value.SetString(trimmed);
   } else {
-    MString joined = current_->value.AsString();
-    joined.Append(u' ');
-    joined.Append(trimmed);
-    current_->value.SetString(joined);
+    // In place: text cut into many pieces by child elements must not copy the
+    // whole value for each piece.
+    current_->value.AppendText(MShortString(" "));
+    current_->value.AppendText(trimmed);
   }
   return false;
 }
