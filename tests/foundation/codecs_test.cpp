@@ -192,6 +192,10 @@ TEST_P(ReadLineBufferTest, LinesOfEachCodec) {
       {"utf-16", "odd line feed at the end", Bytes({'a', 0, '\n'}), {u"a"}},
       {"windows-1251", "charset", Bytes({0xC0, 0xE1, '\r', '\n', 0x98, '\n', 'x'}),
        {u"\u0410\u0431", u"\uFFFD", u"x"}},
+      // A pair across the buffer's end is one character; a lead byte before the
+      // line feed is undefined and leaves the line end alone.
+      {"Shift_JIS", "double-byte charset", Bytes({'x', 0x82, 0xA0, 0x82, '\r', '\n', 0x83, 0x5C}),
+       {u"x\u3042\uFFFD", u"\u30BD"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.codec) + ": " + c.what);
@@ -263,7 +267,7 @@ std::vector<char16_t> IconvTable(const char* charset) {
 }
 
 TEST(CharsetCodecTest, EveryByteDecodesAsTheSystemConverterSaysAndEncodesBack) {
-  ASSERT_EQ(CharsetCount(), 28);
+  ASSERT_EQ(CharsetCount(), 29);
   std::string allBytes;
   for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<char>(b));
   for (int32_t i = 0; i < CharsetCount(); ++i) {
@@ -290,6 +294,96 @@ TEST(CharsetCodecTest, EveryByteDecodesAsTheSystemConverterSaysAndEncodesBack) {
   }
 }
 
+// The unit the C library's converter reads from a byte sequence: U+FFFD where it
+// refuses the sequence, kLeadUnit where the sequence is the start of a longer one.
+char16_t IconvUnit(iconv_t cd, std::string bytes) {
+  char out[16];
+  char* inPointer = bytes.data();
+  char* outPointer = out;
+  size_t inLeft = bytes.size(), outLeft = sizeof(out);
+  iconv(cd, nullptr, nullptr, nullptr, nullptr);
+  if (iconv(cd, &inPointer, &inLeft, &outPointer, &outLeft) == static_cast<size_t>(-1))
+    return errno == EINVAL ? kLeadUnit : kUndefinedUnit;
+  EXPECT_EQ(sizeof(out) - outLeft, 4u);
+  uint32_t cp;
+  std::memcpy(&cp, out, 4);
+  return static_cast<char16_t>(cp);
+}
+
+// The bytes the C library's converter writes for one unit.
+std::string IconvBytes(iconv_t cd, char16_t unit) {
+  uint32_t cp = unit;
+  char out[16];
+  char* inPointer = reinterpret_cast<char*>(&cp);
+  char* outPointer = out;
+  size_t inLeft = 4, outLeft = sizeof(out);
+  iconv(cd, nullptr, nullptr, nullptr, nullptr);
+  if (iconv(cd, &inPointer, &inLeft, &outPointer, &outLeft) == static_cast<size_t>(-1)) return "?";
+  return std::string(out, sizeof(out) - outLeft);
+}
+
+// Every byte and every pair after a lead byte reads as the converter says; every
+// unit read writes back as the converter writes it; the aliases it knows read
+// nothing differently.
+TEST(CharsetCodecTest, DoubleByteCharsetsReadAndWriteAsTheSystemConverter) {
+  ASSERT_EQ(DoubleByteCharsetCount(), 4);
+  for (int32_t i = 0; i < DoubleByteCharsetCount(); ++i) {
+    const MCharsetDefinition& definition = DoubleByteCharsetDefinition(i).bytes;
+    SCOPED_TRACE(definition.name);
+    MCodec& codec = GetCodec(definition.name);
+    std::vector<iconv_t> readers = {iconv_open("UTF-32LE", definition.name)};
+    for (const char* const* alias = definition.aliases; *alias; ++alias) {
+      // GB2312 is read as its superset GBK, which differs in two punctuation marks.
+      if (std::string(*alias).find("GB2312") != std::string::npos) continue;
+      if (iconv_t cd = iconv_open("UTF-32LE", *alias); cd != reinterpret_cast<iconv_t>(-1))
+        readers.push_back(cd);
+    }
+    iconv_t writer = iconv_open(definition.name, "UTF-32LE");
+    ASSERT_NE(readers[0], reinterpret_cast<iconv_t>(-1));
+    ASSERT_NE(writer, reinterpret_cast<iconv_t>(-1));
+
+    std::u16string read;
+    for (int lead = 0; lead < 256; ++lead) {
+      std::string one(1, static_cast<char>(lead));
+      char16_t alone = IconvUnit(readers[0], one);
+      EXPECT_EQ(definition.units[lead], alone) << "byte " << lead;
+      EXPECT_EQ(Decoded(codec, one), std::u16string(1, alone == kLeadUnit ? kUndefinedUnit : alone));
+      if (alone != kLeadUnit) {
+        read += alone;
+        continue;
+      }
+      for (int trail = 0; trail < 256; ++trail) {
+        std::string pair = one + static_cast<char>(trail);
+        char16_t expected = IconvUnit(readers[0], pair);
+        std::u16string decoded = Decoded(codec, pair);
+        if (expected == kUndefinedUnit || expected == kLeadUnit) {
+          // The lead is undefined; the trail is read anew.
+          EXPECT_EQ(decoded.size(), 2u) << lead << " " << trail;
+          EXPECT_EQ(decoded.front(), kUndefinedUnit) << lead << " " << trail;
+          continue;
+        }
+        EXPECT_EQ(decoded, std::u16string(1, expected)) << lead << " " << trail;
+        read += expected;
+        for (size_t r = 1; r < readers.size(); ++r) {
+          char16_t viaAlias = IconvUnit(readers[r], pair);
+          if (viaAlias != kUndefinedUnit) {
+            EXPECT_EQ(viaAlias, expected) << "alias " << r;
+          }
+        }
+      }
+    }
+    for (char16_t unit : read) {
+      if (unit != kUndefinedUnit) {
+        EXPECT_EQ(Encoded(codec, Units(std::u16string(1, unit))), IconvBytes(writer, unit))
+            << static_cast<int>(unit);
+      }
+    }
+    EXPECT_EQ(Encoded(codec, Units(u"a\U0001F600\xDC00z")), "a??z");
+    for (iconv_t cd : readers) iconv_close(cd);
+    iconv_close(writer);
+  }
+}
+
 TEST(GetCodecTest, FindsByNameAndAliasIgnoringCase) {
   struct Case {
     const char* name;
@@ -298,16 +392,19 @@ TEST(GetCodecTest, FindsByNameAndAliasIgnoringCase) {
   const std::vector<Case> cases = {
       {"", ""},         {"Utf8", "utf-8"},         {"UTF-16", "utf-16"}, {"WINDOWS-1251", "windows-1251"},
       {"LATIN1", "ISO-8859-1"}, {"Latin-9", "ISO-8859-15"}, {"866", "IBM866"}, {"mac", "macintosh"},
+      {"us-ascii", "US-ASCII"}, {"SHIFT_JIS", "Shift_JIS"}, {"gb2312", "GBK"}, {"BIG5", "Big5"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     EXPECT_STREQ(GetCodec(c.name).GetName(), c.codec);
   }
-  for (int32_t i = 0; i < CharsetCount(); ++i) {
-    const MCharsetDefinition& definition = CharsetDefinition(i);
-    for (const char* const* alias = definition.aliases; *alias; ++alias)
-      EXPECT_STREQ(GetCodec(*alias).GetName(), definition.name) << *alias;
-  }
+  std::vector<const MCharsetDefinition*> definitions;
+  for (int32_t i = 0; i < CharsetCount(); ++i) definitions.push_back(&CharsetDefinition(i));
+  for (int32_t i = 0; i < DoubleByteCharsetCount(); ++i)
+    definitions.push_back(&DoubleByteCharsetDefinition(i).bytes);
+  for (const MCharsetDefinition* definition : definitions)
+    for (const char* const* alias = definition->aliases; *alias; ++alias)
+      EXPECT_STREQ(GetCodec(*alias).GetName(), definition->name) << *alias;
 }
 
 TEST(GetCodecTest, UnknownNameFails) {

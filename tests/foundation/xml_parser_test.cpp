@@ -84,13 +84,30 @@ TEST(XMLParserTest, ParseFailuresCarryCode256) {
 }
 
 TEST(XMLParserTest, EncodingInstructionSwitchesCodecFromNextLine) {
-  // Windows-1252: E9 is U+00E9, 80 the euro sign U+20AC, FC U+00FC.
-  const std::string document =
-      "<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n<a v=\"\xe9\x80\">\xfc</a>";
-  MXMLItem root;
-  LoadText(root, document);
-  EXPECT_EQ(root.GetAttribute("v").AsString(), MString(u"\u00e9\u20ac"));
-  EXPECT_EQ(root.value.AsString(), MString(u"\u00fc"));
+  struct Case {
+    const char* encoding;
+    std::string attribute;
+    std::string value;
+    std::u16string attributeText;
+    std::u16string valueText;
+  } cases[] = {
+      {"windows-1252", "\xe9\x80", "\xfc", u"\u00e9\u20ac", u"\u00fc"},
+      {"us-ascii", "ab", "\xe9", u"ab", u"\ufffd"},
+      // 5C, the backslash alone, is the trail byte of U+30BD here.
+      {"Shift_JIS", "\x83\x5c", "\x82\xa0", u"\u30bd", u"\u3042"},
+      {"gb2312", "\xd6\xd0", "\xce\xc4", u"\u4e2d", u"\u6587"},
+      {"big5", "\xa4\xa4", "\xa4\xe5", u"\u4e2d", u"\u6587"},
+      {"euc-kr", "\xb0\xa1", "\xc7\xd1", u"\uac00", u"\ud55c"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.encoding);
+    const std::string document = std::string("<?xml version=\"1.0\" encoding=\"") + c.encoding +
+                                 "\"?>\n<a v=\"" + c.attribute + "\">" + c.value + "</a>";
+    MXMLItem root;
+    LoadText(root, document);
+    EXPECT_EQ(root.GetAttribute("v").AsString(), MString(c.attributeText));
+    EXPECT_EQ(root.value.AsString(), MString(c.valueText));
+  }
 }
 
 TEST(XMLParserTest, LongDocumentAcrossReaderBuffers) {

@@ -1,5 +1,6 @@
-// Single-byte codecs: the system default (byte = unit) and the 28 charsets of the
-// generated table.
+// Single-byte codecs: the system default (byte = unit) and the 29 single-byte
+// charsets of the generated table; and the lookup by name over those and the
+// double-byte charsets (codec_double_byte.h).
 //
 // Reading maps each byte through the table; a byte the charset leaves undefined
 // reads as U+FFFD, so the reader sees that something was there. Writing maps
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "foundation/text/char_folding.h"
+#include "foundation/text/codec_double_byte.h"
 #include "foundation/text/codec_line_builder.h"
 #include "foundation/text/codecs.h"
 #include "foundation/text/text_io.h"
@@ -23,7 +25,17 @@ namespace {
 #include "foundation/text/charset_tables.inc"
 
 constexpr int32_t kCharsetCount = static_cast<int32_t>(std::size(kCharsetDefinitions));
-static_assert(kCharsetCount == 28);
+constexpr int32_t kDoubleByteCharsetCount =
+    static_cast<int32_t>(std::size(kDoubleByteCharsetDefinitions));
+static_assert(kCharsetCount == 29 && kDoubleByteCharsetCount == 4);
+
+// The registered name or one of the aliases, without regard to case.
+bool NamesCharset(const MCharsetDefinition& definition, const MString& name) {
+  if (name.EqualsNoCase(MString(definition.name))) return true;
+  for (const char* const* alias = definition.aliases; *alias; ++alias)
+    if (name.EqualsNoCase(MString(*alias))) return true;
+  return false;
+}
 
 class MSingleByteCodec : public MCodec {
  public:
@@ -154,13 +166,7 @@ class MCharsetCodec final : public MSingleByteCodec {
     });
   }
   const char* GetName() const override { return definition_.name; }
-
-  bool Names(const MString& name) const {
-    if (name.EqualsNoCase(MString(definition_.name))) return true;
-    for (const char* const* alias = definition_.aliases; *alias; ++alias)
-      if (name.EqualsNoCase(MString(*alias))) return true;
-    return false;
-  }
+  const MCharsetDefinition& Definition() const { return definition_; }
 
  protected:
   uint8_t ByteOf(MChar unit) const override {
@@ -180,13 +186,20 @@ class MCharsetCodec final : public MSingleByteCodec {
 };
 
 // Built on the first lookup and kept for the run.
-const std::vector<std::unique_ptr<MCharsetCodec>>& CharsetCodecs() {
-  static const std::vector<std::unique_ptr<MCharsetCodec>> codecs = [] {
-    std::vector<std::unique_ptr<MCharsetCodec>> list;
-    list.reserve(kCharsetCount);
+struct MCharsetCodecs {
+  std::vector<std::unique_ptr<MCharsetCodec>> single;
+  std::vector<std::unique_ptr<MDoubleByteCodec>> doubleByte;
+};
+
+const MCharsetCodecs& CharsetCodecs() {
+  static const MCharsetCodecs codecs = [] {
+    MCharsetCodecs made;
+    made.single.reserve(kCharsetCount);
     for (const MCharsetDefinition& definition : kCharsetDefinitions)
-      list.push_back(std::make_unique<MCharsetCodec>(definition));
-    return list;
+      made.single.push_back(std::make_unique<MCharsetCodec>(definition));
+    for (const MDoubleByteCharsetDefinition& definition : kDoubleByteCharsetDefinitions)
+      made.doubleByte.push_back(std::make_unique<MDoubleByteCodec>(definition));
+    return made;
   }();
   return codecs;
 }
@@ -206,9 +219,19 @@ const MCharsetDefinition& CharsetDefinition(int32_t index) {
   return kCharsetDefinitions[index];
 }
 
+int32_t DoubleByteCharsetCount() {
+  return kDoubleByteCharsetCount;
+}
+
+const MDoubleByteCharsetDefinition& DoubleByteCharsetDefinition(int32_t index) {
+  return kDoubleByteCharsetDefinitions[index];
+}
+
 MCodec* FindCharsetCodec(const MString& name) {
-  for (const auto& codec : CharsetCodecs())
-    if (codec->Names(name)) return codec.get();
+  for (const auto& codec : CharsetCodecs().single)
+    if (NamesCharset(codec->Definition(), name)) return codec.get();
+  for (const auto& codec : CharsetCodecs().doubleByte)
+    if (NamesCharset(codec->Definition(), name)) return codec.get();
   return nullptr;
 }
 

@@ -10,8 +10,13 @@
 //                    and Decode gives a byte outside a well-formed sequence as
 //                    0x10FE00 + byte, so any bytes survive Decode then Encode
 //   "utf16","utf-16" UTF-16 little-endian, header FF FE
-//   anything else    one of 28 single-byte charsets by registered name or alias;
-//                    unknown names throw "No codec found for encoding {0}.".
+//   anything else    one of 29 single-byte charsets (US-ASCII among them) or 4
+//                    double-byte ones (Shift_JIS, EUC-KR, GBK, Big5) by registered
+//                    name or alias; unknown names throw "No codec found for
+//                    encoding {0}.".
+// A charset reads a byte (or pair) it leaves undefined as U+FFFD and writes a
+// unit it cannot represent as '?'. In a double-byte charset a lead byte whose
+// pair is undefined reads as U+FFFD, and the byte after it is read anew.
 // Codecs are stateless objects that live for the whole run; they may be shared
 // between threads. ReadLine answers false only when the input ended before any
 // byte of a line; a line ends at a line feed or a zero byte, and carriage returns
@@ -64,13 +69,33 @@ struct MCharsetDefinition {
   char16_t units[256];
 };
 
+// One double-byte charset: the units of the bytes that stand alone, where a byte
+// that starts a pair holds kLeadUnit, and the grid of the pairs' units (lead
+// bytes firstLead..lastLead by trail bytes firstTrail..lastTrail, row by row),
+// packed as tools/generators/make_charset_tables.py describes. A unit that
+// several pairs read is written as its single byte, else as its lowest pair
+// that is not listed in `readOnly` (lead * 256 + trail, 0-terminated).
+struct MDoubleByteCharsetDefinition {
+  MCharsetDefinition bytes;
+  uint8_t firstLead;
+  uint8_t lastLead;
+  uint8_t firstTrail;
+  uint8_t lastTrail;
+  int32_t cellCount;
+  const uint16_t* readOnly;
+  const char* packedGrid;
+};
+
 constexpr MChar kUndefinedUnit = 0xFFFD;
+constexpr MChar kLeadUnit = 0xFFFF;
 // What a charset writes for a unit (or surrogate pair) it cannot represent.
 constexpr char kUnmappableByte = '?';
 
-// The generated table of the 28 charsets, in table order.
+// The generated tables, in table order.
 int32_t CharsetCount();
 const MCharsetDefinition& CharsetDefinition(int32_t index);
+int32_t DoubleByteCharsetCount();
+const MDoubleByteCharsetDefinition& DoubleByteCharsetDefinition(int32_t index);
 // The charset codec of a name or alias, or null.
 MCodec* FindCharsetCodec(const MString& name);
 
