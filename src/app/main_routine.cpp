@@ -3,6 +3,7 @@
 #include "app/command_line.h"
 #include "app/run_flags.h"
 #include "foundation/core/boxes.h"
+#include "foundation/core/module.h"
 #include "foundation/text/codecs.h"
 #include "foundation/files/data_paths.h"
 #include "foundation/core/exception.h"
@@ -14,32 +15,33 @@
 namespace kx {
 
 const char* const kSingleInstanceName = "Global\\VorlundKestrixMutexForSingleInstancePC";
+const char* const kModuleName = "Kestrix";
 
 namespace {
 
-MString g_moduleName;
-
-void LogArguments(const std::vector<MString>& arguments) {
-  MLog::Line(MFormat("Argument count {0}").Add(arguments.size()));
-  for (size_t i = 0; i < arguments.size(); ++i) {
+void LogArguments(const MArray<MString>& arguments) {
+  MLog::Line(MFormat("Argument count {0}").Add(arguments.Count()));
+  for (int32_t i = 0; i < arguments.Count(); ++i) {
     MLog::Line(MFormat("Argument {0}: {1}").Add(i).Add(arguments[i]));
     // Known this early so that the single-instance answer can already be silent.
     if (IsSilentOption(arguments[i])) SilentMode = true;
   }
 }
 
-int RunEntry(const std::vector<MString>& arguments) {
-  g_moduleName = "Kestrix";
+int RunEntry(MModule& module, const std::vector<MString>& arguments) {
+  module.moduleName = kModuleName;
   // Created when missing; there is no fallback to the shared data folder: the
   // program must be able to write here.
   DataFolder = GetDataPath_User("Downloader", true);
-  // The module's platform start (its argument list, the owner window of the
-  // boxes) has nothing more to do here: the arguments came in decoded, and boxes
+  // The module's platform start: the process's command line becomes its
+  // argument list, and it finds the program and the library beside it. Boxes
   // have no owner window until the GUI exists.
+  module.SetCommandLine(arguments);
+  module.Initialize();
 
   // A log that cannot be created ends the start: the run could leave no record.
   MLog::Open(JoinPath(DataFolder, "log.txt"));
-  LogArguments(arguments);
+  LogArguments(module.commandLine);
 
   // A second instance has rewritten the log already before it learns that it is
   // the second; it leaves only the argument lines there.
@@ -49,8 +51,9 @@ int RunEntry(const std::vector<MString>& arguments) {
     return kExitAnotherInstance;
   }
 
-  if (!arguments.empty()) {
-    CommandLineOptions options = RunOptionLoop(arguments);
+  if (module.argumentCount > 0) {
+    CommandLineOptions options =
+        RunOptionLoop(std::vector<MString>(module.commandLine.begin(), module.commandLine.end()));
     ApplyToRunFlags(options);
     if (options.helpRequested) {
       ShowInformation(nullptr, kUsageText);
@@ -70,24 +73,24 @@ int RunEntry(const std::vector<MString>& arguments) {
   return kExitNormal;
 }
 
-}  // namespace
-
-const MString& ModuleName() {
-  return g_moduleName;
+// A failure at start: always logged (when the log is open at all), shown unless
+// the run is silent, where only the log and the exit code tell. It can come
+// before the argument pass has noted /silent.
+int StartFailed(const MException& failure, const std::vector<MString>& arguments) {
+  MLog::Line(failure.message);
+  bool silent = SilentMode;
+  for (const MString& argument : arguments) silent = silent || IsSilentOption(argument);
+  if (!silent) ShowError(nullptr, failure.message);
+  return kExitStartFailed;
 }
 
-int MainRoutine(const std::vector<MString>& arguments) {
+}  // namespace
+
+int MainRoutine(MModule& module, const std::vector<MString>& arguments) {
   try {
-    return RunEntry(arguments);
+    return RunEntry(module, arguments);
   } catch (MException& failure) {
-    // A failure at start: always logged (when the log is open at all), shown
-    // unless the run is silent, where only the log and the exit code tell. The
-    // data folder can fail before the argument pass has noted /silent.
-    MLog::Line(failure.message);
-    bool silent = SilentMode;
-    for (const MString& argument : arguments) silent = silent || IsSilentOption(argument);
-    if (!silent) ShowError(nullptr, failure.message);
-    return kExitStartFailed;
+    return StartFailed(failure, arguments);
   }
 }
 
@@ -100,7 +103,13 @@ int MainRoutine(int argc, char** argv) {
     GetUTF8Codec().Decode(argv[i], argument);
     arguments.push_back(argument);
   }
-  return MainRoutine(arguments);
+  try {
+    MModule module;
+    return MainRoutine(module, arguments);
+  } catch (MException& failure) {
+    // Only the module's own start ends here: the routine answers for the rest.
+    return StartFailed(failure, arguments);
+  }
 }
 
 }  // namespace kx

@@ -1,6 +1,8 @@
 // The kestrix binary's entry, run as a real process in a sandboxed HOME: exit
 // codes, the log byte for byte, and what reaches standard error.
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -119,6 +121,30 @@ TEST_F(EntryTest, LogThatCannotBeCreated) {
   EXPECT_TRUE(result.errorOutput.starts_with("Error: File \"" + log.string() +
                                              "\" could not be created."))
       << result.errorOutput;
+}
+
+// The real program brings its module up and initialises it: the module finds
+// the program and opens the library named like it beside it. A damaged library
+// is passed over; the run goes on.
+TEST_F(EntryTest, ModuleOpensTheLibraryBesideTheProgram) {
+  std::filesystem::path program = sandbox.Root() / "bin" / "kestrix";
+  std::filesystem::create_directories(program.parent_path());
+  std::error_code linked;
+  std::filesystem::create_hard_link(kBinary, program, linked);
+  if (linked) std::filesystem::copy_file(kBinary, program);
+  std::filesystem::path library = program;
+  library.replace_extension(".mrf");
+  std::ofstream(library) << "no library";
+  int watch = inotify_init1(IN_NONBLOCK);
+  ASSERT_GE(watch, 0);
+  ASSERT_GE(inotify_add_watch(watch, library.c_str(), IN_OPEN), 0);
+
+  testing::ToolResult result = testing::RunTool(program.c_str(), {}, sandbox.Root());
+  EXPECT_EQ(result.exitCode, kExitNormal);
+  EXPECT_EQ(Log(), std::string("Argument count 0\r\n") + kCreating);
+  alignas(inotify_event) char events[4096];
+  EXPECT_GT(read(watch, events, sizeof events), 0) << "the program never opened " << library;
+  close(watch);
 }
 
 }  // namespace
