@@ -43,7 +43,8 @@ void MDoubleByteCodec::Unpack() const {
       } while ((byte & 0x80) && at < end);
       if (number == 0) continue;
       --number;
-      unit += (number & 1) ? -static_cast<int32_t>((number + 1) >> 1) : static_cast<int32_t>(number >> 1);
+      unit += (number & 1) ? -static_cast<int32_t>((number + 1) >> 1)
+                           : static_cast<int32_t>(number >> 1);
       grid_[static_cast<size_t>(cell)] = static_cast<char16_t>(unit);
     }
 
@@ -72,11 +73,12 @@ void MDoubleByteCodec::Unpack() const {
 }
 
 MChar MDoubleByteCodec::PairUnit(uint8_t lead, int trail) const {
-  if (trail < definition_.firstTrail || trail > definition_.lastTrail || lead < definition_.firstLead ||
-      lead > definition_.lastLead)
+  if (trail < definition_.firstTrail || trail > definition_.lastTrail ||
+      lead < definition_.firstLead || lead > definition_.lastLead)
     return kUndefinedUnit;
   int32_t width = definition_.lastTrail - definition_.firstTrail + 1;
-  return grid_[static_cast<size_t>((lead - definition_.firstLead) * width + (trail - definition_.firstTrail))];
+  return grid_[static_cast<size_t>((lead - definition_.firstLead) * width +
+                                   (trail - definition_.firstTrail))];
 }
 
 void MDoubleByteCodec::Decode(std::string_view bytes, MString& result) const {
@@ -119,8 +121,9 @@ int32_t MDoubleByteCodec::EncodeUnits(const MString& text, int32_t& index, int32
       out[n++] = kUnmappableByte;
       continue;
     }
-    auto at = std::lower_bound(encodings_.begin(), encodings_.end(), unit,
-                               [](const Encoding& encoding, MChar value) { return encoding.unit < value; });
+    auto at = std::lower_bound(
+        encodings_.begin(), encodings_.end(), unit,
+        [](const Encoding& encoding, MChar value) { return encoding.unit < value; });
     if (at == encodings_.end() || at->unit != unit) {
       out[n++] = kUnmappableByte;
     } else if (at->pair) {

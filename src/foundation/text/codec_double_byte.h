@@ -45,7 +45,7 @@ class MDoubleByteCodec final : public MCodec {
 
   const MDoubleByteCharsetDefinition& definition_;
   mutable std::once_flag unpacked_;
-  mutable std::vector<char16_t> grid_;        // the pairs' units, row by row
+  mutable std::vector<char16_t> grid_;       // the pairs' units, row by row
   mutable std::vector<Encoding> encodings_;  // by unit; the preferred one first
 };
 
