@@ -347,7 +347,8 @@ TEST(CharsetCodecTest, DoubleByteCharsetsReadAndWriteAsTheSystemConverter) {
       std::string one(1, static_cast<char>(lead));
       char16_t alone = IconvUnit(readers[0], one);
       EXPECT_EQ(definition.units[lead], alone) << "byte " << lead;
-      EXPECT_EQ(Decoded(codec, one), std::u16string(1, alone == kLeadUnit ? kUndefinedUnit : alone));
+      EXPECT_EQ(Decoded(codec, one),
+                std::u16string(1, alone == kLeadUnit ? kUndefinedUnit : alone));
       if (alone != kLeadUnit) {
         read += alone;
         continue;
