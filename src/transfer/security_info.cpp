@@ -17,9 +17,6 @@ namespace kx {
 
 namespace {
 
-// Past this a text is no security info: it would describe a file of petabytes.
-constexpr int64_t kMaxTextSize = int64_t{64} << 20;
-
 [[noreturn]] void ThrowDamaged() { throw MException(MString("Security info is damaged.")); }
 
 // One line of the text, trimmed; the units are the bytes as they stand (digests
@@ -65,7 +62,7 @@ void MSecurityInfo::Read(MStream& stream) {
   MMemoryStream text;
   char piece[65536];
   while (int64_t got = stream.Read(piece, sizeof piece)) {
-    if (text.Size() + got > kMaxTextSize) ThrowDamaged();
+    if (text.Size() + got > MSecurityInfo::kMaxTextSize) ThrowDamaged();
     text.Write(piece, got);
   }
 
@@ -148,6 +145,19 @@ MSecurityInfo MSecurityInfo::ComputeFile(const MString& path) {
 bool MSecurityInfo::MatchesBlock(int64_t index, const void* data, int64_t size) const {
   if (index < 0 || index >= blockDigests.Count()) return false;
   return SameDigest(blockDigests[static_cast<int32_t>(index)], DigestHex(data, size));
+}
+
+bool MSecurityInfo::CoversAllBlocks() const {
+  if (blockDigests.Count() < ExpectedBlockCount()) return false;
+  for (int64_t index = 0; index < ExpectedBlockCount(); ++index) {
+    const MString& digest = blockDigests[static_cast<int32_t>(index)];
+    if (digest.Length() != 2 * MHashStream::kDigestSize) return false;
+    for (int32_t i = 0; i < digest.Length(); ++i) {
+      MChar unit = LowerAscii(digest[i]);
+      if (!((unit >= '0' && unit <= '9') || (unit >= 'a' && unit <= 'f'))) return false;
+    }
+  }
+  return true;
 }
 
 bool MSecurityInfo::MatchesFile(const MString& digestHex) const { return SameDigest(fileDigest, digestHex); }

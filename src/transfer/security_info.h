@@ -26,6 +26,9 @@ class MStream;
 class MSecurityInfo {
  public:
   static constexpr int64_t kBlockSize = 1048576;
+  // Past this a text is no security info ("Security info is damaged."): it would
+  // describe a file of about two tebibytes.
+  static constexpr int64_t kMaxTextSize = int64_t{64} << 20;
 
   MString fileDigest;            // line 1, trimmed
   int64_t totalSize = 0;         // line 2
@@ -47,6 +50,8 @@ class MSecurityInfo {
   int64_t ExpectedBlockCount() const { return (totalSize + kBlockSize - 1) / kBlockSize; }
   // The bytes of block `index` match its digest; false for an index that has none.
   bool MatchesBlock(int64_t index, const void* data, int64_t size) const;
+  // Every block that `totalSize` calls for has a digest of 32 hexadecimal digits.
+  bool CoversAllBlocks() const;
   // The whole file's digest (lower-case hex) matches line 1.
   bool MatchesFile(const MString& digestHex) const;
 };
