@@ -1,0 +1,137 @@
+// The download thread in a test: a host whose seams record what they were asked,
+// items that are plain remote files, content with its security info, and the
+// sandboxed folder the files land in.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "foundation/streams/memory_stream.h"
+#include "foundation/threads/lock.h"
+#include "support/sandbox.h"
+#include "transfer/download_host.h"
+#include "transfer/download_thread.h"
+#include "transfer/file_item.h"
+#include "transfer/security_info.h"
+
+namespace kx::testing {
+
+constexpr int64_t kBlock = MSecurityInfo::kBlockSize;
+
+inline std::string Content(size_t size, unsigned seed = 1) {
+  std::mt19937 generator(seed);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(generator());
+  return bytes;
+}
+
+// The security info text of `content`.
+inline std::string SecurityInfoOf(const std::string& content) {
+  MMemoryStream source;
+  source.Write(content.data(), static_cast<int64_t>(content.size()));
+  source.Seek(0, kSeekBegin);
+  MMemoryStream text;
+  MSecurityInfo::Compute(source).Write(text);
+  return std::string(text.Data(), static_cast<size_t>(text.Size()));
+}
+
+class RecordingHost : public DownloadHost {
+ public:
+  explicit RecordingHost(const std::filesystem::path& folder)
+      : folder_(MString::FromUTF8(folder.string())) {}
+
+  MLockable& MainLock() override { return lock; }
+  const MArray<InstallableItem*>& Packages() override { return packages; }
+  const MArray<InstallableItem*>& Addons() override { return addons; }
+  const TransferEndpoints& Endpoints() override { return endpoints; }
+  MString PackageFolder() override { return folder_; }
+  MString AddonFolder() override { return folder_; }
+  bool IsPackageWorkPending() override { return packageWorkPending && packageWorkPending(); }
+  bool HasAddonsToUninstall() override { return addonsToUninstall; }
+
+  void InstallAddonFile(const MString& path) override { Record("install file " + ToStd(path)); }
+  void UninstallAddons() override { Record("uninstall addons"); }
+  void UninstallPackage(InstallableItem& item) override { Record("uninstall " + Name(item)); }
+  bool CopyOfflineData() override { return Record("offline copy"), offlineCopySucceeds; }
+  void RunPackageInstall(InstallableItem& item) override {
+    Record("install package " + Name(item));
+  }
+  void InstallAddon(InstallableItem& item, const MString&) override {
+    Record("install addon " + Name(item));
+  }
+  void AdvanceAddonUpdate(InstallableItem& item) override { Record("advance " + Name(item)); }
+
+  std::vector<std::string> Trace() {
+    std::lock_guard<std::mutex> hold(traceMutex_);
+    return trace_;
+  }
+
+  MCriticalSection lock;
+  MArray<InstallableItem*> packages;
+  MArray<InstallableItem*> addons;
+  TransferEndpoints endpoints;
+  std::function<bool()> packageWorkPending;  // asked under the main lock
+  bool addonsToUninstall = false;
+  bool offlineCopySucceeds = true;
+
+ private:
+  static std::string Name(InstallableItem& item) { return ToStd(item.GetName()); }
+  void Record(const std::string& call) {
+    std::lock_guard<std::mutex> hold(traceMutex_);
+    trace_.push_back(call);
+  }
+
+  MString folder_;
+  std::mutex traceMutex_;
+  std::vector<std::string> trace_;
+};
+
+// A sandbox, a host pointed at `server` ("host:port") and a thread that is not
+// started: tests run its steps one by one unless they start it.
+class DownloadTest : public ::testing::Test {
+ protected:
+  DownloadTest() : host(sandbox.Root() / "downloads"), thread(host) {}
+
+  void PointAt(uint16_t port) {
+    MString server = MString::FromUTF8("127.0.0.1:" + std::to_string(port));
+    host.endpoints.MainServer = server;
+    host.endpoints.AddonServer = server;
+  }
+  std::filesystem::path Local(const std::string& name) const {
+    return sandbox.Root() / "downloads" / name;
+  }
+  void WriteLocal(const std::string& name, const std::string& bytes) const {
+    std::filesystem::create_directories(Local(name).parent_path());
+    std::ofstream(Local(name), std::ios::binary | std::ios::trunc) << bytes;
+  }
+  std::string ReadLocal(const std::string& name) const { return ReadFileBytes(Local(name)); }
+  // A package of one remote file, in the host's list.
+  FileItem& AddPackage(const std::string& remote) { return Add(remote, true, host.packages); }
+  FileItem& AddAddon(const std::string& remote) { return Add(remote, false, host.addons); }
+  void SetDownload(FileItem& item, bool download) {
+    MLock hold(host.lock);
+    item.Download = download;
+  }
+
+  MTestSandbox sandbox;
+  RecordingHost host;
+  std::vector<std::unique_ptr<FileItem>> items;
+  DownloadThread thread;
+
+ private:
+  FileItem& Add(const std::string& remote, bool isPackage, MArray<InstallableItem*>& list) {
+    items.push_back(std::make_unique<FileItem>(MString::FromUTF8(remote), isPackage));
+    list.Add(items.back().get());
+    return *items.back();
+  }
+};
+
+}  // namespace kx::testing

@@ -1,0 +1,130 @@
+// The download thread's choice of work: the order of the steps, an add-on that
+// gives way to package work and comes back, and the thread running on its own.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "download_fixture.h"
+#include "support/nginx_server.h"
+
+namespace kx {
+namespace {
+
+using testing::Content;
+using testing::kBlock;
+using testing::SecurityInfoOf;
+
+using DownloadThreadTest = testing::DownloadTest;
+
+// Which work each step takes up: a step does one thing, the first that applies.
+TEST_F(DownloadThreadTest, StepsTakeWorkInOrder) {
+  PointAt(FreeLoopbackPort());  // no server: downloads fail at once
+  FileItem& package = AddPackage("/download/p.pkgm");
+  FileItem& addon = AddAddon("/download/a.mproduct");
+  thread.AddonInstallQueue.Add(MString("manual.mproduct"));
+  thread.AddonUninstallPending = true;
+  host.addonsToUninstall = true;
+  thread.OfflinePhase = 2;
+
+  // Each step: what it did, and the wish taken away afterwards.
+  struct Expected {
+    const char* work;
+    const char* status;  // empty: not looked at
+  };
+  const Expected steps[] = {
+      {"install file manual.mproduct", ""},
+      {"uninstall addons", ""},
+      {"", "Cannot download security info for p.pkgm (Could not connect"},
+      {"offline copy", ""},
+      {"", "Cannot download security info for a.mproduct (Could not connect"},
+      {"", ""},
+  };
+  std::vector<std::string> done;
+  for (const Expected& step : steps) {
+    SCOPED_TRACE(step.work);
+    thread.Step();
+    std::vector<std::string> trace = host.Trace();
+    std::string work = trace.size() > done.size() ? trace.back() : "";
+    done = trace;
+    EXPECT_EQ(work, step.work);
+    EXPECT_EQ(ToStd(thread.Status.Text()).rfind(step.status, 0), 0u) << ToStd(thread.Status.Text());
+    if (std::string(step.status).find("p.pkgm") != std::string::npos) SetDownload(package, false);
+    if (std::string(step.status).find("a.mproduct") != std::string::npos) SetDownload(addon, false);
+  }
+  EXPECT_FALSE(thread.AddonUninstallPending);
+  EXPECT_EQ(thread.OfflinePhase, 0);
+  EXPECT_TRUE(thread.OfflineFolderReady);
+  EXPECT_EQ(thread.PollInterval, DownloadThread::kIdlePollInterval);
+}
+
+TEST_F(DownloadThreadTest, AddonGivesWayToPackageWorkAndResumes) {
+  const std::string big = Content(3 * kBlock + 1000, 11), small = Content(70000, 12);
+  MNginxServer server;
+  server.AddFile("download/a.mproduct", big);
+  server.AddFile("download/a.mproduct.md5", SecurityInfoOf(big));
+  server.AddFile("download/p.pkgm", small);
+  server.AddFile("download/p.pkgm.md5", SecurityInfoOf(small));
+  PointAt(server.Port());
+  FileItem& addon = AddAddon("/download/a.mproduct");
+  FileItem& package = AddPackage("/download/p.pkgm");
+  SetDownload(package, false);
+  host.packageWorkPending = [&] { return package.Download; };
+  // The GUI starts a package run while the second block of the add-on comes in.
+  thread.Status.onChange = [&](const MString& text, double) {
+    if (ToStd(text).find("a.mproduct ... downloaded 2 MB") != std::string::npos)
+      SetDownload(package, true);
+  };
+
+  thread.Step();
+  EXPECT_TRUE(thread.LastTransfer().yielded);
+  EXPECT_EQ(thread.LastTransfer().fileEnd, 2 * kBlock);
+  EXPECT_TRUE(addon.Download && !addon.Downloading);
+  thread.Step();
+  EXPECT_TRUE(package.Downloaded && !package.Download);
+  thread.Step();
+  EXPECT_EQ(thread.LastTransfer().startOffset, 2 * kBlock);
+  EXPECT_TRUE(thread.LastTransfer().complete);
+  EXPECT_TRUE(ReadLocal("a.mproduct") == big);
+  EXPECT_EQ(host.Trace(), std::vector<std::string>{"advance a.mproduct"});
+}
+
+// The real thread: wishes set from this thread under the locks are found by
+// polling, a queued add-on file first, and the thread ends when told.
+TEST_F(DownloadThreadTest, RunsOnItsOwnThreadUntilEnded) {
+  const std::string content = Content(2 * kBlock + 10, 13);
+  MNginxServer server;
+  server.AddFile("download/p.pkgm", content);
+  server.AddFile("download/p.pkgm.md5", SecurityInfoOf(content));
+  PointAt(server.Port());
+  FileItem& package = AddPackage("/download/p.pkgm");
+  SetDownload(package, false);
+  thread.Start();
+  {
+    MLock queue(thread.AddonQueueLock);
+    thread.AddonInstallQueue.Add(MString("manual.mproduct"));
+    MLock hold(host.lock);
+    package.Download = true;
+    package.Install = true;
+  }
+  thread.Wake();
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  for (;;) {
+    {
+      MLock hold(host.lock);
+      if (package.Downloaded) break;
+    }
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline) << ToStd(thread.Status.Text());
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  thread.End();
+  EXPECT_TRUE(thread.Wait(10000));
+  EXPECT_EQ(host.Trace(),
+            (std::vector<std::string>{"install file manual.mproduct", "install package p.pkgm"}));
+  EXPECT_TRUE(ReadLocal("p.pkgm") == content);
+}
+
+}  // namespace
+}  // namespace kx

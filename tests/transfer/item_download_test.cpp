@@ -1,0 +1,238 @@
+// The item download, one thread step at a time: the resume arithmetic against a
+// real nginx, the security info and faults in the middle of a transfer from a
+// scripted server, and names that would leave the download folder.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "download_fixture.h"
+#include "support/nginx_server.h"
+#include "support/scripted_server.h"
+
+namespace kx {
+namespace {
+
+using testing::Content;
+using testing::kBlock;
+using testing::SecurityInfoOf;
+
+const char* const kPartial = "HTTP/1.0 206 Partial Content\r\n\r\n";
+
+class ItemDownloadTest : public testing::DownloadTest {
+ protected:
+  // One step for `item`; its report.
+  const TransferReport& StepOnce() {
+    thread.Step();
+    return thread.LastTransfer();
+  }
+  std::string Status() { return ToStd(thread.Status.Text()); }
+};
+
+TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
+  struct Case {
+    const char* name;
+    std::string local;  // content file on disk before the step
+    int info;           // .md5 on disk: 0 none, 1 the right one, 2 one of `local`
+    bool selected;
+    bool server;          // false: no server answers at all
+    int64_t startOffset;  // where the block transfer begins; -1 none
+  };
+  const std::string content = Content(5000000, 3), info = SecurityInfoOf(content);
+  const std::string other = Content(3000000, 4);
+  const Case cases[] = {
+      {"3,000,000 of 5,000,000 bytes", content.substr(0, 3000000), 0, false, true, 2097152},
+      {"longer than the total", content + Content(1000000, 5), 1, false, true, 4194304},
+      {"complete, no server", content, 1, false, false, -1},
+      {"selected and complete", other, 2, true, true, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MNginxServer server;
+    server.AddFile("download/a.bin", content);
+    server.AddFile("download/a.bin.md5", info);
+    PointAt(c.server ? server.Port() : FreeLoopbackPort());
+    if (!c.server) server.Stop();
+    std::filesystem::remove_all(Local(""));
+    WriteLocal("a.bin", c.local);
+    // A stale .md5 says that the old file is complete: only a selected item
+    // fetches it anew.
+    if (c.info > 0) WriteLocal("a.bin.md5", c.info == 1 ? info : SecurityInfoOf(c.local));
+    host.packages.Clear();
+    FileItem& item = AddPackage("/download/a.bin");
+    item.Selected = c.selected;
+
+    const TransferReport& report = StepOnce();
+    EXPECT_TRUE(report.complete) << Status();
+    EXPECT_EQ(report.startOffset, c.startOffset);
+    EXPECT_TRUE(ReadLocal("a.bin") == content);
+    EXPECT_EQ(ReadLocal("a.bin.md5"), info);
+    EXPECT_TRUE(item.Downloaded && !item.Download && !item.Selected);
+  }
+}
+
+TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
+  const std::string content = Content(3 * kBlock - 100);
+  std::string info = SecurityInfoOf(content);
+  std::string shouting;  // digests upper case, blanks around them
+  for (size_t at = 0, line = 0; at < info.size(); ++line) {
+    size_t end = info.find('\n', at);
+    std::string text = info.substr(at, end - at);
+    for (char& unit : text)
+      unit = static_cast<char>(std::toupper(static_cast<unsigned char>(unit)));
+    shouting += line >= 3 ? " \t" + text + "  \r\n" : text + "\n";
+    at = end + 1;
+  }
+  const std::string reDownload = "Corrupt security info for a.bin, trying to re-download!";
+  struct Case {
+    std::string body;
+    std::string status;  // empty: the file comes down
+  };
+  const Case cases[] = {
+      {"", "Cannot download security info for a.bin (Security info is empty.)"},
+      {"0123\n0\n1048576\n", "Corrupt security info for a.bin."},
+      {"\x01\xff garbage", reDownload},
+      {info.substr(0, info.rfind('\n', info.size() - 2) + 1), reDownload},  // a digest short
+      {"d41d8cd98f00b204e9800998ecf8427e\n5000000000000\n1048576\n" +
+           info.substr(info.find("\n1048576\n") + 9),
+       reDownload},  // terabytes claimed
+      {shouting, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.status.empty() ? "upper case and blanks" : c.status);
+    std::vector<std::string> script{"HTTP/1.0 200 OK\r\n\r\n" + c.body};
+    if (c.status.empty()) script.push_back(kPartial + content);
+    MScriptedServer server(script);
+    PointAt(server.Port());
+    host.packages.Clear();
+    FileItem& item = AddPackage("/download/a.bin");
+    item.Selected = true;
+    const TransferReport& report = StepOnce();
+    if (c.status.empty()) {
+      EXPECT_TRUE(report.complete) << Status();
+      EXPECT_TRUE(ReadLocal("a.bin") == content);
+      continue;
+    }
+    EXPECT_EQ(server.Requests().size(), 1u);  // the content is never asked for
+    EXPECT_EQ(Status(), c.status);
+    EXPECT_EQ(report.startOffset, -1);
+    EXPECT_FALSE(std::filesystem::exists(Local("a.bin.md5")));
+    EXPECT_TRUE(item.Download && !item.Downloading && !item.Downloaded);
+  }
+}
+
+TEST_F(ItemDownloadTest, FailedStepsLeaveWholeProvedBlocksAndResumeThere) {
+  const std::string content = Content(3 * kBlock + 500000, 7), info = SecurityInfoOf(content);
+  auto flipped = [&](int64_t at) {
+    std::string bytes = content;
+    bytes[at] = static_cast<char>(bytes[at] ^ 0x20);
+    return bytes;
+  };
+  struct Case {
+    const char* name;
+    std::string local;                 // content file before the first step
+    std::vector<std::string> replies;  // one a step, content from the resume point
+    std::string hookAt;                // status text at which `hook` runs
+    std::function<void(FileItem&)> hook;
+    const char* status;  // after the first step
+    int64_t kept;        // bytes on disk after the first step
+  };
+  const std::string cut = kPartial + content.substr(0, kBlock + kBlock / 2);
+  const Case cases[] = {
+      {"cut inside a block", "", {cut}, "", nullptr, "Server has disconnected.", kBlock},
+      {"flipped byte in a helper block",
+       "",
+       {kPartial + flipped(2 * kBlock + 5)},
+       "",
+       nullptr,
+       "Invalid data has been intercepted, download will resume.",
+       2 * kBlock},
+      {"flipped byte in a thread block",
+       "",
+       {kPartial + flipped(kBlock + 9)},
+       "",
+       nullptr,
+       "Invalid data has been intercepted, download will resume.",
+       kBlock},
+      {"range ignored",
+       content.substr(0, 2 * kBlock),
+       {"HTTP/1.0 200 OK\r\n\r\n" + content, "HTTP/1.0 200 OK\r\n\r\n" + content},
+       "",
+       nullptr,
+       "Invalid data has been intercepted, download will resume.",
+       2 * kBlock},
+      {"stopped",
+       "",
+       {kPartial + content},
+       "downloaded 2 MB",
+       [&](FileItem& item) { SetDownload(item, false); },
+       "Download has been stopped.",
+       2 * kBlock},
+      {"close request",
+       "",
+       {kPartial + content},
+       "downloaded 1 MB",
+       [&](FileItem&) { thread.RequestClose(); },
+       "Download manager is being closed.",
+       kBlock},
+      {"more bytes than the total",
+       "",
+       {kPartial + content + Content(2 * kBlock, 8)},
+       "",
+       nullptr,
+       "Downloading package a.bin ... downloading finished sucessfully.",
+       static_cast<int64_t>(content.size())},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::vector<std::string> script = c.replies;
+    const bool stays = std::string(c.name) == "range ignored";
+    if (c.kept < static_cast<int64_t>(content.size()) && !stays)
+      script.push_back(kPartial + content.substr(static_cast<size_t>(c.kept)));
+    MScriptedServer server(script);
+    PointAt(server.Port());
+    thread.CloseRequests = 0;
+    host.packages.Clear();
+    FileItem& item = AddPackage("/download/a.bin");
+    std::filesystem::remove_all(Local(""));
+    WriteLocal("a.bin.md5", info);
+    if (!c.local.empty()) WriteLocal("a.bin", c.local);
+    thread.Status.onChange = [&](const MString& text, double) {
+      if (c.hook && ToStd(text).find(c.hookAt) != std::string::npos) c.hook(item);
+    };
+
+    StepOnce();
+    EXPECT_EQ(Status(), c.status);
+    EXPECT_TRUE(ReadLocal("a.bin") == content.substr(0, static_cast<size_t>(c.kept)));
+    thread.Status.onChange = nullptr;
+    thread.CloseRequests = 0;
+    if (!item.Download) SetDownload(item, true);
+    if (c.kept == static_cast<int64_t>(content.size())) continue;
+
+    const TransferReport& report = StepOnce();
+    EXPECT_EQ(report.startOffset, c.kept);
+    EXPECT_EQ(report.complete, !stays) << Status();
+    EXPECT_TRUE(ReadLocal("a.bin") == (stays ? content.substr(0, 2 * kBlock) : content));
+    std::vector<std::string> requests = server.Requests();
+    ASSERT_EQ(requests.size(), script.size());
+    EXPECT_NE(requests.back().find("Range: bytes=" + std::to_string(c.kept) + "-\n"),
+              std::string::npos);
+  }
+}
+
+TEST_F(ItemDownloadTest, NamesThatLeaveTheFolderStopTheItem) {
+  for (const char* remote : {"/download/..", "/download/", "/download/sub/."}) {
+    SCOPED_TRACE(remote);
+    host.packages.Clear();
+    FileItem& item = AddPackage(remote);
+    StepOnce();
+    EXPECT_EQ(Status(), "Invalid file name \"" + std::string(remote) + "\" for " +
+                            ToStd(item.GetName()) + ".");
+    EXPECT_FALSE(item.Download || item.Downloading);
+    EXPECT_FALSE(std::filesystem::exists(Local("")));
+  }
+}
+
+}  // namespace
+}  // namespace kx
