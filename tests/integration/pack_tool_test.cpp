@@ -24,7 +24,8 @@ const char* const kUsage =
     "       kestrix-pack md5 FILE\n"
     "       kestrix-pack list PKG\n"
     "       kestrix-pack verify PKG\n"
-    "       kestrix-pack extract PKG DIR\n";
+    "       kestrix-pack extract PKG DIR\n"
+    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n";
 
 using testing::ToolResult;
 
@@ -202,7 +203,11 @@ TEST_F(PackToolTest, WrongUsageShowsTheUsage) {
       {"build", "a", "b", "--flags", "32"}, {"build", "a", "b", "--flags", "x"},
       {"build", "a", "b", "--flags"}, {"build", "a", "b", "--attr", "novalue"},
       {"build", "a", "b", "--attr", "=1"}, {"list", "a", "--name", "n"}, {"md5"},
-      {"verify", "a", "b"}, {"extract", "a"},
+      {"verify", "a", "b"}, {"extract", "a"}, {"fetch"},
+      {"fetch", "/a", "--dest", "d"}, {"fetch", "--server", "h:0", "/a", "--dest", "d"},
+      {"fetch", "--server", "h", "a", "--dest", "d"}, {"fetch", "--server", "h", "/a"},
+      {"fetch", "--server", "h", "/a", "--dest", "d", "--tries", "0"},
+      {"fetch", "--server", "h", "/a", "--dest", "d", "--fresh", "--fresh"},
   };
   for (const auto& arguments : cases) {
     ToolResult result = Run(arguments);

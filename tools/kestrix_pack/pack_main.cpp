@@ -5,6 +5,7 @@
 //   kestrix-pack list PKG
 //   kestrix-pack verify PKG
 //   kestrix-pack extract PKG DIR
+//   kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]
 //
 // build: SRC is a folder (folders become `dir` items with op "create", files
 // `file` items with op "update" and their last-write time) or a tree file whose
@@ -14,7 +15,8 @@
 // md5 writes FILE.md5, the security info. list prints the tree as pretty XML.
 // verify checks the definition digest and, with PKG.md5 beside it, the size, every
 // block digest (naming the first bad block) and the whole file's MD5. extract
-// writes every content under DIR by its item path.
+// writes every content under DIR by its item path. fetch downloads a file and its
+// security info as the program downloads a package (pack_fetch_command.h).
 // Exit codes: 0 done, 1 failure (its message on standard error), 2 wrong usage.
 #include <cstdio>
 #include <exception>
@@ -34,6 +36,7 @@
 #include "install/package_extract.h"
 #include "install/package_file.h"
 #include "install/package_source.h"
+#include "kestrix_pack/pack_fetch_command.h"
 #include "kestrix_pack/pack_install_commands.h"
 #include "transfer/security_info.h"
 
@@ -45,7 +48,8 @@ const char kUsage[] =
     "       kestrix-pack md5 FILE\n"
     "       kestrix-pack list PKG\n"
     "       kestrix-pack verify PKG\n"
-    "       kestrix-pack extract PKG DIR\n";
+    "       kestrix-pack extract PKG DIR\n"
+    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n";
 
 constexpr uint32_t kAllFlags = 31;
 
@@ -261,6 +265,8 @@ void Run(const Request& request) {
 
 int main(int argc, char** argv) {
   if (argc >= 2 && kx::IsPackInstallCommand(argv[1])) return kx::RunPackInstallCommand(argc, argv);
+  if (argc >= 2 && kx::IsPackFetchCommand(argv[1]))
+    return kx::RunPackFetchCommand(argc, argv, kx::kUsage);
   kx::Request request;
   if (!kx::ParseArguments(argc, argv, request)) {
     std::fputs(kx::kUsage, stderr);
