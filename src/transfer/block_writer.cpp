@@ -1,7 +1,6 @@
 #include "transfer/block_writer.h"
 
 #include "foundation/core/exception.h"
-#include "foundation/streams/file_stream.h"
 #include "transfer/security_info.h"
 
 namespace kx {
@@ -24,23 +23,22 @@ int32_t MBlockWriter::Helper::Execute() {
   for (;;) {
     Take(writer_.filled_);
     const Slot& slot = writer_.slots_[writer_.consumer_];
-    writer_.consumer_ ^= 1;
+    writer_.consumer_ = (writer_.consumer_ + 1) % kBuffers;
     if (slot.size < 0) return 0;
     writer_.Consume(slot);
     writer_.free_.Release();
   }
 }
 
-MBlockWriter::MBlockWriter(MFileStream& file, const MSecurityInfo& info, int64_t offset,
+MBlockWriter::MBlockWriter(MBlockFile& file, const MSecurityInfo& info, int64_t offset,
                            uint8_t* buffer)
-    : file_(file),
-      info_(info),
-      ownBuffer_(new uint8_t[MSecurityInfo::kBlockSize]),
-      fileEnd_(offset) {
+    : file_(file), info_(info), fileEnd_(offset) {
   slots_[0].data = buffer;
-  slots_[1].data = ownBuffer_.get();
-  free_.Release();
-  free_.Release();
+  for (int32_t i = 1; i < kBuffers; ++i) {
+    ownBuffers_[i - 1] = NewBlockBuffer(MSecurityInfo::kBlockSize);
+    slots_[i].data = ownBuffers_[i - 1].get();
+  }
+  for (int32_t i = 0; i < kBuffers; ++i) free_.Release();
   helper_ = std::make_unique<Helper>(*this);
   helper_->Start();
 }
@@ -56,19 +54,25 @@ MBlockWriter::~MBlockWriter() {
 // Runs on the helper. A failure is kept for the caller; the blocks after it are
 // taken but not written, so that the caller never waits for a free buffer in vain.
 void MBlockWriter::Consume(const Slot& slot) {
+  bool matches = true;
+  if (!slot.proved) {
+    if (!failed_.load(std::memory_order_relaxed)) {
+      const int64_t index = fileEnd_.load(std::memory_order_relaxed) / MSecurityInfo::kBlockSize;
+      matches = info_.MatchesBlock(index, slot.data, slot.size);
+    }
+    unproved_.fetch_sub(1, std::memory_order_acq_rel);
+  }
   if (failed_.load(std::memory_order_relaxed)) return;
   const int64_t end = fileEnd_.load(std::memory_order_relaxed);
   try {
-    if (!slot.proved && !info_.MatchesBlock(end / MSecurityInfo::kBlockSize, slot.data, slot.size))
-      throw MException(MString(kInvalidData));
+    if (!matches) throw MException(MString(kInvalidData));
     try {
-      file_.Write(slot.data, slot.size);
+      file_.Append(slot.data, slot.size);
     } catch (const MException&) {
-      // A part of a block may have reached the file: cut back to the last whole
+      // A part of the block may have reached the file: cut back to the last whole
       // one, as far as the file lets us.
       try {
-        file_.Seek(end, kSeekBegin);
-        file_.Truncate();
+        file_.Truncate(end);
       } catch (const MException&) {
       }
       throw;
@@ -102,7 +106,8 @@ void MBlockWriter::Hand(int64_t size, bool proved) {
   Slot& slot = slots_[producer_];
   slot.size = size;
   slot.proved = proved;
-  producer_ ^= 1;
+  if (size >= 0 && !proved) unproved_.fetch_add(1, std::memory_order_acq_rel);
+  producer_ = (producer_ + 1) % kBuffers;
   holdsBuffer_ = false;
   filled_.Release();
 }

@@ -26,7 +26,7 @@ InstallableItem* FirstWanting(const MArray<InstallableItem*>& items, bool orUnin
 }  // namespace
 
 DownloadThread::DownloadThread(DownloadHost& host)
-    : TransferBuffer(new uint8_t[kBlockSize]), host_(host) {}
+    : TransferBuffer(NewBlockBuffer(kBlockSize)), host_(host) {}
 
 DownloadThread::~DownloadThread() {
   End();

@@ -29,6 +29,7 @@
 #include "foundation/text/text_string.h"
 #include "foundation/threads/lock.h"
 #include "foundation/threads/thread.h"
+#include "transfer/block_file.h"
 #include "transfer/item_download.h"
 #include "transfer/transfer_status.h"
 
@@ -74,7 +75,7 @@ class DownloadThread : public MThread {
   // The item in transfer; the GUI reads it for the row's status.
   std::atomic<InstallableItem*> CurrentItem{nullptr};
   // The one block buffer of all transfers.
-  const std::unique_ptr<uint8_t[]> TransferBuffer;
+  const MBlockBuffer TransferBuffer;
   // Above 0: the download manager is closing.
   std::atomic<int32_t> CloseRequests{0};
   // Offline data: the work is to stop; the phase (0 idle, 1 downloading, 2 ready

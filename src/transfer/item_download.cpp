@@ -17,6 +17,7 @@
 #include "foundation/streams/file_stream.h"
 #include "foundation/text/format.h"
 #include "foundation/threads/lock.h"
+#include "transfer/block_file.h"
 #include "transfer/block_writer.h"
 #include "transfer/download_file.h"
 #include "transfer/download_host.h"
@@ -238,13 +239,13 @@ bool ItemDownload::DecideResume() {
       EndInOfflineMode(offlineText);
       return false;
     }
-    file_ = std::make_unique<MFileStream>(localPath_, MFileStream::kModeCreate);
+    MFileStream(localPath_, MFileStream::kModeCreate).Close();
     have_ = 0;
     return true;
   }
 
-  file_ = std::make_unique<MFileStream>(localPath_, MFileStream::kModeWrite);
-  have_ = file_->GetSize();
+  MFileStream file(localPath_, MFileStream::kModeWrite);
+  have_ = file.GetSize();
   MLog::Line(MFormat("  already exists, {0} bytes").Add(have_));
   if (OfflineMode && !item_.IsPackage() && have_ != total) {
     EndInOfflineMode(offlineText);
@@ -261,10 +262,10 @@ bool ItemDownload::DecideResume() {
     MLog::Line(MFormat("  too big or incorrect size, {0} bytes").Add(have_));
     have_ = std::min(have_, total) / kBlock * kBlock;
     MLog::Line(MFormat("  fixing to {0} bytes").Add(have_));
-    file_->Seek(have_, kSeekBegin);
-    file_->Truncate();
+    file.Seek(have_, kSeekBegin);
+    file.Truncate();
   }
-  file_->Seek(have_, kSeekBegin);
+  file.Close();
   return true;
 }
 
@@ -298,6 +299,7 @@ bool ItemDownload::Transfer() {
   std::fill(std::begin(ticks), std::end(ticks), NowMilliseconds());
 
   const int64_t total = info_.totalSize;
+  file_ = std::make_unique<MBlockFile>(localPath_, have_);
   MBlockWriter writer(*file_, info_, have_, thread_.TransferBuffer.get());
   int64_t blocks = 0;
   int32_t slot = 0;
@@ -316,11 +318,10 @@ bool ItemDownload::Transfer() {
       if (thread_.IsClosing()) throw MException(MString("Download manager is being closed."));
       throw MException(MString("Server has disconnected."));
     }
-    // This thread proves every second block itself, the writer's helper the
-    // others: the hashing, the dearest part, runs on two processors.
-    const int64_t index = have_ / kBlock;
-    const bool proveHere = index % 2 == 1;
-    if (proveHere && !info_.MatchesBlock(index, buffer, got))
+    // While the helper still hashes, this thread proves the block itself: the
+    // hashing, the dearest part, runs on two processors.
+    const bool proveHere = writer.ShouldProveHere();
+    if (proveHere && !info_.MatchesBlock(have_ / kBlock, buffer, got))
       throw MException(MString(MBlockWriter::kInvalidData));
     writer.Submit(got, proveHere);
     have_ += got;

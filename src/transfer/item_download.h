@@ -36,7 +36,7 @@ namespace kx {
 class DownloadThread;
 class DownloadHost;
 class InstallableItem;
-class MFileStream;
+class MBlockFile;
 
 // What one item download did; read by tools and tests after the step.
 struct TransferReport {
@@ -82,7 +82,7 @@ class ItemDownload {
   MString md5Path_;
   bool selected_ = false;
   MSecurityInfo info_;
-  std::unique_ptr<MFileStream> file_;
+  std::unique_ptr<MBlockFile> file_;  // while blocks are written
   int64_t have_ = 0;
   TransferReport report_;
 };

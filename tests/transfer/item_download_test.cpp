@@ -141,14 +141,14 @@ TEST_F(ItemDownloadTest, FailedStepsLeaveWholeProvedBlocksAndResumeThere) {
   const std::string cut = kPartial + content.substr(0, kBlock + kBlock / 2);
   const Case cases[] = {
       {"cut inside a block", "", {cut}, "", nullptr, "Server has disconnected.", kBlock},
-      {"flipped byte in a helper block",
+      {"flipped byte in block 2",
        "",
        {kPartial + flipped(2 * kBlock + 5)},
        "",
        nullptr,
        "Invalid data has been intercepted, download will resume.",
        2 * kBlock},
-      {"flipped byte in a thread block",
+      {"flipped byte in block 1",
        "",
        {kPartial + flipped(kBlock + 9)},
        "",
