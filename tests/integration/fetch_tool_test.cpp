@@ -5,40 +5,33 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "support/nginx_server.h"
 #include "tool_process.h"
+#include "transfer/download_fixture.h"
 
 namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Content;
+using testing::SecurityInfoOf;
 
 const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
 
-std::string Bytes(size_t size, unsigned seed) {
-  std::mt19937 generator(seed);
-  std::string bytes(size, '\0');
-  for (char& byte : bytes) byte = static_cast<char>(generator());
-  return bytes;
-}
-
 class FetchToolTest : public ::testing::Test {
  protected:
-  FetchToolTest() : content(Bytes(2 * 1048576 + 4321, 5)) {
+  FetchToolTest() {
     server.AddFile("download/pkg/a.pkgm", content);
-    WriteFile(server.DocumentRoot() / "download/pkg/a.pkgm.md5", "");
-    testing::RunTool(kTool, {"md5", (server.DocumentRoot() / "download/pkg/a.pkgm").string()},
-                     sandbox.Root());
+    server.AddFile("download/pkg/a.pkgm.md5", SecurityInfoOf(content));
   }
-  static void WriteFile(const fs::path& path, const std::string& bytes) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+  void WriteDest(const std::string& name, const std::string& bytes) const {
+    fs::create_directories(Dest());
+    std::ofstream(Dest() / name, std::ios::binary | std::ios::trunc) << bytes;
   }
-  testing::ToolResult Fetch(const std::string& path, std::vector<std::string> more = {}) {
+  testing::ToolResult Fetch(const std::string& path, std::vector<std::string> more) const {
     std::vector<std::string> arguments{
         "fetch", "--server", "127.0.0.1:" + std::to_string(server.Port()),
         path,    "--dest",   Dest().string()};
@@ -49,37 +42,28 @@ class FetchToolTest : public ::testing::Test {
 
   MTestSandbox sandbox;
   MNginxServer server;
-  std::string content;
+  const std::string content = Content(2 * testing::kBlock + 4321, 5);
 };
 
 TEST_F(FetchToolTest, FetchesResumesAndReplaces) {
   const std::string done = "Downloading package a.pkgm ... downloading finished sucessfully.\n";
+  const std::string stale = Content(1000, 6);
   struct Case {
-    const char* name;
-    std::string local;  // on disk before; empty: nothing
-    bool fresh;
+    std::string local, localInfo;  // on disk before; empty: nothing
+    std::vector<std::string> more;
     std::string firstLine;
   };
   const Case cases[] = {
-      {"empty folder", "", false, "Downloading security info for a.pkgm...\n"},
-      {"resumed", content.substr(0, 1500000), false, "Downloading package a.pkgm...\n"},
-      {"stale, fresh", Bytes(1000, 6), true, "Downloading security info for a.pkgm...\n"},
+      {"", "", {}, "Downloading security info for a.pkgm...\n"},
+      {content.substr(0, 1500000), SecurityInfoOf(content), {}, "Downloading package a.pkgm...\n"},
+      {stale, SecurityInfoOf(stale), {"--fresh"}, "Downloading security info for a.pkgm...\n"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+    SCOPED_TRACE(c.firstLine + std::to_string(c.local.size()));
     fs::remove_all(Dest());
-    if (!c.local.empty()) {
-      WriteFile(Dest() / "a.pkgm", c.local);
-      // Resumed: the server's own .md5; stale: one that calls the stale file complete.
-      if (c.fresh)
-        testing::RunTool(kTool, {"md5", (Dest() / "a.pkgm").string()}, sandbox.Root());
-      else
-        WriteFile(Dest() / "a.pkgm.md5",
-                  ReadFileBytes(server.DocumentRoot() / "download/pkg/a.pkgm.md5"));
-    }
-    testing::ToolResult result =
-        Fetch("/download/pkg/a.pkgm",
-              c.fresh ? std::vector<std::string>{"--fresh"} : std::vector<std::string>{});
+    if (!c.local.empty()) WriteDest("a.pkgm", c.local);
+    if (!c.localInfo.empty()) WriteDest("a.pkgm.md5", c.localInfo);
+    testing::ToolResult result = Fetch("/download/pkg/a.pkgm", c.more);
     EXPECT_EQ(result.exitCode, 0) << result.errorOutput;
     EXPECT_EQ(result.output.rfind(c.firstLine, 0), 0u) << result.output;
     EXPECT_EQ(result.output.substr(result.output.size() - done.size()), done);
@@ -88,23 +72,17 @@ TEST_F(FetchToolTest, FetchesResumesAndReplaces) {
 }
 
 TEST_F(FetchToolTest, FailuresEndWithTheLastStatus) {
-  struct Case {
-    std::string path;
-    std::vector<std::string> more;
-    std::string error;  // the start of standard error
-  };
-  const Case cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"/download/pkg/none.pkgm",
-       {"--tries", "2"},
        "Cannot download security info for none.pkgm (HTTP/1.1 404 Not Found)\n"},
-      {"/download/..", {}, "Invalid file name \"/download/..\" for ...\n"},
-      {"/download/pkg/", {}, "Invalid file name \"/download/pkg/\" for .\n"},
+      {"/download/..", "Invalid file name \"/download/..\" for ...\n"},
+      {"/download/pkg/", "Invalid file name \"/download/pkg/\" for .\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.path);
-    testing::ToolResult result = Fetch(c.path, c.more);
+  for (const auto& [path, error] : cases) {
+    SCOPED_TRACE(path);
+    testing::ToolResult result = Fetch(path, {"--tries", "2"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errorOutput, c.error);
+    EXPECT_EQ(result.errorOutput, error);
     EXPECT_FALSE(fs::exists(Dest() / "pkg") || fs::exists(sandbox.Root() / "none.pkgm"));
   }
 }

@@ -16,32 +16,36 @@
 namespace kx {
 namespace {
 
-using testing::HasLinesInOrder;
-
-TEST(DownloadFileTest, FetchesRangesAndReportsFailures) {
+TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
   testing::MLogCapture log;
   MNginxServer server("location = /download/moved { return 302 a.txt; }");
   server.AddFile("download/a.txt", "0123456789");
-  TransferEndpoints endpoints;
-  endpoints.MainServer = MString::FromUTF8("127.0.0.1:" + std::to_string(server.Port()));
-  endpoints.AddonServer = MString("127.0.0.1:1");
+  const std::filesystem::path folder = log.Sandbox().Root() / "override";
+  std::filesystem::create_directories(folder / "PKG");
+  std::ofstream(folder / "PKG" / "x.md5") << "local";
+  const std::string url = "http://127.0.0.1:" + std::to_string(server.Port());
   struct Case {
     const char* path;
-    bool main;
+    bool main, useOverride;
     int64_t from, to;
     std::string body, error;
   };
   const Case cases[] = {
-      {"/download/a.txt", true, -1, -1, "0123456789", ""},
-      {"/download/moved", true, 4, -1, "456789", ""},
-      {"/download/a.txt", true, 2, 4, "234", ""},
-      {"/download/none.txt", true, -1, -1, "", "HTTP/1.1 404 Not Found"},
-      {"/download/a.txt", false, -1, -1, "",
-       "Could not connect to a TCP server (host 127.0.0.1, "
-       "port 1, code -1)."},
+      {"/download/a.txt", true, false, -1, -1, "0123456789", ""},
+      {"/download/moved", true, false, 4, -1, "456789", ""},
+      {"/download/a.txt", true, false, 2, 4, "234", ""},
+      {"/download/none.txt", true, false, -1, -1, "", "HTTP/1.1 404 Not Found"},
+      {"/download/a.txt", false, false, -1, -1, "",
+       "Could not connect to a TCP server (host 127.0.0.1, port 1, code -1)."},
+      {"/DOWNLOAD/PKG/x.md5", true, true, -1, -1, "local", ""},
+      {"/other/a.txt", true, true, -1, -1, "", "HTTP/1.1 404 Not Found"},  // not below /download/
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.path);
+    TransferEndpoints endpoints;
+    endpoints.MainServer = MString::FromUTF8(url.substr(7));
+    endpoints.AddonServer = MString("127.0.0.1:1");
+    if (c.useOverride) endpoints.DownloadOverrideFolder = MString::FromUTF8(folder.string());
     MMemoryStream target, progress;
     MString error;
     DownloadFile(endpoints, error, MString(c.path), target, c.main, &progress, c.from, c.to);
@@ -49,63 +53,31 @@ TEST(DownloadFileTest, FetchesRangesAndReportsFailures) {
     EXPECT_EQ(std::string(target.Data(), static_cast<size_t>(target.Size())), c.body);
     EXPECT_EQ(progress.Size(), target.Size());
   }
-  const std::string url = "http://127.0.0.1:" + std::to_string(server.Port());
-  EXPECT_TRUE(HasLinesInOrder(
+  EXPECT_TRUE(testing::HasLinesInOrder(
       log.Text(), {"\nDownloading file " + url + "/download/a.txt", "  success",
                    "\nDownloading file " + url + "/download/moved", "  range 4 to -1", "  success",
                    "  error HTTP/1.1 404 Not Found"}));
 }
 
-TEST(DownloadFileTest, OverrideFolderServesDownloadPathsWithoutNetwork) {
-  MTestSandbox sandbox;
-  std::filesystem::create_directories(sandbox.Root() / "PKG");
-  std::ofstream(sandbox.Root() / "PKG" / "x.md5") << "local";
-  TransferEndpoints endpoints;
-  endpoints.MainServer = MString("127.0.0.1:1");
-  endpoints.DownloadOverrideFolder = MString::FromUTF8(sandbox.Root().string());
-  struct Case {
-    const char* path;
-    std::string body;
-    bool failed;
-  };
-  const Case cases[] = {{"/DOWNLOAD/PKG/x.md5", "local", false},
-                        {"/download/PKG/none", "", true},
-                        {"/other/PKG/x.md5", "", true}};  // not below /download/: the server
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.path);
-    MMemoryStream target;
-    MString error;
-    DownloadFile(endpoints, error, MString(c.path), target, true);
-    EXPECT_EQ(std::string(target.Data(), static_cast<size_t>(target.Size())), c.body);
-    EXPECT_EQ(error.IsEmpty(), !c.failed) << ToStd(error);
-  }
-}
-
 TEST(ServerHostTest, TextsAreHostAndOptionalPort) {
   struct Case {
     const char* text;
-    bool valid;
-    const char* host;
+    const char* host;  // null: invalid
     uint16_t port;
   };
-  const Case cases[] = {{"www.example.org", true, "www.example.org", 80},
-                        {"127.0.0.1:8080", true, "127.0.0.1", 8080},
-                        {"h:65535", true, "h", 65535},
-                        {"", false, "", 0},
-                        {":80", false, "", 0},
-                        {"h:", false, "", 0},
-                        {"h:0", false, "", 0},
-                        {"h:65536", false, "", 0},
-                        {"h:8x", false, "", 0},
-                        {"http://h", false, "", 0},
-                        {"a b", false, "", 0},
-                        {"h/path", false, "", 0}};
+  // clang-format off
+  const Case cases[] = {
+      {"www.example.org", "www.example.org", 80}, {"127.0.0.1:8080", "127.0.0.1", 8080},
+      {"h:65535", "h", 65535}, {"", nullptr, 0}, {":80", nullptr, 0}, {"h:", nullptr, 0},
+      {"h:0", nullptr, 0}, {"h:65536", nullptr, 0}, {"h:8x", nullptr, 0},
+      {"http://h", nullptr, 0}, {"a b", nullptr, 0}, {"h/path", nullptr, 0}};
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
     MString host;
     uint16_t port = 0;
-    ASSERT_EQ(ParseServerHost(MString(c.text), host, port), c.valid);
-    if (!c.valid) continue;
+    ASSERT_EQ(ParseServerHost(MString(c.text), host, port), c.host != nullptr);
+    if (!c.host) continue;
     EXPECT_EQ(ToStd(host), c.host);
     EXPECT_EQ(port, c.port);
   }
@@ -114,25 +86,22 @@ TEST(ServerHostTest, TextsAreHostAndOptionalPort) {
 // The start-up value is read once per process: each case runs in a child.
 TEST(ServerHostTest, EnvironmentReplacesTheBuiltInHost) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  struct Case {
-    const char* value;  // null: not set
-    const char* server;
-  };
-  const Case cases[] = {{nullptr, kBuiltInServerHost},
-                        {"127.0.0.1:8080", "127.0.0.1:8080"},
-                        {"bad host", kBuiltInServerHost}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.value ? c.value : "(unset)");
+  const std::pair<const char*, const char*> cases[] = {{nullptr, kBuiltInServerHost},
+                                                       {"127.0.0.1:8080", "127.0.0.1:8080"},
+                                                       {"bad host", kBuiltInServerHost}};
+  for (const auto& [value, server] : cases) {
+    SCOPED_TRACE(value ? value : "(unset)");
     EXPECT_EXIT(
         {
-          if (c.value)
-            ::setenv(kServerHostVariable, c.value, 1);
+          if (value)
+            ::setenv(kServerHostVariable, value, 1);
           else
             ::unsetenv(kServerHostVariable);
           TransferEndpoints endpoints;
-          bool same = ToStd(endpoints.MainServer) == c.server &&
-                      endpoints.AddonServer == endpoints.MainServer;
-          std::_Exit(same ? 0 : 1);
+          std::_Exit(ToStd(endpoints.MainServer) == server &&
+                             endpoints.AddonServer == endpoints.MainServer
+                         ? 0
+                         : 1);
         },
         ::testing::ExitedWithCode(0), "");
   }

@@ -57,17 +57,13 @@ class RecordingHost : public DownloadHost {
   bool IsPackageWorkPending() override { return packageWorkPending && packageWorkPending(); }
   bool HasAddonsToUninstall() override { return addonsToUninstall; }
 
-  void InstallAddonFile(const MString& path) override { Record("install file " + ToStd(path)); }
-  void UninstallAddons() override { Record("uninstall addons"); }
-  void UninstallPackage(InstallableItem& item) override { Record("uninstall " + Name(item)); }
-  bool CopyOfflineData() override { return Record("offline copy"), offlineCopySucceeds; }
+  void InstallAddonFile(const MString& path) override { Record("install file ", path); }
+  void UninstallAddons() override { Record("uninstall addons", MString()); }
+  bool CopyOfflineData() override { return Record("offline copy", MString()), true; }
   void RunPackageInstall(InstallableItem& item) override {
-    Record("install package " + Name(item));
+    Record("install package ", item.GetName());
   }
-  void InstallAddon(InstallableItem& item, const MString&) override {
-    Record("install addon " + Name(item));
-  }
-  void AdvanceAddonUpdate(InstallableItem& item) override { Record("advance " + Name(item)); }
+  void AdvanceAddonUpdate(InstallableItem& item) override { Record("advance ", item.GetName()); }
 
   std::vector<std::string> Trace() {
     std::lock_guard<std::mutex> hold(traceMutex_);
@@ -80,13 +76,11 @@ class RecordingHost : public DownloadHost {
   TransferEndpoints endpoints;
   std::function<bool()> packageWorkPending;  // asked under the main lock
   bool addonsToUninstall = false;
-  bool offlineCopySucceeds = true;
 
  private:
-  static std::string Name(InstallableItem& item) { return ToStd(item.GetName()); }
-  void Record(const std::string& call) {
+  void Record(const char* call, const MString& name) {
     std::lock_guard<std::mutex> hold(traceMutex_);
-    trace_.push_back(call);
+    trace_.push_back(call + ToStd(name));
   }
 
   MString folder_;
@@ -113,7 +107,7 @@ class DownloadTest : public ::testing::Test {
     std::ofstream(Local(name), std::ios::binary | std::ios::trunc) << bytes;
   }
   std::string ReadLocal(const std::string& name) const { return ReadFileBytes(Local(name)); }
-  // A package of one remote file, in the host's list.
+  // An item of one remote file, in the host's list.
   FileItem& AddPackage(const std::string& remote) { return Add(remote, true, host.packages); }
   FileItem& AddAddon(const std::string& remote) { return Add(remote, false, host.addons); }
   void SetDownload(FileItem& item, bool download) {

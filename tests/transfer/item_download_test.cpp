@@ -139,56 +139,32 @@ TEST_F(ItemDownloadTest, FailedStepsLeaveWholeProvedBlocksAndResumeThere) {
     int64_t kept;        // bytes on disk after the first step
   };
   const std::string cut = kPartial + content.substr(0, kBlock + kBlock / 2);
+  const std::string whole = "HTTP/1.0 200 OK\r\n\r\n" + content;
+  const char* const bad = "Invalid data has been intercepted, download will resume.";
+  auto stop = [&](FileItem& item) { SetDownload(item, false); };
+  auto close = [&](FileItem&) { thread.RequestClose(); };
+  const int64_t size = static_cast<int64_t>(content.size());
+  // clang-format off
   const Case cases[] = {
       {"cut inside a block", "", {cut}, "", nullptr, "Server has disconnected.", kBlock},
-      {"flipped byte in block 2",
-       "",
-       {kPartial + flipped(2 * kBlock + 5)},
-       "",
-       nullptr,
-       "Invalid data has been intercepted, download will resume.",
+      {"flipped byte in block 2", "", {kPartial + flipped(2 * kBlock + 5)}, "", nullptr, bad,
        2 * kBlock},
-      {"flipped byte in block 1",
-       "",
-       {kPartial + flipped(kBlock + 9)},
-       "",
-       nullptr,
-       "Invalid data has been intercepted, download will resume.",
-       kBlock},
-      {"range ignored",
-       content.substr(0, 2 * kBlock),
-       {"HTTP/1.0 200 OK\r\n\r\n" + content, "HTTP/1.0 200 OK\r\n\r\n" + content},
-       "",
-       nullptr,
-       "Invalid data has been intercepted, download will resume.",
+      {"flipped byte in block 1", "", {kPartial + flipped(kBlock + 9)}, "", nullptr, bad, kBlock},
+      {"range ignored", content.substr(0, 2 * kBlock), {whole, whole}, "", nullptr, bad,
        2 * kBlock},
-      {"stopped",
-       "",
-       {kPartial + content},
-       "downloaded 2 MB",
-       [&](FileItem& item) { SetDownload(item, false); },
-       "Download has been stopped.",
+      {"stopped", "", {kPartial + content}, "downloaded 2 MB", stop, "Download has been stopped.",
        2 * kBlock},
-      {"close request",
-       "",
-       {kPartial + content},
-       "downloaded 1 MB",
-       [&](FileItem&) { thread.RequestClose(); },
-       "Download manager is being closed.",
-       kBlock},
-      {"more bytes than the total",
-       "",
-       {kPartial + content + Content(2 * kBlock, 8)},
-       "",
-       nullptr,
-       "Downloading package a.bin ... downloading finished sucessfully.",
-       static_cast<int64_t>(content.size())},
+      {"close request", "", {kPartial + content}, "downloaded 1 MB", close,
+       "Download manager is being closed.", kBlock},
+      {"more bytes than the total", "", {kPartial + content + Content(2 * kBlock, 8)}, "", nullptr,
+       "Downloading package a.bin ... downloading finished sucessfully.", size},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     std::vector<std::string> script = c.replies;
     const bool stays = std::string(c.name) == "range ignored";
-    if (c.kept < static_cast<int64_t>(content.size()) && !stays)
+    if (c.kept < size && !stays)
       script.push_back(kPartial + content.substr(static_cast<size_t>(c.kept)));
     MScriptedServer server(script);
     PointAt(server.Port());
@@ -208,7 +184,7 @@ TEST_F(ItemDownloadTest, FailedStepsLeaveWholeProvedBlocksAndResumeThere) {
     thread.Status.onChange = nullptr;
     thread.CloseRequests = 0;
     if (!item.Download) SetDownload(item, true);
-    if (c.kept == static_cast<int64_t>(content.size())) continue;
+    if (c.kept == size) continue;
 
     const TransferReport& report = StepOnce();
     EXPECT_EQ(report.startOffset, c.kept);
