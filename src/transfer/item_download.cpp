@@ -327,7 +327,9 @@ bool ItemDownload::Transfer() {
     have_ += got;
 
     const int64_t now = NowMilliseconds();
-    ShowBlockStatus(blocks, now - ticks[slot]);
+    thread_.Status.Set(
+        BlockStatusText(item_.IsPackage(), label_, blocks, have_, total, now - ticks[slot]), true,
+        ProgressValue());
     ticks[slot] = now;
     slot = (slot + 1) % kTickRing;
     ++blocks;
@@ -343,25 +345,21 @@ bool ItemDownload::Transfer() {
   return true;
 }
 
-void ItemDownload::ShowBlockStatus(int64_t blocks, int64_t sinceTick) {
-  const MString kind = item_.IsPackage() ? MString("package ") : MString();
-  const int64_t megabytes = have_ / kBlock;
-  MString text;
-  if (blocks < kTickRing - 1) {
-    text = MFormat("Downloading {0}{1} ... downloaded {2} MB").Add(kind).Add(label_).Add(megabytes);
-  } else {
-    // 32 blocks of a mebibyte in `sinceTick` milliseconds.
-    const double speed = 32000.0 / static_cast<double>(std::max<int64_t>(sinceTick, 1));
-    const double remaining = static_cast<double>(info_.totalSize - have_) / kBlock;
-    const int64_t seconds = std::llround(remaining / speed);
-    text = MFormat("Downloading {0}{1} ... {2.2} MB/s, downloaded {3} MB, remaining {4}")
-               .Add(kind)
-               .Add(label_)
-               .Add(speed)
-               .Add(megabytes)
-               .Add(FormatDuration(seconds));
-  }
-  thread_.Status.Set(text, true, ProgressValue());
+MString BlockStatusText(bool isPackage, const MString& label, int64_t blocks, int64_t have,
+                        int64_t total, int64_t sinceTick) {
+  const MString kind = isPackage ? MString("package ") : MString();
+  const int64_t megabytes = have / kBlock;
+  if (blocks < kTickRing - 1)
+    return MFormat("Downloading {0}{1} ... downloaded {2} MB").Add(kind).Add(label).Add(megabytes);
+  // 32 blocks of a mebibyte in `sinceTick` milliseconds.
+  const double speed = 32000.0 / static_cast<double>(std::max<int64_t>(sinceTick, 1));
+  const double remaining = static_cast<double>(total - have) / kBlock;
+  return MFormat("Downloading {0}{1} ... {2.2} MB/s, downloaded {3} MB, remaining {4}")
+      .Add(kind)
+      .Add(label)
+      .Add(speed)
+      .Add(megabytes)
+      .Add(FormatDuration(std::llround(remaining / speed)));
 }
 
 // An add-on gives way to package work, offline work and add-on removal; a package

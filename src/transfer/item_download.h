@@ -48,6 +48,13 @@ struct TransferReport {
   bool yielded = false;      // an add-on gave way to other work
 };
 
+// The status after a block: "Downloading [package ]<label> ... downloaded <n> MB"
+// for the first 31 blocks of a transfer (`blocks` counts those before), then with
+// the speed over the last 32 blocks, which took `sinceTick` milliseconds, and the
+// time that the rest of the total takes at that speed.
+MString BlockStatusText(bool isPackage, const MString& label, int64_t blocks, int64_t have,
+                        int64_t total, int64_t sinceTick);
+
 class ItemDownload {
  public:
   ItemDownload(DownloadThread& thread, InstallableItem& item);
@@ -65,7 +72,6 @@ class ItemDownload {
   void UseLocalSource();
   bool DecideResume();
   bool Transfer();
-  void ShowBlockStatus(int64_t blocks, int64_t sinceTick);
   bool ShouldYield();
   void Complete(bool saveSettings);
   void Fail(const MString& message);

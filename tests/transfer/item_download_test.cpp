@@ -210,5 +210,24 @@ TEST_F(ItemDownloadTest, NamesThatLeaveTheFolderStopTheItem) {
   }
 }
 
+TEST(BlockStatusTextTest, SpeedAndRemainingTimeFromThe32ndBlockOn) {
+  struct Case {
+    bool package;
+    int64_t blocks, have, total, milliseconds;
+    const char* text;
+  };
+  const Case cases[] = {
+      {true, 30, 31 * kBlock, 99 * kBlock, 5, "Downloading package p ... downloaded 31 MB"},
+      {false, 31, 32 * kBlock + 7, 4032 * kBlock + 7, 1000,
+       "Downloading p ... 32.00 MB/s, downloaded 32 MB, remaining 2 min, 5 sec"},
+      {true, 500, 100 * kBlock, 28900 * kBlock, 4000,
+       "Downloading package p ... 8.00 MB/s, downloaded 100 MB, remaining 1 hours, 0 min"},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(ToStd(BlockStatusText(c.package, MString("p"), c.blocks, c.have, c.total,
+                                    c.milliseconds)),
+              c.text);
+}
+
 }  // namespace
 }  // namespace kx
