@@ -11,6 +11,7 @@
 #include "foundation/core/log.h"
 #include "foundation/files/path_text.h"
 #include "foundation/platform/single_instance.h"
+#include "transfer/server_host.h"
 
 namespace kx {
 
@@ -61,6 +62,9 @@ int RunEntry(MModule& module, const std::vector<MString>& arguments) {
     }
   }
 
+  // The server (built in, or KESTRIX_SERVER) is fixed now, before the application
+  // or any thread reads it.
+  StartupServerHost();
   MLog::Line("\nCreating Kestrix instance ...");
 
   // The application object comes here: KestrixApp is constructed on this stack

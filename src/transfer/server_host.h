@@ -3,8 +3,9 @@
 // A server is a "host[:port]" text: a host name or dotted address, and an optional
 // decimal port from 1 to 65535 (80 without one). The program has a built-in host;
 // the environment variable KESTRIX_SERVER, when it holds a valid server text,
-// replaces it for both servers. The variable is read once, on first use, and the
-// value holds for the whole run, so every reader sees the same server.
+// replaces it for both servers. The variable is read once (the main routine asks
+// at start-up), and the value holds for the whole run, so every reader sees the
+// same server.
 //
 // TransferEndpoints is what the download routines read: MainServer (catalogues and
 // packages), AddonServer (add-on transfers; the add-on list may move it elsewhere)
