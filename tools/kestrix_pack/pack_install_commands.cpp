@@ -4,7 +4,9 @@
 // before the walk, which runs with all possible items allowed. Without
 // --on-error the rewrite question goes to the console (Cancel when nobody can
 // answer it); with it, the question is answered as told.
-// uninstall: the walk over the state tree with the uninstall flag.
+// uninstall: the walk over the state tree with the uninstall flag; --enable
+// fills EnabledItems as for install, which a tree with `detectitems` needs to
+// remove anything (the program passes the plug-ins being removed).
 #include "kestrix_pack/pack_install_commands.h"
 
 #include <cstdio>
@@ -79,6 +81,8 @@ bool Parse(int argc, char** argv, InstallRequest& request) {
     bool hasValue = i + 1 < argc;
     if (argument == "--log" && hasValue) {
       request.log = argv[++i];
+    } else if (argument == "--enable" && hasValue) {
+      request.enabled.emplace_back(argv[++i]);
     } else if (request.uninstall) {
       if (!request.file.empty() || argument.rfind("--", 0) == 0) return false;
       request.file = argument;
@@ -89,8 +93,6 @@ bool Parse(int argc, char** argv, InstallRequest& request) {
       size_t equals = pair.find('=');
       if (equals == std::string::npos || equals == 0 || equals + 1 == pair.size()) return false;
       request.copies.emplace_back(pair.substr(0, equals), pair.substr(equals + 1));
-    } else if (argument == "--enable" && hasValue) {
-      request.enabled.emplace_back(argv[++i]);
     } else if (argument == "--state" && hasValue) {
       request.state = argv[++i];
     } else if (argument == "--on-error" && hasValue) {
@@ -138,6 +140,7 @@ void Run(const InstallRequest& request) {
   if (!request.log.empty()) MLog::Open(Text(request.log));
   InstallContext context;
   MPresetContext presets;
+  for (const std::string& name : request.enabled) context.EnabledItems.Add(Text(name));
   if (request.uninstall) {
     MXMLItem state;
     LoadStateFile(state, Text(request.file));
@@ -147,7 +150,6 @@ void Run(const InstallRequest& request) {
     MPackageFile package;
     MXMLItem& root = package.Open(Text(request.file));
     PrepareTree(root, request);
-    for (const std::string& name : request.enabled) context.EnabledItems.Add(Text(name));
     if (!request.state.empty()) SaveStateFile(root, Text(request.state));
     InstallPackageTree(context, root,
                        {.library = &package, .presetContext = &presets, .allowAllPossible = true});
@@ -168,7 +170,7 @@ int RunPackInstallCommand(int argc, char** argv) {
     std::fputs(
         "Usage: kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
         "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
-        "       kestrix-pack uninstall STATE [--log FILE]\n",
+        "       kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]\n",
         stderr);
     return 2;
   }

@@ -3,7 +3,7 @@
 //
 //   kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...
 //                        [--state FILE] [--log FILE] [--on-error ignore|cancel]
-//   kestrix-pack uninstall STATE [--log FILE]
+//   kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]
 //
 // Exit codes as the other subcommands: 0 done, 1 failure (its message on
 // standard error), 2 wrong usage.
