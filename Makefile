@@ -2,7 +2,8 @@
 #   make test   install deps, build with ASan+UBSan, run every test through CTest,
 #               then the thread tests under ThreadSanitizer
 #   make bench  release build, run the benchmarks and the peer comparisons
-#   make demo   build and run the program on its built-in demo in a sandboxed HOME
+#   make demo   build the demo catalogue into a server tree, serve it with nginx on
+#               127.0.0.1 and run the program against it in a sandboxed HOME
 #   make tsan   build with ThreadSanitizer, run the thread, task and event tests
 JOBS ?= $(shell nproc)
 TEST_DIR := build/test
@@ -50,7 +51,7 @@ bench:
 
 demo: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
-	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack kestrix-tree
 	scripts/demo $(BENCH_DIR)/src/app/kestrix
 
 fuzz-smoke:

@@ -1,0 +1,126 @@
+// scripts/build-demo-server run into a temporary folder, and the tree it makes
+// read back with the program's own readers: the definition is MBX, every package
+// of the definition is published in the database, every published version is
+// on the server with a security info that kestrix-pack verify accepts, every
+// add-on too, and the connection test answers with bytes. Last, the plug-ins of
+// the effects binary are told apart by name: removing one leaves the others.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "catalogue/definition_schema.h"
+#include "catalogue/package.h"
+#include "catalogue/package_database.h"
+#include "foundation/files/file_ops.h"
+#include "foundation/files/path_text.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/xml_item.h"
+#include "tool_process.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* const kPack = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
+
+class DemoServerTest : public ::testing::Test {
+ protected:
+  MTestSandbox sandbox;
+};
+
+MXMLItem& LoadTree(MXMLItem& tree, const fs::path& file, bool mbxOnly) {
+  MMemoryStream bytes;
+  MFile::ReadAll(FromSystem(file.string()), bytes);
+  bytes.Seek(0, kSeekBegin);
+  if (mbxOnly)
+    tree.ReadMBX(bytes);
+  else
+    tree.LoadAny(bytes);
+  return tree;
+}
+
+// A file of the tree, with its security info beside it, as kestrix-pack verify sees it.
+void ExpectVerified(const fs::path& file, const fs::path& scratch) {
+  ASSERT_TRUE(fs::is_regular_file(file)) << file;
+  ASSERT_TRUE(fs::is_regular_file(file.string() + ".md5")) << file;
+  testing::ToolResult verify = testing::RunTool(kPack, {"verify", file.string()}, scratch);
+  EXPECT_EQ(verify.exitCode, 0) << file << ": " << verify.errorOutput;
+  EXPECT_NE(verify.output.find("blocks and the file's MD5 match"), std::string::npos) << verify.output;
+}
+
+TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
+  const fs::path root = sandbox.Root() / "www";
+  const fs::path download = root / "download";
+  testing::ToolResult build = testing::RunTool(
+      "/bin/bash",
+      {KESTRIX_SOURCE_DIR "/scripts/build-demo-server", root.string(), "--tools",
+       KESTRIX_BINARY_DIR "/tools", "--server", "127.0.0.1:8080"},
+      sandbox.Root());
+  ASSERT_EQ(build.exitCode, 0) << build.output << build.errorOutput;
+
+  EXPECT_GT(fs::file_size(download / "ConnectionTest.pkgm"), 0u);
+  MXMLItem definition, database, addons, selfUpdate;
+  InstallerDefinitionContents contents =
+      ReadInstallerDefinition(LoadTree(definition, download / "MInstallerDefinition.mbx", true));
+  LoadTree(database, download / "MINSTALLERDATABASE.xml", false);
+  LoadTree(selfUpdate, download / "KESTRIXDATABASE.xml", false);
+  EXPECT_TRUE(selfUpdate.HasSubItem("kestrix_installers"));
+  EXPECT_FALSE(contents.categories.Count() == 0);
+
+  // Every package of the definition is published, and every published version
+  // lies at /download/<folder>/<key>_<version>.pkgm.
+  std::set<std::string> definedKeys;
+  fs::path effects;
+  for (const FilesDefinition& files : contents.files) {
+    MString folder = Package::MakeFolderPath(files.path);
+    MString key = Package::MakeKey(folder);
+    definedKeys.insert(ToStd(key));
+    MXMLItem* entry = FindDatabaseEntry(database, key);
+    ASSERT_NE(entry, nullptr) << ToStd(key) << " is not in the database";
+    DatabaseVersions versions = ReadDatabaseVersions(entry);
+    for (const MString* version : {&versions.stableVersion, &versions.betaVersion}) {
+      if (version->IsEmpty()) continue;
+      fs::path package = download / ToStd(folder) / (ToStd(key) + "_" + ToStd(*version) + ".pkgm");
+      ExpectVerified(package, sandbox.Root());
+      if (key == "BINEffects_binx64") effects = package;
+    }
+  }
+  // And the database publishes nothing the definition lacks.
+  for (MXMLItem* entry = database.firstSubItem; entry; entry = entry->next)
+    EXPECT_TRUE(definedKeys.count(ToStd(entry->GetAttribute("name").AsString())))
+        << ToStd(entry->GetAttribute("name").AsString());
+
+  // The add-ons point at files of the tree, and at the server they were built for.
+  LoadTree(addons, download / "PRODUCTSX.xml", false);
+  EXPECT_EQ(ToStd(addons.GetAttribute("server").AsString()), "127.0.0.1:8080");
+  int addonCount = 0;
+  for (MXMLItem* item = addons.firstSubItem; item; item = item->next, ++addonCount)
+    ExpectVerified(root / ToStd(item->GetAttribute("url").AsString()).substr(1), sandbox.Root());
+  EXPECT_GT(addonCount, 0);
+
+  ASSERT_FALSE(effects.empty());
+  const fs::path vst = sandbox.Root() / "vst", state = sandbox.Root() / "effects.state";
+  std::vector<std::string> install = {"install", effects.string(), "--dest", vst.string(),
+                                      "--state", state.string()};
+  std::set<std::string> expected;
+  for (const CategoryDefinition& category : contents.categories) {
+    for (const PluginDefinition& plugin : category.items) {
+      install.insert(install.end(), {"--enable", ToStd(plugin.name)});
+      if (plugin.name != "Driftdelay") expected.insert(ToStd(plugin.name) + ".so");
+    }
+  }
+  ASSERT_EQ(testing::RunTool(kPack, install, sandbox.Root()).exitCode, 0);
+  ASSERT_EQ(testing::RunTool(kPack, {"uninstall", state.string(), "--enable", "Driftdelay"},
+                             sandbox.Root()).exitCode, 0);
+  std::set<std::string> left;
+  for (const fs::directory_entry& file : fs::directory_iterator(vst))
+    left.insert(file.path().filename().string());
+  EXPECT_EQ(left, expected);
+}
+
+}  // namespace
+}  // namespace kx
