@@ -1,6 +1,9 @@
 #include "app/main_routine.h"
 
+#include <memory>
+
 #include "app/command_line.h"
+#include "app/kestrix_app.h"
 #include "app/run_flags.h"
 #include "foundation/core/boxes.h"
 #include "foundation/core/module.h"
@@ -11,7 +14,9 @@
 #include "foundation/core/log.h"
 #include "foundation/files/path_text.h"
 #include "foundation/platform/single_instance.h"
+#include "transfer/download_thread.h"
 #include "transfer/server_host.h"
+#include "foundation/files/file_ops.h"
 
 namespace kx {
 
@@ -26,6 +31,34 @@ void LogArguments(const MArray<MString>& arguments) {
     MLog::Line(MFormat("Argument {0}: {1}").Add(i).Add(arguments[i]));
     // Known this early so that the single-instance answer can already be silent.
     if (IsSilentOption(arguments[i])) SilentMode = true;
+  }
+}
+
+// The silent work is done when the download thread has ended; a thread that
+// never started counts as ended. Up to 1800 rounds of a second, 30 minutes.
+int WaitForSilentWork(DownloadThread& thread) {
+  constexpr int kRounds = 1800;
+  constexpr int64_t kRoundMilliseconds = 1000;
+  for (int round = 0; round < kRounds; ++round) {
+    if (thread.status.load() != kThreadRunning) return kExitNormal;
+    // Answers as soon as the thread has ended, not at the end of the second.
+    if (thread.Wait(kRoundMilliseconds)) return kExitNormal;
+  }
+  return kExitAnotherInstance;
+}
+
+void LaunchNewSetup(const MString& setupPath) {
+  try {
+    MLog::Line("Launching new Kestrix setup for update.");
+  } catch (MException&) {
+  }
+  MArray<MString> parameters;
+  parameters.Add("/silent");
+  parameters.Add("/run");
+  MFile::Execute(setupPath, &parameters, MString(), false);
+  try {
+    MLog::Line("Launched new Kestrix setup for update.");
+  } catch (MException&) {
   }
 }
 
@@ -67,12 +100,26 @@ int RunEntry(MModule& module, const std::vector<MString>& arguments) {
   StartupServerHost();
   MLog::Line("\nCreating Kestrix instance ...");
 
-  // The application object comes here: KestrixApp is constructed on this stack
-  // frame (its constructor is the whole start-up), then the run branches by mode
-  // - the silent wait on the download thread, the launch of a new setup, or the
-  // window loop - and the lock is released before KestrixApp is destroyed, except
-  // after the window loop (released last) and after the silent wait (kept until
-  // the process is gone). Until then a run ends here.
+  // The whole start-up runs in this construction; the lock is released before
+  // the application goes, except after the window loop (released last) and after
+  // the silent wait (kept until the process is gone).
+  auto app = std::make_unique<KestrixApp>();
+  if (SilentMode) {
+    if (SilentFailureCode > 0) {
+      instance.Release();
+      return SilentFailureCode;
+    }
+    const int exitCode = WaitForSilentWork(app->Thread());
+    app.reset();
+    return exitCode;
+  }
+  if (!app->UpToDate) {
+    instance.Release();
+    LaunchNewSetup(app->SetupPath);
+    return kExitNormal;
+  }
+  // The window loop comes with the GUI; without it the run ends here.
+  app.reset();
   instance.Release();
   return kExitNormal;
 }
