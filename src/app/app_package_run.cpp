@@ -323,17 +323,16 @@ void KestrixApp::UninstallPackageItem(Package& package) {
   thread_->PollInterval.store(DownloadThread::kPackagePollInterval);
   SetBusyIndicator(true);
   MLog::Line(MString("\nSTARTING UNINSTALL FOR ITEM ") + package.GetName());
-  if (package.IsEffectsBinary() && Phase.load() == PackagePhase::kInstallChange) {
-    // A named removal: only the named plug-ins' binaries leave.
-    package.WantedBy.Clear();
+  package.WantedBy.Clear();
+  if (package.IsEffectsBinary()) {
+    // The binaries of the plug-ins marked for removal leave; a named removal
+    // keeps the package, with the others' binaries, installed.
     for (const Plugin* plugin : plugins_)
       if (plugin->Uninstall)
         for (const MString& name : plugin->WantedNames()) package.AddWantedBy(name);
-    InstallPackage(package, true, true, UninstallProgress);
-  } else {
-    package.WantedBy.Clear();
-    InstallPackage(package, true, UninstallMode, UninstallProgress);
   }
+  const bool named = Phase.load() == PackagePhase::kInstallChange;
+  InstallPackage(package, true, named || UninstallMode, UninstallProgress);
   if (PackagesToProcess > 0) UninstallProgress += 1.0F / PackagesToProcess;
   Show("Uninstallation of all plugins finished successfully.", std::min(UninstallProgress, 1.0F));
   if (package.IsEffectsBinary() || package.IsLocked()) {

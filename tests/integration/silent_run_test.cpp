@@ -1,0 +1,202 @@
+// Silent runs of the real kestrix binary against a real server (nginx on
+// 127.0.0.1) that serves a tiny catalogue built with the real tools: two
+// plug-ins, Alpha and Beta, each with a content package of its own, and the
+// effects binary that holds both plug-ins' files.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "app/main_routine.h"
+#include "support/nginx_server.h"
+#include "tool_process.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ToolResult;
+
+const char* const kBinary = KESTRIX_BINARY_DIR "/src/app/kestrix";
+const char* const kPackTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
+const char* const kTreeTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
+size_t Count(const std::string& text, const std::string& part) {
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+const char* const kClosing2 = "\nClosing Kestrix, error code: 2\r\n";
+
+const char* const kDefinition =
+    "<InstallerDefinition>\n"
+    " <directory id=\"contentfolder\" default=\"{userdata}/VorlundContent\" "
+    "defaultprefix=\"{userdata}\"/>\n"
+    " <files path=\"Content/Alpha\" name=\"Alpha content\" flags=\"alpha\"/>\n"
+    " <files path=\"Content/Beta\" name=\"Beta content\" flags=\"beta\"/>\n"
+    " <files path=\"BINEffects/binx64\" name=\"Effects\" flags=\"global\"/>\n"
+    " <category name=\"Effects\" columns=\"2\">\n"
+    "  <item name=\"Alpha\" flags=\"alpha\"/>\n"
+    "  <item name=\"Beta\" flags=\"beta\"/>\n"
+    " </category>\n"
+    "</InstallerDefinition>\n";
+
+struct PackageSpec {
+  std::string key;
+  std::string folder;  // below /download/ and the data folder
+  std::vector<std::string> attributes;
+  std::vector<std::pair<std::string, std::string>> files;  // relative path, content
+};
+
+std::vector<PackageSpec> Packages() {
+  return {
+      {"Content_Alpha", "Content/Alpha", {"destination={contentfolder}/Alpha"},
+       {{"Alpha/Manual.txt", "alpha manual"}, {"Alpha/User.presets", "alpha presets"}}},
+      {"Content_Beta", "Content/Beta", {"destination={contentfolder}/Beta"},
+       {{"Beta/Manual.txt", "beta manual"}}},
+      {"BINEffects_binx64", "PKG/BINEffects/binx64", {"detectitems=1"},
+       {{"Alpha.so", "alpha binary"}, {"Beta.so", "beta binary"}}},
+  };
+}
+
+class SilentRunTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!MNginxServer::IsInstalled()) GTEST_SKIP() << "nginx is not installed";
+    server_ = std::make_unique<MNginxServer>();
+    ASSERT_TRUE(server_->IsRunning());
+    BuildServerTree();
+    UseServer("127.0.0.1:" + std::to_string(server_->Port()));
+  }
+  void TearDown() override { unsetenv("KESTRIX_SERVER"); }
+  // The child reads the server from its environment.
+  static void UseServer(const std::string& server) { setenv("KESTRIX_SERVER", server.c_str(), 1); }
+
+  fs::path Work(const std::string& name) const { return sandbox.Root() / "work" / name; }
+  fs::path Served(const std::string& name) const { return server_->DocumentRoot() / "download" / name; }
+
+  void Tool(const char* tool, const std::vector<std::string>& arguments) const {
+    ToolResult result = testing::RunTool(tool, arguments, sandbox.Root());
+    ASSERT_EQ(result.exitCode, 0) << result.output << result.errorOutput;
+  }
+
+  void WriteFile(const fs::path& path, const std::string& bytes) const {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+  }
+
+  void BuildServerTree() {
+    std::string database = "<PackageDatabase>\n";
+    for (const PackageSpec& package : Packages()) {
+      fs::path source = Work("src_" + package.key);
+      for (const auto& [path, bytes] : package.files) WriteFile(source / path, bytes);
+      fs::path served = Served(package.folder + "/" + package.key + "_1.0.pkgm");
+      fs::create_directories(served.parent_path());
+      std::vector<std::string> arguments{"build", source.string(), served.string(), "--name",
+                                         package.key == "BINEffects_binx64" ? "Plugins" : "Content"};
+      for (const std::string& attribute : package.attributes) {
+        arguments.push_back("--attr");
+        arguments.push_back(attribute);
+      }
+      Tool(kPackTool, arguments);
+      Tool(kPackTool, {"md5", served.string()});
+      database += "<packages name=\"" + package.key + "\"><release version=\"1.0\" size=\"" +
+                  std::to_string(fs::file_size(served)) + "\" time=\"2024-01-01 10:00:00\"/></packages>\n";
+    }
+    database += "</PackageDatabase>\n";
+    WriteFile(Served("MINSTALLERDATABASE.xml"), database);
+    WriteFile(Work("definition.xml"), kDefinition);
+    Tool(kTreeTool, {"convert", Work("definition.xml").string(), Served("MInstallerDefinition.mbx").string(),
+                     "--to", "mbx"});
+    WriteFile(Served("PRODUCTSX.xml"),
+              "<Products server=\"127.0.0.1:" + std::to_string(server_->Port()) + "\"/>\n");
+    WriteFile(Served("ConnectionTest.pkgm"), "ok");
+  }
+
+  ToolResult Run(const std::vector<std::string>& arguments) const {
+    return testing::RunTool(kBinary, arguments, sandbox.Root());
+  }
+  std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
+
+  // Every file below HOME whose name is one of the packages' files, by name.
+  std::vector<std::string> InstalledNames() const {
+    std::vector<std::string> names;
+    for (const PackageSpec& package : Packages())
+      for (const auto& [path, bytes] : package.files)
+        if (!Find(fs::path(path).filename().string()).empty()) names.push_back(path);
+    return names;
+  }
+  fs::path Find(const std::string& fileName) const {
+    for (const auto& entry : fs::recursive_directory_iterator(sandbox.Home()))
+      if (entry.is_regular_file() && entry.path().filename() == fileName &&
+          entry.path().string().find("Downloader") == std::string::npos)
+        return entry.path();
+    return {};
+  }
+
+  MTestSandbox sandbox;
+  std::unique_ptr<MNginxServer> server_;
+};
+
+TEST_F(SilentRunTest, NoServerEndsWithCodeTwoUnlessUninstalling) {
+  UseServer("127.0.0.1:9");
+  ToolResult result = Run({"/silent"});
+  EXPECT_EQ(result.exitCode, kExitSilentNoServer);
+  std::string log = Log();
+  ASSERT_GE(log.size(), strlen(kClosing2));
+  EXPECT_EQ(log.substr(log.size() - strlen(kClosing2)), kClosing2);
+  EXPECT_EQ(log.find("Starting download thread"), std::string::npos);
+  EXPECT_EQ(Run({"/silent", "/uninstall"}).exitCode, kExitNormal);
+}
+
+TEST_F(SilentRunTest, EmptyConnectionTestMeansOffline) {
+  WriteFile(Served("ConnectionTest.pkgm"), "");
+  EXPECT_EQ(Run({"/silent"}).exitCode, kExitSilentNoServer);
+  EXPECT_NE(Log().find("Kestrix is in OFFLINE mode!"), std::string::npos);
+}
+
+TEST_F(SilentRunTest, FirstRunInstallsAllSecondRunRewritesNothing) {
+  ToolResult first = Run({"/silent"});
+  ASSERT_EQ(first.exitCode, kExitNormal) << Log();
+  EXPECT_EQ(InstalledNames().size(), 5u) << Log();
+  // The binaries went to the VST folder, the content below the user data folder.
+  EXPECT_EQ(Find("Alpha.so").parent_path(), sandbox.Home() / ".vst" / "Vorlund");
+  for (const char* settings : {"Settings.xml", "SettingsPackage.xml", "SettingsPlugins.xml"})
+    EXPECT_TRUE(fs::exists(sandbox.KestrixDataFolder() / settings)) << settings;
+  for (const PackageSpec& package : Packages())
+    EXPECT_TRUE(fs::exists(sandbox.KestrixDataFolder() / "Uninstall" / (package.key + ".state")))
+        << package.key;
+
+  const auto written = fs::last_write_time(Find("Alpha.so"));
+  ToolResult second = Run({"/silent"});
+  EXPECT_EQ(second.exitCode, kExitNormal);
+  // Every package the thread took was found complete on disk.
+  const std::string log = Log();
+  EXPECT_GT(Count(log, "  url http"), 0u) << log;
+  EXPECT_EQ(Count(log, "  url http"), Count(log, "  already exists")) << log;
+  EXPECT_EQ(fs::last_write_time(Find("Alpha.so")), written);
+}
+
+TEST_F(SilentRunTest, NamedRunsInstallAndRemoveOnlyTheNamedPlugins) {
+  ASSERT_EQ(Run({"/silent", "Alpha"}).exitCode, kExitNormal) << Log();
+  EXPECT_FALSE(Find("Alpha.so").empty());
+  EXPECT_FALSE(Find("Manual.txt").empty());
+  EXPECT_TRUE(Find("Beta.so").empty());
+
+  ASSERT_EQ(Run({"/silent", "Beta"}).exitCode, kExitNormal) << Log();
+  ASSERT_EQ(Run({"/uninstall", "/silent", "Alpha"}).exitCode, kExitNormal) << Log();
+  EXPECT_TRUE(Find("Alpha.so").empty()) << Log();
+  EXPECT_FALSE(Find("Beta.so").empty());
+
+  ASSERT_EQ(Run({"/silent", "/uninstall"}).exitCode, kExitNormal) << Log();
+  // Preset libraries stay: they hold what the user saved.
+  EXPECT_EQ(InstalledNames(), std::vector<std::string>{"Alpha/User.presets"}) << Log();
+}
+
+}  // namespace
+}  // namespace kx
