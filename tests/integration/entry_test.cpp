@@ -4,6 +4,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -25,6 +26,10 @@ const char* const kCreating = "\nCreating Kestrix instance ...\r\n";
 
 class EntryTest : public ::testing::Test {
  protected:
+  // A run that gets as far as the application finds no server here and goes
+  // offline at once, never reaching out to the built-in host.
+  EntryTest() { setenv("KESTRIX_SERVER", "127.0.0.1:9", 1); }
+  ~EntryTest() override { unsetenv("KESTRIX_SERVER"); }
   testing::ToolResult Run(const std::vector<std::string>& arguments) {
     return testing::RunTool(kBinary, arguments, sandbox.Root());
   }
@@ -58,8 +63,14 @@ TEST_P(EntryRunTest, ExitCodeLogAndConsole) {
 
   testing::ToolResult result = Run(c.arguments);
   EXPECT_EQ(result.exitCode, c.exitCode);
-  EXPECT_EQ(Log(), c.log);
-  EXPECT_EQ(result.errorOutput, c.errorOutput);
+  // Once the application is created, its start-up follows (silent_run_test.cpp).
+  if (std::string(c.log).ends_with(kCreating)) {
+    EXPECT_TRUE(Log().starts_with(c.log)) << Log();
+    EXPECT_TRUE(result.errorOutput.starts_with(c.errorOutput)) << result.errorOutput;
+  } else {
+    EXPECT_EQ(Log(), c.log);
+    EXPECT_EQ(result.errorOutput, c.errorOutput);
+  }
 }
 
 // clang-format off
@@ -91,7 +102,8 @@ TEST_F(EntryTest, LogIsReplacedAtEachStart) {
   ASSERT_EQ(Run({"/help"}).exitCode, kExitHelp);
   EXPECT_EQ(Log(), "Argument count 1\r\nArgument 0: /help\r\n");
   ASSERT_EQ(Run({}).exitCode, kExitNormal);
-  EXPECT_EQ(Log(), std::string("Argument count 0\r\n") + kCreating);
+  EXPECT_TRUE(Log().starts_with(std::string("Argument count 0\r\n") + kCreating)) << Log();
+  EXPECT_EQ(Log().find("first-run"), std::string::npos);
 }
 
 // The data folder cannot be created: the start fails with a message, shown only
@@ -141,7 +153,7 @@ TEST_F(EntryTest, ModuleOpensTheLibraryBesideTheProgram) {
 
   testing::ToolResult result = testing::RunTool(program.c_str(), {}, sandbox.Root());
   EXPECT_EQ(result.exitCode, kExitNormal);
-  EXPECT_EQ(Log(), std::string("Argument count 0\r\n") + kCreating);
+  EXPECT_TRUE(Log().starts_with(std::string("Argument count 0\r\n") + kCreating)) << Log();
   alignas(inotify_event) char events[4096];
   EXPECT_GT(read(watch, events, sizeof events), 0) << "the program never opened " << library;
   close(watch);
