@@ -198,5 +198,33 @@ TEST_F(SilentRunTest, NamedRunsInstallAndRemoveOnlyTheNamedPlugins) {
   EXPECT_EQ(InstalledNames(), std::vector<std::string>{"Alpha/User.presets"}) << Log();
 }
 
+struct CorruptCase {
+  const char* file;
+  const char* bytes;
+  const char* logged;
+};
+
+// A corrupt catalogue ends the start with its message, which the log keeps.
+TEST_F(SilentRunTest, CorruptCataloguesEndTheStartWithTheirMessage) {
+  const CorruptCase cases[] = {
+      {"MInstallerDefinition.mbx", "not a tree",
+       "Could not load file InstallerDefinition.install.\nPlease re-install the app.\n\nError: "},
+      {"MInstallerDefinition.mbx", "not a tree",
+       "InstallerDefinition.mbx is probably corrupt, please reinstall the app.\r\n"},
+      {"PRODUCTSX.xml", "<Products server=", "Downloaded list of available addons - PRODUCTSX.xml is corrupt.\r\n"},
+      {"PRODUCTSX.xml", "<Products/>", "Downloaded list of available addons - PRODUCTSX.xml is corrupt.\r\n"},
+      {"MINSTALLERDATABASE.xml", "no elements here",
+       "Downloaded list of available packages - INSTALLERDATABASE.xml is corrupt.\r\n"},
+  };
+  for (const CorruptCase& c : cases) {
+    const std::string good = ReadFileBytes(Served(c.file));
+    WriteFile(Served(c.file), c.bytes);
+    EXPECT_EQ(Run({"/silent"}).exitCode, kExitStartFailed) << c.file;
+    EXPECT_NE(Log().find(c.logged), std::string::npos) << c.file << "\n" << Log();
+    EXPECT_EQ(Log().find("Starting download thread"), std::string::npos) << c.file;
+    WriteFile(Served(c.file), good);
+  }
+}
+
 }  // namespace
 }  // namespace kx
