@@ -4,6 +4,7 @@
 // effects binary that holds both plug-ins' files.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -223,6 +224,55 @@ TEST_F(SilentRunTest, CorruptCataloguesEndTheStartWithTheirMessage) {
     EXPECT_NE(Log().find(c.logged), std::string::npos) << c.file << "\n" << Log();
     EXPECT_EQ(Log().find("Starting download thread"), std::string::npos) << c.file;
     WriteFile(Served(c.file), good);
+  }
+}
+
+struct FormatCase {
+  const char* name;
+  std::string settings;  // attributes of SettingsPackage.xml's root
+  std::vector<std::string> binaryFolders;  // below HOME, where Alpha.so lands
+};
+
+// The formats and folders chosen in the settings decide where the binaries of
+// the effects package go: the VST folder for the package itself, the copies
+// named "(VST3)" and "(AAX)" in their own folders.
+TEST_F(SilentRunTest, ComponentSelectionDecidesTheBinaryFolders) {
+  const fs::path tree = Work("effects.xml");
+  WriteFile(Work("bin/Alpha.so"), "alpha binary");
+  WriteFile(Work("bin/Beta.so"), "beta binary");
+  WriteFile(tree,
+            "<package name=\"Plugins\" detectitems=\"1\">\n"
+            " <copy name=\"Plugins (VST3)\" destination=\"{contentfolder}/VST3\"/>\n"
+            " <copy name=\"Plugins (AAX)\" destination=\"{contentfolder}/AAX\"/>\n"
+            " <file name=\"Alpha.so\" op=\"update\" srcpath=\"bin/Alpha.so\"/>\n"
+            " <file name=\"Beta.so\" op=\"update\" srcpath=\"bin/Beta.so\"/>\n"
+            "</package>\n");
+  const fs::path served = Served("PKG/BINEffects/binx64/BINEffects_binx64_1.0.pkgm");
+  Tool(kPackTool, {"build", tree.string(), served.string()});
+  Tool(kPackTool, {"md5", served.string()});
+
+  const std::string custom = (sandbox.Home() / "custom3").string();
+  const std::string content = ".config/Vorlund/VorlundContent/";
+  const FormatCase cases[] = {
+      {"AllOn", "", {".vst/Vorlund", content + "VST3", content + "AAX"}},
+      {"AllOff", "CheckVST=\"0\" CheckVST3=\"0\" CheckAAX=\"0\"", {}},
+      {"CustomVst3", "VST3CustomPath=\"" + custom + "\"", {".vst/Vorlund", "custom3", content + "AAX"}},
+      {"AaxOff", "CheckAAX=\"0\"", {".vst/Vorlund", content + "VST3"}},
+  };
+  for (const FormatCase& c : cases) {
+    fs::remove_all(sandbox.Home());
+    WriteFile(sandbox.KestrixDataFolder() / "SettingsPackage.xml",
+              "<KestrixPackagesSettings " + c.settings + "/>\n");
+    ASSERT_EQ(Run({"/silent"}).exitCode, kExitNormal) << c.name << Log();
+    std::vector<std::string> folders;
+    for (const auto& entry : fs::recursive_directory_iterator(sandbox.Home()))
+      if (entry.path().filename() == "Alpha.so")
+        folders.push_back(fs::relative(entry.path().parent_path(), sandbox.Home()).string());
+    std::sort(folders.begin(), folders.end());
+    std::vector<std::string> expected = c.binaryFolders;
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(folders, expected) << c.name;
+    EXPECT_FALSE(Find("Manual.txt").empty()) << c.name << ": content goes in whatever the formats";
   }
 }
 
