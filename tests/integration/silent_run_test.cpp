@@ -199,6 +199,17 @@ TEST_F(SilentRunTest, NamedRunsInstallAndRemoveOnlyTheNamedPlugins) {
   EXPECT_EQ(InstalledNames(), std::vector<std::string>{"Alpha/User.presets"}) << Log();
 }
 
+// A name the catalogue does not know asks for nothing: no package is flagged,
+// downloaded or installed, and the run ends at once with success.
+TEST_F(SilentRunTest, UnknownNameRequestsNothing) {
+  ASSERT_EQ(Run({"/silent", "Nobody"}).exitCode, kExitNormal);
+  const std::string log = Log();
+  EXPECT_NE(log.find("Install/change: Nothing new to install / change."), std::string::npos) << log;
+  EXPECT_EQ(log.find("Request install for package"), std::string::npos) << log;
+  EXPECT_EQ(log.find("INSTALLING"), std::string::npos) << log;
+  EXPECT_TRUE(InstalledNames().empty());
+}
+
 struct CorruptCase {
   const char* file;
   const char* bytes;
