@@ -47,14 +47,14 @@ const char* const kDefinition =
     " </category>\n"
     "</InstallerDefinition>\n";
 
-struct PackageSpec {
+struct PackageSource {
   std::string key;
   std::string folder;  // below /download/ and the data folder
   std::vector<std::string> attributes;
   std::vector<std::pair<std::string, std::string>> files;  // relative path, content
 };
 
-std::vector<PackageSpec> Packages() {
+std::vector<PackageSource> Packages() {
   return {
       {"Content_Alpha", "Content/Alpha", {"destination={contentfolder}/Alpha"},
        {{"Alpha/Manual.txt", "alpha manual"}, {"Alpha/User.presets", "alpha presets"}}},
@@ -93,7 +93,7 @@ class SilentRunTest : public ::testing::Test {
 
   void BuildServerTree() {
     std::string database = "<PackageDatabase>\n";
-    for (const PackageSpec& package : Packages()) {
+    for (const PackageSource& package : Packages()) {
       fs::path source = Work("src_" + package.key);
       for (const auto& [path, bytes] : package.files) WriteFile(source / path, bytes);
       fs::path served = Served(package.folder + "/" + package.key + "_1.0.pkgm");
@@ -127,7 +127,7 @@ class SilentRunTest : public ::testing::Test {
   // Every file below HOME whose name is one of the packages' files, by name.
   std::vector<std::string> InstalledNames() const {
     std::vector<std::string> names;
-    for (const PackageSpec& package : Packages())
+    for (const PackageSource& package : Packages())
       for (const auto& [path, bytes] : package.files)
         if (!Find(fs::path(path).filename().string()).empty()) names.push_back(path);
     return names;
@@ -169,7 +169,7 @@ TEST_F(SilentRunTest, FirstRunInstallsAllSecondRunRewritesNothing) {
   EXPECT_EQ(Find("Alpha.so").parent_path(), sandbox.Home() / ".vst" / "Vorlund");
   for (const char* settings : {"Settings.xml", "SettingsPackage.xml", "SettingsPlugins.xml"})
     EXPECT_TRUE(fs::exists(sandbox.KestrixDataFolder() / settings)) << settings;
-  for (const PackageSpec& package : Packages())
+  for (const PackageSource& package : Packages())
     EXPECT_TRUE(fs::exists(sandbox.KestrixDataFolder() / "Uninstall" / (package.key + ".state")))
         << package.key;
 
