@@ -1,14 +1,15 @@
 #include "foundation/core/log.h"
 
 #include "foundation/streams/file_stream.h"
+#include "foundation/core/never_destroyed.h"
 
 namespace kx {
 namespace {
 // Made closed on first use and never destroyed, so that lines written from static
 // initialisers and destructors find a valid log; every line is flushed anyway.
 MFileStream& LogStream() {
-  static MFileStream* stream = new MFileStream;
-  return *stream;
+  static MNeverDestroyed<MFileStream> stream;
+  return stream.Get();
 }
 }  // namespace
 

@@ -9,6 +9,7 @@
 #include "foundation/threads/lock.h"
 #include "foundation/files/path_text.h"
 #include "foundation/platform/user_folders.h"
+#include "foundation/core/never_destroyed.h"
 
 namespace kx {
 namespace {
@@ -46,13 +47,13 @@ struct FolderTable {
 // Created on first use and never destroyed, so that a thread still running at
 // exit can use the table.
 MCriticalSection& TableLock() {
-  static MCriticalSection* lock = new MCriticalSection();
-  return *lock;
+  static MNeverDestroyed<MCriticalSection> lock;
+  return lock.Get();
 }
 
 FolderTable& Table() {
-  static FolderTable* table = new FolderTable();
-  return *table;
+  static MNeverDestroyed<FolderTable> table;
+  return table.Get();
 }
 
 void CheckIndex(int32_t index) {

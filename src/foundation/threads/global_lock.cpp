@@ -1,4 +1,5 @@
 #include "foundation/threads/global_lock.h"
+#include "foundation/core/never_destroyed.h"
 
 #include <atomic>
 
@@ -11,8 +12,8 @@ std::atomic<bool> globalLockActive{true};
 MCriticalSection& GlobalLock() {
   // Never destroyed: events living in static objects still take it while the
   // program's statics are being torn down.
-  static MCriticalSection* lock = new MCriticalSection;
-  return *lock;
+  static MNeverDestroyed<MCriticalSection> lock;
+  return lock.Get();
 }
 
 void SetGlobalLockActive(bool active) {

@@ -5,6 +5,7 @@
 
 #include "foundation/core/exception.h"
 #include "foundation/threads/global_lock.h"
+#include "foundation/core/never_destroyed.h"
 
 namespace kx {
 
@@ -105,8 +106,8 @@ int32_t MPendingList::ExecuteAll() {
 
 MPendingList& GlobalPendingList() {
   // Never destroyed, like the global lock: static events may still cancel late.
-  static MPendingList* list = new MPendingList;
-  return *list;
+  static MNeverDestroyed<MPendingList> list;
+  return list.Get();
 }
 
 int32_t ExecuteAllPending() {

@@ -8,6 +8,7 @@
 #include "foundation/platform/cpu_topology.h"
 #include "foundation/platform/system_error.h"
 #include "foundation/platform/threads.h"
+#include "foundation/core/never_destroyed.h"
 
 namespace kx {
 
@@ -61,8 +62,8 @@ bool KillThreadsOnWait() {
 
 const std::vector<int>& PerformanceProcessors() {
   // Kept for the whole run: threads may be created while statics are destroyed.
-  static const std::vector<int>* processors = new std::vector<int>(DetectPerformanceProcessors());
-  return *processors;
+  static MNeverDestroyed<const std::vector<int>> processors(DetectPerformanceProcessors());
+  return processors.Get();
 }
 
 MThread::~MThread() {

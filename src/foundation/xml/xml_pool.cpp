@@ -5,6 +5,7 @@
 #include "foundation/threads/global_lock.h"
 #include "foundation/containers/variant.h"
 #include "foundation/xml/xml_item.h"
+#include "foundation/core/never_destroyed.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define KX_POOL_POISONING 1
@@ -89,21 +90,21 @@ int64_t MNodePool::TotalNodes() const {
   return total_;
 }
 
-// Held by never-deleted pointers: a tree in a global may be destroyed after
+// Never destroyed: a tree in a global may be destroyed after
 // any other static object.
 MNodePool& XMLItemPool() {
-  static MNodePool* pool = new MNodePool(sizeof(MXMLItem), 256);
-  return *pool;
+  static MNeverDestroyed<MNodePool> pool(sizeof(MXMLItem), 256);
+  return pool.Get();
 }
 
 MNodePool& XMLAttributePool() {
-  static MNodePool* pool = new MNodePool(sizeof(MXMLAttribute), 512);
-  return *pool;
+  static MNeverDestroyed<MNodePool> pool(sizeof(MXMLAttribute), 512);
+  return pool.Get();
 }
 
 MNodePool& BufferRecordPool() {
-  static MNodePool* pool = new MNodePool(sizeof(MVariant::Buffer), 256);
-  return *pool;
+  static MNeverDestroyed<MNodePool> pool(sizeof(MVariant::Buffer), 256);
+  return pool.Get();
 }
 
 // The pools hold nodes of their class's own size. A class derived from a pooled
