@@ -163,7 +163,8 @@ TEST_F(MTaskGroupTest, StopReturnsOnlyAfterEveryWorkerEnded) {
     group.Add(tasks.back().get(), 2);
   }
   started.wait();
-  std::vector<MTaskThread*> workers(group.workers.begin(), group.workers.end());
+  std::vector<MTaskThread*> workers;
+  for (auto& worker : group.workers) workers.push_back(worker.get());
   // The tasks may end only once Stop has asked every worker to.
   std::thread releaser([&] {
     while (!std::all_of(workers.begin(), workers.end(),

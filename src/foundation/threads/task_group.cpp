@@ -42,23 +42,20 @@ void MTaskGroup::Start(bool pinned, int32_t count) {
   // wake, and the skipped ones would spin. Every worker takes every queue, the
   // most urgent first.
   for (int32_t i = 0; i < count; ++i) {
-    auto* worker = new MTaskThread(*this, i < 10 ? 4 - i / 2 : -1);
+    auto worker = std::make_unique<MTaskThread>(*this, i < 10 ? 4 - i / 2 : -1);
     worker->lockToProcessors = pinned;
-    workers.Add(worker);
+    workers.Add(std::move(worker));
   }
-  for (MTaskThread* worker : workers) worker->Start();
-  for (MTaskThread* worker : workers) worker->SetPriority(threadPriority);
+  for (auto& worker : workers) worker->Start();
+  for (auto& worker : workers) worker->SetPriority(threadPriority);
 }
 
 void MTaskGroup::Stop() {
-  for (MTaskThread* worker : workers) worker->Stop();
+  for (auto& worker : workers) worker->Stop();
   // One unit per worker: each one either finds a unit or wakes from its sleep,
   // sees `stop` and ends.
   for (int32_t i = 0; i < workers.count; ++i) semaphore.Release();
-  for (MTaskThread* worker : workers) {
-    worker->Wait(kWaitForever);
-    delete worker;
-  }
+  for (auto& worker : workers) worker->Wait(kWaitForever);
   workers.Clear();
 }
 

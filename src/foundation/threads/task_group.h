@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "foundation/containers/containers.h"
 #include "foundation/threads/lock.h"
@@ -66,7 +67,7 @@ class MTaskGroup {
   Queue queues[kQueueCount];
   MCriticalSection lock;
   MSemaphore semaphore;  // its pendingCount counts queued tasks minus sleeping workers
-  MArray<MTaskThread*> workers;
+  MArray<std::unique_ptr<MTaskThread>> workers;
   int32_t threadPriority;
 
  private:
