@@ -78,7 +78,7 @@ MString ArchitectureMatchMessage(int32_t counter) {
       .Add(InstructionSetReport());
 }
 
-void ReportArchitectureMatch(int32_t counter, const MArray<Package*>& packages) {
+void ReportArchitectureMatch(int32_t counter, const PackageList& packages) {
   if (counter == 1) return;
   MString message = ArchitectureMatchMessage(counter);
   if (!SilentMode) ShowError(nullptr, message);
@@ -86,7 +86,7 @@ void ReportArchitectureMatch(int32_t counter, const MArray<Package*>& packages) 
 
   // The build below AVX2 runs on every machine the program supports, so it is
   // the safe choice when the definition does not single one out.
-  for (Package* package : packages) {
+  for (const auto& package : packages) {
     if (package->Mac || package->DisplayName != kKernelName) continue;
     MXMLItem& element = *package->GetDefinitionNode();
     if (ReadSettingString(element, kArchMax, MString()).EqualsNoCase(kFallbackName))
@@ -96,15 +96,10 @@ void ReportArchitectureMatch(int32_t counter, const MArray<Package*>& packages) 
   }
 }
 
-void ClearPackageList(MArray<Package*>& packages) {
-  for (Package* package : packages) delete package;
-  packages.Clear();
-}
-
 int32_t LoadPackages(CatalogueOwner* owner, MXMLItem& installerDefinition,
                      MXMLItem& packageDatabase, MXMLItem& packageSettings,
-                     MArray<Package*>& packages) {
-  ClearPackageList(packages);
+                     PackageList& packages) {
+  packages.Clear();
   MLog::Line(MFormat("\nDetected architecture index: {0}").Add(DetectArchitectureIndex()));
   MLog::Line(InstructionSetReport());
 

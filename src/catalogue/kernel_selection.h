@@ -27,6 +27,7 @@
 
 #include <cstdint>
 
+#include "catalogue/package.h"
 #include "foundation/containers/containers.h"
 #include "foundation/text/text_string.h"
 
@@ -34,7 +35,6 @@ namespace kx {
 
 class CatalogueOwner;
 class MXMLItem;
-class Package;
 
 // Where the user is asked to write when no build or several builds match.
 extern const char* const kSupportAddress;
@@ -49,12 +49,9 @@ MString ArchitectureMatchMessage(int32_t counter);
 
 // For a count other than 1: shows and logs the message, then the Kernel
 // fallback over `packages`.
-void ReportArchitectureMatch(int32_t counter, const MArray<Package*>& packages);
+void ReportArchitectureMatch(int32_t counter, const PackageList& packages);
 
-// Deletes the packages of the list and empties it.
-void ClearPackageList(MArray<Package*>& packages);
-
-// Empties `packages` (deleting what it held), logs "\nDetected architecture
+// Empties `packages`, logs "\nDetected architecture
 // index: {0}" and the instruction-set report, then walks the `files` elements
 // of `installerDefinition` in file order: `path` (required; its absence throws
 // the tree's message and ends the load), the architecture, the entry of the key
@@ -63,6 +60,6 @@ void ClearPackageList(MArray<Package*>& packages);
 // report for a count other than 1. Answers the count.
 int32_t LoadPackages(CatalogueOwner* owner, MXMLItem& installerDefinition,
                      MXMLItem& packageDatabase, MXMLItem& packageSettings,
-                     MArray<Package*>& packages);
+                     PackageList& packages);
 
 }  // namespace kx

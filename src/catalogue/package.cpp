@@ -69,12 +69,12 @@ Package::Package(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem* databa
   ReadDatabase();
 }
 
-Package* Package::Create(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem& database,
-                         MXMLItem& packageSettings) {
+std::unique_ptr<Package> Package::Create(CatalogueOwner* owner, MXMLItem& filesElement,
+                                         MXMLItem& database, MXMLItem& packageSettings) {
   MString key = MakeKey(ReadFolderPath(filesElement));
   MXMLItem* entry = FindDatabaseEntry(database, key);
   MXMLItem& settings = FindOrMakeSettingsItem(packageSettings, key);
-  return new Package(owner, filesElement, entry, settings);
+  return std::make_unique<Package>(owner, filesElement, entry, settings);
 }
 
 MString Package::MakeFolderPath(const MString& path) {

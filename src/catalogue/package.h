@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "catalogue/installable_item.h"
 #include "foundation/containers/containers.h"
@@ -39,8 +40,8 @@ class Package : public InstallableItem {
 
   // The same, looking the entry up in the database tree and finding or making
   // the settings item in the PackageSettings tree.
-  static Package* Create(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem& database,
-                         MXMLItem& packageSettings);
+  static std::unique_ptr<Package> Create(CatalogueOwner* owner, MXMLItem& filesElement, MXMLItem& database,
+                                         MXMLItem& packageSettings);
 
   // The "PKG/" rule on a `path` attribute.
   static MString MakeFolderPath(const MString& path);
@@ -101,5 +102,8 @@ class Package : public InstallableItem {
  private:
   float betaSize_ = 0.0f;
 };
+
+// The loaded packages; the list owns them.
+using PackageList = MArray<std::unique_ptr<Package>>;
 
 }  // namespace kx

@@ -35,11 +35,11 @@ Plugin::Plugin(CatalogueOwner* owner, const CategoryDefinition& category,
   nameList_.Add(Name);
 }
 
-Plugin* Plugin::Create(CatalogueOwner* owner, const CategoryDefinition& category,
-                       MXMLItem& itemElement, MXMLItem& pluginSettings) {
+std::unique_ptr<Plugin> Plugin::Create(CatalogueOwner* owner, const CategoryDefinition& category,
+                                       MXMLItem& itemElement, MXMLItem& pluginSettings) {
   PluginDefinition definition = ReadPluginDefinition(itemElement);
   MXMLItem& settings = FindOrMakeSettingsItem(pluginSettings, definition.name);
-  return new Plugin(owner, category, definition, settings);
+  return std::make_unique<Plugin>(owner, category, definition, settings);
 }
 
 void Plugin::Save() {

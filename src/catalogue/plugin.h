@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "foundation/containers/containers.h"
 #include "foundation/text/text_string.h"
@@ -33,8 +34,8 @@ class Plugin {
 
   // Reads the item (required `name` and the rest) and finds or makes its
   // settings item in the PluginSettings tree.
-  static Plugin* Create(CatalogueOwner* owner, const CategoryDefinition& category,
-                        MXMLItem& itemElement, MXMLItem& pluginSettings);
+  static std::unique_ptr<Plugin> Create(CatalogueOwner* owner, const CategoryDefinition& category,
+                                        MXMLItem& itemElement, MXMLItem& pluginSettings);
 
   // Writes Install, Installed and Uninstall into the settings item.
   void Save();

@@ -29,8 +29,8 @@ bool IsLater(const MDateTime& a, const MDateTime& b) {
          std::tie(b.year, b.month, b.day, b.hour, b.minute, b.second, b.milliseconds);
 }
 
-void SetAllCurrentVersions(const MArray<Package*>& packages, bool applyUpdate) {
-  for (Package* package : packages) SetCurrentVersion(*package, applyUpdate);
+void SetAllCurrentVersions(const PackageList& packages, bool applyUpdate) {
+  for (const auto& package : packages) SetCurrentVersion(*package, applyUpdate);
 }
 
 }  // namespace
@@ -110,14 +110,14 @@ bool CheckVstFolderForUpdate(const UpdateSettings& settings) {
   return passed;
 }
 
-bool CheckForUpdates(const MArray<Package*>& packages, const UpdateSettings& settings,
+bool CheckForUpdates(const PackageList& packages, const UpdateSettings& settings,
                      PackageRunHandOver& handOver, bool dataReloaded) {
   MLog::Line("\nCheck for updates");
   MLog::Line(MFormat("Check for updates, beta: {0}").Add(settings.checkBeta ? 1 : 0));
 
   bool someUpdate = false;
   bool someInstalled = false;
-  for (Package* package : packages) {
+  for (const auto& package : packages) {
     ReadDatabase(*package, settings.checkBeta);
     if (!package->Installed) continue;
     someInstalled = true;
@@ -170,7 +170,7 @@ bool CheckForUpdates(const MArray<Package*>& packages, const UpdateSettings& set
   return true;
 }
 
-void SwitchBetaAndStable(const MArray<Package*>& packages, const UpdateSettings& settings,
+void SwitchBetaAndStable(const PackageList& packages, const UpdateSettings& settings,
                          PackageRunHandOver& handOver) {
   bool toBeta = settings.checkBeta;
   MString question =
@@ -191,7 +191,7 @@ void SwitchBetaAndStable(const MArray<Package*>& packages, const UpdateSettings&
   handOver.UpdateComponentsAndPaths(vstEnabled);
   // With the update applied, every installed package whose version differs on
   // the new channel is wished for download, and the rest follow the channel.
-  for (Package* package : packages) {
+  for (const auto& package : packages) {
     ReadDatabase(*package, toBeta);
     SetCurrentVersion(*package, true);
   }

@@ -25,13 +25,13 @@
 
 #include <cstdint>
 
+#include "catalogue/package.h"
 #include "foundation/containers/containers.h"
 #include "foundation/text/text_string.h"
 
 namespace kx {
 
 class MLockable;
-class Package;
 
 // What the flows read from this run's settings (held by the controls).
 struct UpdateSettings {
@@ -94,7 +94,7 @@ bool CheckVstFolderForUpdate(const UpdateSettings& settings);
 // and under the lock the hand-over: components and paths, the installed
 // selection, every current version set with the update, and the run started
 // with PackagePhase 3 (4 in SilentMode). Answers true when a run was started.
-bool CheckForUpdates(const MArray<Package*>& packages, const UpdateSettings& settings,
+bool CheckForUpdates(const PackageList& packages, const UpdateSettings& settings,
                      PackageRunHandOver& handOver, bool dataReloaded);
 
 // After the user changed CheckBeta (settings.checkBeta is the new value): asks
@@ -102,7 +102,7 @@ bool CheckForUpdates(const MArray<Package*>& packages, const UpdateSettings& set
 // takes the lock, clears the selection of plug-ins not installed, updates
 // components and paths, sets every package onto the new channel's newest
 // version and starts the reinstall.
-void SwitchBetaAndStable(const MArray<Package*>& packages, const UpdateSettings& settings,
+void SwitchBetaAndStable(const PackageList& packages, const UpdateSettings& settings,
                          PackageRunHandOver& handOver);
 
 }  // namespace kx

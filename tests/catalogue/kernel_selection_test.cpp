@@ -75,7 +75,7 @@ TEST_P(KernelSelectionTest, EveryMachineIndex) {
     // A definition also carries panels, which the walk passes over.
     trees.definition.AddSubItem("category").SetAttribute("name", "Effects");
 
-    MArray<Package*> packages;
+    PackageList packages;
     int32_t count =
         LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
     EXPECT_EQ(count, c.counts[index] - '0');
@@ -112,7 +112,7 @@ TEST_P(KernelSelectionTest, EveryMachineIndex) {
       EXPECT_EQ(ToStd(boxes.Calls()[0].text), message);
       EXPECT_TRUE(HasLinesInOrder(text, {message}));
     }
-    ClearPackageList(packages);
+    packages.Clear();
   }
 }
 
@@ -197,14 +197,14 @@ TEST(KernelSelectionSilentTest, MessageAtEachStartOnlyInTheLog) {
   testing::MLogCapture log;
   testing::CatalogueTrees trees;
   AddElement(trees.definition, {"Kernel/one", "Kernel", nullptr, nullptr, false, ""});
-  MArray<Package*> packages;
+  PackageList packages;
   // A second load (offline data) replaces the list and tells again.
   for (int start = 0; start < 2; ++start)
     LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
   EXPECT_EQ(packages.Count(), 1);
   EXPECT_TRUE(boxes.Calls().empty());
   EXPECT_EQ(CountOf(log.Text(), kNoMatch), 2);
-  ClearPackageList(packages);
+  packages.Clear();
   ResetRunFlags();
 }
 
@@ -214,7 +214,7 @@ TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
   AddElement(trees.definition, {"Kernel/avx2", "Kernel", "avx2", nullptr, false, ""});
   MXMLItem& broken = trees.definition.AddSubItem("files");
   broken.SetAttribute("archmin", "avx2");
-  MArray<Package*> packages;
+  PackageList packages;
   try {
     LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
     FAIL() << "no exception";
@@ -225,7 +225,7 @@ TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
   // What was built before the broken element stays in the list, which owns it.
   ASSERT_EQ(packages.Count(), 1);
   EXPECT_EQ(ToStd(packages[0]->Key), "Kernel_avx2");
-  ClearPackageList(packages);
+  packages.Clear();
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ TEST(PackagePathGuardTest, PathsThatLeaveTheDataFolderAreRefused) {
     testing::CatalogueTrees trees;
     MXMLItem& files = AddFiles(trees.definition, {path});
     try {
-      delete Package::Create(nullptr, files, trees.database, trees.packageSettings);
+      Package::Create(nullptr, files, trees.database, trees.packageSettings);
       ADD_FAILURE() << path;
     } catch (MException& e) {
       EXPECT_EQ(ToStd(e.message),
@@ -154,8 +154,8 @@ TEST(PackageDatabaseTest, BadEntriesStopTheLoad) {
     MXMLItem& child = entry.AddSubItem("release");
     if (bad.time) child.SetAttribute("time", bad.time);
     try {
-      delete Package::Create(nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database,
-                             trees.packageSettings);
+      Package::Create(nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database,
+                      trees.packageSettings);
       ADD_FAILURE() << bad.message;
     } catch (MException& e) {
       EXPECT_EQ(ToStd(e.message), bad.message);

@@ -144,7 +144,7 @@ class UpdateFlowTest : public ::testing::Test {
  protected:
   void SetUp() override { ResetUpdateMarks(); }
   void TearDown() override {
-    ClearPackageList(packages);
+    packages.Clear();
     ResetRunFlags();
     ResetUpdateMarks();
   }
@@ -186,7 +186,7 @@ class UpdateFlowTest : public ::testing::Test {
   std::filesystem::path VstFolder() const { return log.Sandbox().Root() / "vst" / "Vorlund"; }
 
   Package& Find(const char* key) {
-    for (Package* package : packages)
+    for (const auto& package : packages)
       if (package->Key == key) return *package;
     throw std::runtime_error(key);
   }
@@ -195,7 +195,7 @@ class UpdateFlowTest : public ::testing::Test {
   MScriptedBoxHost boxes;
   RecordingHandOver handOver;
   testing::CatalogueTrees trees;
-  MArray<Package*> packages;
+  PackageList packages;
 };
 
 const char* const kUpdatingNow =
