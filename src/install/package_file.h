@@ -17,7 +17,7 @@
 // noticed here.
 //
 // OpenContent gives a stream over one `file` item's content: GetSize is
-// `filesize`, Read delivers exactly that many bytes, Seek(0, 0) starts again.
+// `filesize`, Read delivers exactly that many bytes, Seek(0, kSeekBegin) starts again.
 // A missing `filestart` or `filesize` throws "Could not find required attribute
 // ({0}).". Content streams share the package's file: one thread at a time, and
 // they must not outlive the package.

@@ -48,7 +48,7 @@ void MergeFile(InstallContext& context, WalkChild& child, const ItemDateTime& it
     }
   }
   int64_t size = memory.Size();
-  memory.Seek(0, 0);
+  memory.Seek(0, kSeekBegin);
   try {
     MPresetContext scratch;
     MPresetContext& presets = context.presetContext ? *context.presetContext : scratch;

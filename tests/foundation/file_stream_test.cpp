@@ -68,7 +68,7 @@ TEST_F(FileStreamTest, ClosedStreamSaysItIsNotInitialized) {
   MFileStream stream;
   char byte = 0;
   std::function<void()> calls[] = {
-      [&] { stream.Read(&byte, 1); }, [&] { stream.Write(&byte, 1); }, [&] { stream.Seek(0, 0); },
+      [&] { stream.Read(&byte, 1); }, [&] { stream.Write(&byte, 1); }, [&] { stream.Seek(0, kSeekBegin); },
       [&] { stream.GetSize(); },
   };
   for (const auto& call : calls) {

@@ -57,7 +57,7 @@ TEST(MemoryStream, SeekClampsToTheBlockAndReturnsThePosition) {
   MConstMemoryStream constant("0123456789", 10);
   struct Case {
     int64_t offset;
-    int origin;
+    MSeekOrigin origin;
     int64_t expected;
   } cases[] = {
       {1000, kSeekBegin, 10},   {-5, kSeekBegin, 0},         {3, kSeekCurrent, 3},
@@ -66,10 +66,10 @@ TEST(MemoryStream, SeekClampsToTheBlockAndReturnsThePosition) {
   };
   for (MStream* s : {static_cast<MStream*>(&stream), static_cast<MStream*>(&constant)}) {
     for (const auto& c : cases) {
-      EXPECT_EQ(s->Seek(c.offset, c.origin), c.expected) << c.offset << " from " << c.origin;
+      EXPECT_EQ(s->Seek(c.offset, c.origin), c.expected) << c.offset << " from " << static_cast<int>(c.origin);
       EXPECT_EQ(s->GetPosition(), c.expected);
     }
-    EXPECT_EQ(Message([&] { s->Seek(0, 3); }), "Invalid seek origin.");
+    EXPECT_EQ(Message([&] { s->Seek(0, static_cast<MSeekOrigin>(3)); }), "Invalid seek origin.");
   }
 }
 

@@ -142,7 +142,7 @@ TEST(StreamBase, SeekGoesForwardByReadingAndRefusesBackward) {
   EXPECT_EQ(source.Seek(100, kSeekCurrent), 10);  // stops at the end
   ExpectFailure([&] { source.Seek(1, kSeekBegin); },
                 "Service \"backward seek in a stream\" is not implemented.", 1);
-  ExpectFailure([&] { source.Seek(0, 3); }, "Invalid seek origin.", 2);
+  ExpectFailure([&] { source.Seek(0, static_cast<MSeekOrigin>(3)); }, "Invalid seek origin.", 2);
 }
 
 TEST(StreamBase, LinesAreOneWriteInUtf8OrRawExternalBytes) {

@@ -32,7 +32,7 @@ class CountingSource : public MStream {
     position_ += n;
     return n;
   }
-  int64_t Seek(int64_t offset, int origin) override {
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override {
     position_ = offset;
     return offset;
   }

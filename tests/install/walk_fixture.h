@@ -69,7 +69,7 @@ class WalkTest : public FileTestBase {
         if (found == contents.end()) return nullptr;
         auto stream = std::make_unique<MMemoryStream>();
         stream->Write(found->second.data(), static_cast<int64_t>(found->second.size()));
-        stream->Seek(0, 0);
+        stream->Seek(0, kSeekBegin);
         return stream;
       });
       output.Close();

@@ -42,7 +42,7 @@ class MExhaustingStream : public MStream {
     position_ += n;
     return n;
   }
-  int64_t Seek(int64_t offset, int origin) override {
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override {
     return position_ = origin == kSeekBegin ? offset : position_ + offset;
   }
   int64_t GetPosition() override { return position_; }

@@ -41,7 +41,7 @@ void MCompressedStream::Terminate() {
   EndCodec();
 }
 
-int64_t MCompressedStream::Seek(int64_t offset, int origin) {
+int64_t MCompressedStream::Seek(int64_t offset, MSeekOrigin origin) {
   CheckSeekOrigin(origin);
   if (offset == 0 && origin == kSeekBegin && active_ && !compress_) {
     target_->Seek(0, kSeekBegin);

@@ -12,7 +12,7 @@
 //
 // Reading: Read returns 0 once the end of the compressed data was met (IsEnd true);
 // damaged or short input throws "Source compressed stream has invalid content."
-// (code 256), never a short read. Seek(0, 0) on a decompressing stream rewinds the
+// (code 256), never a short read. Seek(0, kSeekBegin) on a decompressing stream rewinds the
 // target to 0 and restarts the codec; other seeks go forward by reading.
 //
 // The byte filter (scramble): compressed bytes are XORed with a one-byte state that
@@ -42,7 +42,7 @@ class MCompressedStream : public MStream {
   bool IsActive() const { return active_; }
 
   MStream* GetSubstream() override { return target_; }
-  int64_t Seek(int64_t offset, int origin) override;
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override;
   int64_t GetPosition() override { return position_; }
   void Flush() override;
   bool IsEnd() override { return finished_; }

@@ -11,7 +11,8 @@ namespace kx::platform {
 // The current position, or -1 with `error` set.
 int64_t TellFile(std::FILE* file, int& error);
 
-// origin: 0 from the start, 1 from the current position, 2 from the end.
+// origin: 0 from the start, 1 from the current position, 2 from the end (the
+// values of MSeekOrigin).
 int SeekFile(std::FILE* file, int64_t offset, int origin);
 
 // Pending output is written first; the stream's position is left as it is.

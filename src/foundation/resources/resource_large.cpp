@@ -66,7 +66,7 @@ class MDecompressedContentStream final : public MStream {
     return got;
   }
 
-  int64_t Seek(int64_t offset, int origin) override {
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override {
     CheckSeekOrigin(origin);
     int64_t base = origin == kSeekBegin ? 0 : origin == kSeekCurrent ? position_ : size_;
     int64_t target = std::clamp(base + offset, int64_t{0}, size_);
@@ -110,7 +110,7 @@ class MStoredBytesStream final : public MStream {
     position_ += got;
     return got;
   }
-  int64_t Seek(int64_t offset, int origin) override {
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override {
     CheckSeekOrigin(origin);
     int64_t base = origin == kSeekBegin ? 0 : origin == kSeekCurrent ? position_ : size_;
     position_ = std::clamp(base + offset, int64_t{0}, size_);

@@ -100,7 +100,8 @@ void MFileStream::Write(const void* data, int64_t size) {
   if (size <= 0) return;
   if (last_ == LastOperation::kRead) {
     // Switching from input to output needs a positioning call in between.
-    if (int error = platform::SeekFile(writeHandle_, 0, kSeekCurrent)) ThrowSeekError(error);
+    if (int error = platform::SeekFile(writeHandle_, 0, static_cast<int>(kSeekCurrent)))
+      ThrowSeekError(error);
   }
   if (last_ != LastOperation::kWrite) last_ = LastOperation::kWrite;
   const char* bytes = static_cast<const char*>(data);
@@ -131,10 +132,10 @@ int64_t MFileStream::Read(void* data, int64_t size) {
   return static_cast<int64_t>(got);
 }
 
-int64_t MFileStream::Seek(int64_t offset, int origin) {
+int64_t MFileStream::Seek(int64_t offset, MSeekOrigin origin) {
   CheckOpen();
   CheckSeekOrigin(origin);
-  if (int error = platform::SeekFile(readHandle_, offset, origin)) ThrowSeekError(error);
+  if (int error = platform::SeekFile(readHandle_, offset, static_cast<int>(origin))) ThrowSeekError(error);
   last_ = LastOperation::kNone;
   return GetPosition();
 }
@@ -166,9 +167,11 @@ void MFileStream::Truncate() {
 
 int64_t MFileStream::GetSize() {
   int64_t position = GetPosition();
-  if (int error = platform::SeekFile(readHandle_, 0, kSeekEnd)) ThrowSeekError(error);
+  if (int error = platform::SeekFile(readHandle_, 0, static_cast<int>(kSeekEnd)))
+    ThrowSeekError(error);
   int64_t size = GetPosition();
-  if (int error = platform::SeekFile(readHandle_, position, kSeekBegin)) ThrowSeekError(error);
+  if (int error = platform::SeekFile(readHandle_, position, static_cast<int>(kSeekBegin)))
+    ThrowSeekError(error);
   last_ = LastOperation::kNone;
   return size;
 }

@@ -47,7 +47,7 @@ class MFileStream : public MStream {
 
   void Write(const void* data, int64_t size) override;
   int64_t Read(void* data, int64_t size) override;
-  int64_t Seek(int64_t offset, int origin) override;
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override;
   int64_t GetPosition() override;
   void Flush() override;
   // Flush, then force the bytes onto the disk: for files replaced by a rename.

@@ -52,7 +52,7 @@ int ReadLineFromBlock(const char* block, int64_t blockSize, int64_t& position, c
   return stored == size - 1 ? kLineFull : kLineRead;
 }
 
-int64_t SeekInBlock(int64_t blockSize, int64_t& position, int64_t offset, int origin) {
+int64_t SeekInBlock(int64_t blockSize, int64_t& position, int64_t offset, MSeekOrigin origin) {
   int64_t base = origin == kSeekBegin ? 0 : origin == kSeekCurrent ? position : blockSize;
   // Clamp before adding, so that huge offsets cannot overflow.
   int64_t target;
@@ -137,7 +137,7 @@ int MMemoryStream::ReadLine(char* buffer, int64_t size) {
   return ReadLineFromBlock(data_, size_, position_, buffer, size);
 }
 
-int64_t MMemoryStream::Seek(int64_t offset, int origin) {
+int64_t MMemoryStream::Seek(int64_t offset, MSeekOrigin origin) {
   CheckSeekOrigin(origin);
   return SeekInBlock(size_, position_, offset, origin);
 }
@@ -158,7 +158,7 @@ int MConstMemoryStream::ReadLine(char* buffer, int64_t size) {
   return ReadLineFromBlock(data_, size_, position_, buffer, size);
 }
 
-int64_t MConstMemoryStream::Seek(int64_t offset, int origin) {
+int64_t MConstMemoryStream::Seek(int64_t offset, MSeekOrigin origin) {
   CheckSeekOrigin(origin);
   return SeekInBlock(size_, position_, offset, origin);
 }

@@ -45,7 +45,7 @@ class MMemoryStream : public MStream {
   void Write(const void* data, int64_t size) override;
   int64_t Read(void* data, int64_t size) override;
   int ReadLine(char* buffer, int64_t size) override;
-  int64_t Seek(int64_t offset, int origin) override;
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override;
   int64_t GetPosition() override { return position_; }
   void Flush() override {}
   bool IsEnd() override { return position_ >= size_; }
@@ -75,7 +75,7 @@ class MConstMemoryStream : public MStream {
 
   int64_t Read(void* data, int64_t size) override;
   int ReadLine(char* buffer, int64_t size) override;
-  int64_t Seek(int64_t offset, int origin) override;
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override;
   int64_t GetPosition() override { return position_; }
   bool IsEnd() override { return position_ >= size_; }
   int64_t GetSize() override { return size_; }

@@ -35,7 +35,7 @@ int64_t MSizeStream::Read(void* data, int64_t size) {
   return got;
 }
 
-int64_t MSizeStream::Seek(int64_t offset, int origin) {
+int64_t MSizeStream::Seek(int64_t offset, MSeekOrigin origin) {
   CheckSeekOrigin(origin);
   int64_t base = origin == kSeekBegin ? 0 : origin == kSeekCurrent ? position_ : size_;
   // Clamp before adding, so that no offset can overflow.

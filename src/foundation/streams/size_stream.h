@@ -31,7 +31,7 @@ class MSizeStream : public MStream {
   MStream* GetSubstream() override { return source_; }
   void Write(const void* data, int64_t size) override;
   int64_t Read(void* data, int64_t size) override;
-  int64_t Seek(int64_t offset, int origin) override;
+  int64_t Seek(int64_t offset, MSeekOrigin origin) override;
   int64_t GetPosition() override { return position_; }
   void Flush() override;
   bool IsEnd() override { return position_ == size_; }

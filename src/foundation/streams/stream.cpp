@@ -15,7 +15,7 @@ void MStream::NotImplemented(const char* service) {
   throw MException(MFormat("Service \"{0}\" is not implemented.").Add(service), kErrorNotImplemented);
 }
 
-void MStream::CheckSeekOrigin(int origin) {
+void MStream::CheckSeekOrigin(MSeekOrigin origin) {
   if (origin < kSeekBegin || origin > kSeekEnd) {
     throw MException(MString("Invalid seek origin."), kErrorInvalidArgument);
   }
@@ -89,7 +89,7 @@ void MStream::WriteLine(const MString& text, bool unixStyle) {
   Write(line.data(), static_cast<int64_t>(line.size()));
 }
 
-int64_t MStream::Seek(int64_t offset, int origin) {
+int64_t MStream::Seek(int64_t offset, MSeekOrigin origin) {
   CheckSeekOrigin(origin);
   int64_t position = GetPosition();
   int64_t target = offset;

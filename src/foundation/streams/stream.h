@@ -6,8 +6,8 @@
 // Sizes, positions and counts are signed 64-bit. Binary numbers are written raw, in
 // the machine's little-endian order, by Write(&value, sizeof(value)).
 //
-// Seek origins: 0 from the start, 1 from the current position, 2 from the end; any
-// other is "Invalid seek origin." (code 2). The base Seek serves forward-only streams:
+// Seek origins: kSeekBegin from the start, kSeekCurrent from the current position,
+// kSeekEnd from the end; any other value is "Invalid seek origin." (code 2). The base Seek serves forward-only streams:
 // it reads and discards forward and refuses to go back.
 //
 // ReadLine(buffer, size) fills an 8-bit, always terminated buffer, skipping carriage
@@ -24,7 +24,8 @@
 
 namespace kx {
 
-enum MSeekOrigin : int { kSeekBegin = 0, kSeekCurrent = 1, kSeekEnd = 2 };
+enum class MSeekOrigin : int32_t { kSeekBegin = 0, kSeekCurrent = 1, kSeekEnd = 2 };
+using enum MSeekOrigin;
 enum MReadLineResult : int { kLineRead = 0, kLineFull = 1, kLineEnd = 2 };
 
 // Size argument meaning "everything there is" (CopyStream and friends).
@@ -48,7 +49,7 @@ class MStream {
   virtual int ReadLine(char* buffer, int64_t size);            // 6: MReadLineResult
   virtual void WriteString(const MString& text);               // 7: UTF-8, no terminator
   virtual void WriteLine(const MString& text, bool unixStyle); // 8: + LF, or CR LF
-  virtual int64_t Seek(int64_t offset, int origin);            // 9: returns the new position
+  virtual int64_t Seek(int64_t offset, MSeekOrigin origin);            // 9: returns the new position
   virtual int64_t GetPosition();                               // 10
   virtual void Flush();                                        // 11
   virtual bool IsEnd();                                        // 12
@@ -73,8 +74,8 @@ class MStream {
   int64_t ReadHex(void* data, int64_t size);
 
  protected:
-  // Throws "Invalid seek origin." (code 2) unless origin is 0, 1 or 2.
-  static void CheckSeekOrigin(int origin);
+  // Throws "Invalid seek origin." (code 2) for a value outside the three origins.
+  static void CheckSeekOrigin(MSeekOrigin origin);
   // Throws "Service \"{name}\" is not implemented." with code 1.
   [[noreturn]] static void NotImplemented(const char* service);
 };

@@ -39,7 +39,9 @@ tmsize_t WriteProc(thandle_t, void*, tmsize_t) { return -1; }
 
 toff_t SeekProc(thandle_t handle, toff_t offset, int origin) {
   try {
-    return static_cast<toff_t>(StreamOf(handle).Seek(static_cast<int64_t>(offset), origin));
+    // The library's whence values are the C library's, which our origins follow.
+    auto from = static_cast<MSeekOrigin>(origin);
+    return static_cast<toff_t>(StreamOf(handle).Seek(static_cast<int64_t>(offset), from));
   } catch (...) {
     return static_cast<toff_t>(-1);
   }
