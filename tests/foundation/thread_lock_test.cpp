@@ -17,8 +17,8 @@ namespace {
 struct ScriptedLockable : MLockable {
   bool grant = true;
   std::vector<std::vector<int64_t>> calls;
-  bool Lock(int32_t mode, int32_t count, int64_t timeout) override {
-    calls.push_back({1, mode, count, timeout});
+  bool Lock(MLockMode mode, int32_t count, int64_t timeout) override {
+    calls.push_back({1, static_cast<int64_t>(mode), count, timeout});
     return grant;
   }
   void Unlock(int32_t count) override { calls.push_back({2, count}); }
@@ -28,7 +28,7 @@ TEST(MLockTest, HoldsForTheScopeAndThrowsWhenRefused) {
   ScriptedLockable lockable;
   { MLock hold(&lockable, kLockShared, 3); }
   EXPECT_EQ(lockable.calls,
-            (std::vector<std::vector<int64_t>>{{1, kLockShared, 3, kWaitForever}, {2, 3}}));
+            (std::vector<std::vector<int64_t>>{{1, static_cast<int64_t>(kLockShared), 3, kWaitForever}, {2, 3}}));
   lockable.calls.clear();
   lockable.grant = false;
   try {

@@ -26,7 +26,7 @@ bool TryLockFor(std::recursive_mutex& mutex, int64_t timeoutMilliseconds) {
 
 }  // namespace
 
-bool MCriticalSection::Lock(int32_t /*mode*/, int32_t count, int64_t timeoutMilliseconds) {
+bool MCriticalSection::Lock(MLockMode /*mode*/, int32_t count, int64_t timeoutMilliseconds) {
   for (int32_t taken = 0; taken < count; ++taken) {
     if (timeoutMilliseconds < 0) {
       mutex_.lock();
@@ -43,7 +43,7 @@ void MCriticalSection::Unlock(int32_t count) {
   for (int32_t i = 0; i < count; ++i) mutex_.unlock();
 }
 
-MLock::MLock(MLockable* lockable, int32_t mode, int32_t count)
+MLock::MLock(MLockable* lockable, MLockMode mode, int32_t count)
     : lockable_(lockable), mode_(mode), count_(count) {
   if (lockable_ && !lockable_->Lock(mode_, count_, kWaitForever))
     throw MException(MString("Could not acquire lock."));

@@ -14,14 +14,15 @@ namespace kx {
 
 // Lock modes. A critical section treats both as exclusive; the modes are there
 // for lockables that can share.
-enum MLockMode : int32_t { kLockExclusive = 0, kLockShared = 1 };
+enum class MLockMode : int32_t { kLockExclusive = 0, kLockShared = 1 };
+using enum MLockMode;
 
 constexpr int64_t kWaitForever = -1;
 
 class MLockable {
  public:
   virtual ~MLockable() = default;
-  virtual bool Lock(int32_t mode, int32_t count, int64_t timeoutMilliseconds) = 0;
+  virtual bool Lock(MLockMode mode, int32_t count, int64_t timeoutMilliseconds) = 0;
   virtual void Unlock(int32_t count) = 0;
 };
 
@@ -31,7 +32,7 @@ class MCriticalSection : public MLockable {
   MCriticalSection(const MCriticalSection&) = delete;
   MCriticalSection& operator=(const MCriticalSection&) = delete;
 
-  bool Lock(int32_t mode = kLockExclusive, int32_t count = 1,
+  bool Lock(MLockMode mode = kLockExclusive, int32_t count = 1,
             int64_t timeoutMilliseconds = kWaitForever) override;
   void Unlock(int32_t count = 1) override;
 
@@ -41,8 +42,8 @@ class MCriticalSection : public MLockable {
 
 class MLock {
  public:
-  explicit MLock(MLockable* lockable, int32_t mode = kLockExclusive, int32_t count = 1);
-  explicit MLock(MLockable& lockable, int32_t mode = kLockExclusive, int32_t count = 1)
+  explicit MLock(MLockable* lockable, MLockMode mode = kLockExclusive, int32_t count = 1);
+  explicit MLock(MLockable& lockable, MLockMode mode = kLockExclusive, int32_t count = 1)
       : MLock(&lockable, mode, count) {}
   ~MLock();
   MLock(const MLock&) = delete;
@@ -50,7 +51,7 @@ class MLock {
 
  private:
   MLockable* lockable_;
-  int32_t mode_;
+  MLockMode mode_;
   int32_t count_;
 };
 
