@@ -36,7 +36,7 @@ TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
   WriteBytes(Path("plain"), "x");
   struct Case {
     fs::path path;
-    int mode;
+    MFileStream::Mode mode;
     std::string message;
   } cases[] = {
       {Path("missing.bin"), MFileStream::kModeRead,
@@ -110,7 +110,7 @@ TEST_F(FileStreamTest, CreateReplacesAndReadsBackWhatWasWritten) {
 TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
   WriteBytes(Path("grow.bin"), "1234");
   MFileStream reader(PathText(Path("grow.bin")), MFileStream::kModeRead);
-  MFileStream writer(PathText(Path("grow.bin")), MFileStream::kModeWrite);
+  MFileStream writer(PathText(Path("grow.bin")), MFileStream::kModeUpdate);
   writer.Seek(0, kSeekEnd);
   writer.Write("5678", 4);
   writer.Flush();

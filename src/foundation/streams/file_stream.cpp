@@ -26,7 +26,7 @@ void MFileStream::Close() {
   if (int error = CloseHandle()) ThrowWriteError(error);
 }
 
-void MFileStream::Open(const MString& name, int mode) {
+void MFileStream::Open(const MString& name, Mode mode) {
   CloseHandle();
   fileName_ = name;
   sizeAtOpening_ = 0;
@@ -35,13 +35,13 @@ void MFileStream::Open(const MString& name, int mode) {
   }
   std::string path = ToSystem(name);
   const char* libraryMode;
-  bool create = (mode & kModeCreateBit) != 0;
+  bool create = mode == kModeCreate;
   if (create) {
     // Replace, never update an old file; it may not exist. Unlinking (rather than
     // the C library's remove) leaves an empty folder of that name alone.
     platform::RemoveFile(path);
     libraryMode = "w+b";
-  } else if (mode & kModeWrite) {
+  } else if (mode == kModeUpdate) {
     libraryMode = "r+b";
   } else {
     libraryMode = "rb";

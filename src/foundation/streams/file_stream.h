@@ -1,8 +1,8 @@
 // MFileStream: a file on disk through one C library FILE*.
 //
-// Open(name, mode) closes first. The mode is a bit set: 1 read, 2 write, 4 create.
-// The system uses kModeRead (1, "rb") and kModeCreate (6: any old file deleted,
-// then "w+b"); 2 without 4 opens an existing file for update ("r+b"). The size at
+// Open(name, mode) closes first. kModeRead reads ("rb"); kModeCreate deletes any
+// old file, then reads and writes a new one ("w+b"); kModeUpdate reads and writes
+// an existing file ("r+b"). The size at
 // opening is recorded: IsEnd compares the position with it, so a file that another
 // writer extends still ends where it ended when opened.
 //
@@ -28,16 +28,14 @@ namespace kx {
 
 class MFileStream : public MStream {
  public:
-  static constexpr int kModeRead = 1;
-  static constexpr int kModeWrite = 2;
-  static constexpr int kModeCreateBit = 4;
-  static constexpr int kModeCreate = kModeWrite | kModeCreateBit;
+  enum class Mode { kModeRead, kModeUpdate, kModeCreate };
+  using enum Mode;
 
   MFileStream() = default;
-  MFileStream(const MString& name, int mode) { Open(name, mode); }
+  MFileStream(const MString& name, Mode mode) { Open(name, mode); }
   ~MFileStream() override;
 
-  void Open(const MString& name, int mode);
+  void Open(const MString& name, Mode mode);
   // Writes what is buffered and closes; a failure to write it throws, the file is
   // closed in any case. Closing a closed stream does nothing.
   void Close();
