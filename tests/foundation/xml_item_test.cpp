@@ -131,7 +131,7 @@ TEST(MXMLItemTest, MergeSetsAttributesAndAppendsCopies) {
 
 struct BufferCase {
   const char* label;
-  int mode;
+  MXMLItem::BufferMode mode;
   int64_t size;
   int64_t expectedReturn;
   const char* expectedBytes;  // all of the block afterwards, '.' for untouched (0x2e)
@@ -140,11 +140,11 @@ struct BufferCase {
 
 TEST(MXMLItemTest, GetValueBufferModes) {
   const BufferCase cases[] = {
-      {"exact fit", 0, 4, 4, "abcd....", nullptr},
-      {"exact short", 0, 6, 0, "", "Value doesn't have correct format."},
-      {"clear short", 1, 6, 4, "abcd\0\0..", nullptr},
-      {"accept short", 2, 6, 4, "abcd....", nullptr},
-      {"larger value", 0, 2, 2, "ab......", nullptr},
+      {"exact fit", MXMLItem::kBufferExact, 4, 4, "abcd....", nullptr},
+      {"exact short", MXMLItem::kBufferExact, 6, 0, "", "Value doesn't have correct format."},
+      {"clear short", MXMLItem::kBufferClear, 6, 4, "abcd\0\0..", nullptr},
+      {"accept short", MXMLItem::kBufferShort, 6, 4, "abcd....", nullptr},
+      {"larger value", MXMLItem::kBufferExact, 2, 2, "ab......", nullptr},
   };
   for (const BufferCase& c : cases) {
     SCOPED_TRACE(c.label);
@@ -170,7 +170,7 @@ TEST(MXMLItemTest, SetValueBufferCompressesOnRequest) {
   const MVariant::Buffer* buffer = item.value.GetBuffer();
   // Kept as a zlib stream: decompress=false hands out those very bytes.
   std::string raw(static_cast<size_t>(buffer->size), '\0');
-  EXPECT_EQ(item.GetValueBuffer(raw.data(), buffer->size, false, 0), buffer->size);
+  EXPECT_EQ(item.GetValueBuffer(raw.data(), buffer->size, false, MXMLItem::kBufferExact), buffer->size);
   std::string inflated(data.size(), '\0');
   uLongf size = inflated.size();
   ASSERT_EQ(uncompress(reinterpret_cast<Bytef*>(inflated.data()), &size,

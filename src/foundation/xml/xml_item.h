@@ -130,16 +130,17 @@ class MXMLItem {
   void Merge(const MXMLItem& other);
 
   // --- value buffers
-  enum BufferMode : int {
+  enum class BufferMode {
     kBufferExact = 0,   // fewer bytes than `size` throw "Value doesn't have correct format."
     kBufferClear = 1,   // the rest of the block is cleared
     kBufferShort = 2,   // a shortage is accepted
   };
+  using enum BufferMode;
   // Copies the value's bytes (see MVariant::WriteBuffer; inflated when `decompress`
   // and the value is compressed) into `target`; returns the bytes copied. With a
-  // non-zero mode a failing read clears the block and returns 0, and an empty
+  // mode other than kBufferExact a failing read clears the block and returns 0, and an empty
   // value clears it too.
-  int64_t GetValueBuffer(void* target, int64_t size, bool decompress, int mode) const;
+  int64_t GetValueBuffer(void* target, int64_t size, bool decompress, BufferMode mode) const;
   // Writes the value's bytes to `stream`, then rewinds the stream to 0.
   void WriteValueToStream(MStream& stream, bool decompress) const;
   // Stores `size` bytes as a buffer value, deflated at `quality` (1..100) when

@@ -46,7 +46,8 @@ void WriteValueBytes(const MVariant& value, MStream& stream, bool decompress) {
 
 }  // namespace
 
-int64_t MXMLItem::GetValueBuffer(void* target, int64_t size, bool decompress, int mode) const {
+int64_t MXMLItem::GetValueBuffer(void* target, int64_t size, bool decompress,
+                                  BufferMode mode) const {
   if (size < 0) size = 0;
   auto clear = [&](int64_t from) {
     if (size > from) std::memset(static_cast<char*>(target) + from, 0, static_cast<size_t>(size - from));
