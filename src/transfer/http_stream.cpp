@@ -129,7 +129,7 @@ void MHTTPStream::ConnectToHost() {
   SetBlocking(true);
 }
 
-void MHTTPStream::StartExchange(int32_t mode) {
+void MHTTPStream::StartExchange(Mode mode) {
   statusCode_ = -1;
   mode_ = mode;
   ConnectToHost();

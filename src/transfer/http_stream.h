@@ -57,8 +57,8 @@ struct MHTTPParameter {
 class MHTTPStream : public MSocketStream {
  public:
   static constexpr uint16_t kDefaultPort = 80;
-  static constexpr int32_t kModeGet = 0;
-  static constexpr int32_t kModePost = 1;
+  enum class Mode { kModeGet, kModePost };
+  using enum Mode;
   // Caps on the reply header, near what servers accept of a request: bytes of one
   // line before its line feed, and bytes of the whole header with its line ends.
   static constexpr int32_t kMaxReplyHeaderLine = 16 * 1024;
@@ -109,7 +109,7 @@ class MHTTPStream : public MSocketStream {
  private:
   void ConnectToHost();
   void SetTarget(const MString& host, const MString& path, uint16_t port);
-  void StartExchange(int32_t mode);
+  void StartExchange(Mode mode);
   void WriteRequest();
   bool ReadHeaderLine(MString& line);
   void ReadReplyHeader();
@@ -128,7 +128,7 @@ class MHTTPStream : public MSocketStream {
   int64_t contentLength_ = 0;
   int32_t statusCode_ = -1;
   MString statusLine_;
-  int32_t mode_ = kModeGet;
+  Mode mode_ = kModeGet;
 };
 
 }  // namespace kx
