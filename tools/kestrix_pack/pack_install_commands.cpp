@@ -55,6 +55,14 @@ class FixedAnswerBoxHost : public MBoxHost {
   int answer_;
 };
 
+// What --on-error tells: ask the console, or answer the rewrite question at once.
+enum class OnError { kAsk, kIgnore, kCancel };
+
+// The box answers that stand for ignore and cancel.
+int BoxAnswer(OnError onError) {
+  return onError == OnError::kIgnore ? 2 : 3;
+}
+
 struct InstallRequest {
   bool uninstall = false;
   std::string file;  // PKG or STATE
@@ -63,7 +71,7 @@ struct InstallRequest {
   std::vector<std::string> enabled;
   std::string state;
   std::string log;
-  int onError = 0;  // 0: ask the console; 2 ignore; 3 cancel
+  OnError onError = OnError::kAsk;
 };
 
 MString Text(const std::string& bytes) {
@@ -98,9 +106,9 @@ bool Parse(int argc, char** argv, InstallRequest& request) {
     } else if (argument == "--on-error" && hasValue) {
       std::string answer = argv[++i];
       if (answer == "ignore")
-        request.onError = 2;
+        request.onError = OnError::kIgnore;
       else if (answer == "cancel")
-        request.onError = 3;
+        request.onError = OnError::kCancel;
       else
         return false;
     } else if (argument.rfind("--", 0) == 0 || !request.file.empty()) {
@@ -166,18 +174,12 @@ bool IsPackInstallCommand(const char* command) {
 
 int RunPackInstallCommand(int argc, char** argv) {
   InstallRequest request;
-  if (!Parse(argc, argv, request)) {
-    std::fputs(
-        "Usage: kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
-        "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
-        "       kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]\n",
-        stderr);
-    return 2;
-  }
-  FixedAnswerBoxHost fixed(request.onError);
-  MBoxHost* previous = request.onError ? SetBoxHost(&fixed) : nullptr;
+  if (!Parse(argc, argv, request)) return kExitWrongUsage;
+  bool answered = request.onError != OnError::kAsk;
+  FixedAnswerBoxHost fixed(answered ? BoxAnswer(request.onError) : 0);
+  MBoxHost* previous = answered ? SetBoxHost(&fixed) : nullptr;
   int code = RunToolCommand([&] { Run(request); });
-  if (request.onError) SetBoxHost(previous);
+  if (answered) SetBoxHost(previous);
   std::fflush(stdout);
   MLog::Close();
   return code;
