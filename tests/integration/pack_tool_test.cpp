@@ -25,7 +25,10 @@ const char* const kUsage =
     "       kestrix-pack list PKG\n"
     "       kestrix-pack verify PKG\n"
     "       kestrix-pack extract PKG DIR\n"
-    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n";
+    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n"
+    "       kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
+    "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
+    "       kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]\n";
 
 using testing::ToolResult;
 

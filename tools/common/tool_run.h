@@ -1,5 +1,6 @@
 // The failure boundary shared by the command-line tools: a command that throws
-// ends with its message on standard error and exit code 1.
+// ends with its message on standard error and exit code 1; arguments the usage
+// does not allow end with kExitWrongUsage.
 #pragma once
 
 #include <cstdio>
@@ -8,6 +9,8 @@
 #include "foundation/core/exception.h"
 
 namespace kx {
+
+inline constexpr int kExitWrongUsage = 2;
 
 template <typename Command>
 int RunToolCommand(Command&& command) {

@@ -1,12 +1,9 @@
 // The install and uninstall subcommands of kestrix-pack: the install walk run
 // from the command line over a package file and its `.state` tree.
-//
-//   kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...
-//                        [--state FILE] [--log FILE] [--on-error ignore|cancel]
-//   kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]
+// (their usage is with the tool's, in pack_main.cpp).
 //
 // Exit codes as the other subcommands: 0 done, 1 failure (its message on
-// standard error), 2 wrong usage.
+// standard error), kExitWrongUsage with nothing printed: the caller shows the usage.
 #pragma once
 
 namespace kx {

@@ -6,6 +6,8 @@
 //   kestrix-pack verify PKG
 //   kestrix-pack extract PKG DIR
 //   kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]
+//   kestrix-pack install PKG --dest DIR ...   (pack_install_commands.h)
+//   kestrix-pack uninstall STATE ...
 //
 // build: SRC is a folder (folders become `dir` items with op "create", files
 // `file` items with op "update" and their last-write time) or a tree file whose
@@ -49,7 +51,10 @@ const char kUsage[] =
     "       kestrix-pack list PKG\n"
     "       kestrix-pack verify PKG\n"
     "       kestrix-pack extract PKG DIR\n"
-    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n";
+    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n"
+    "       kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
+    "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
+    "       kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]\n";
 
 constexpr uint32_t kAllFlags = 31;
 
@@ -264,13 +269,14 @@ void Run(const Request& request) {
 }  // namespace kx
 
 int main(int argc, char** argv) {
-  if (argc >= 2 && kx::IsPackInstallCommand(argv[1])) return kx::RunPackInstallCommand(argc, argv);
+  int code = kx::kExitWrongUsage;
+  kx::Request request;
   if (argc >= 2 && kx::IsPackFetchCommand(argv[1]))
     return kx::RunPackFetchCommand(argc, argv, kx::kUsage);
-  kx::Request request;
-  if (!kx::ParseArguments(argc, argv, request)) {
-    std::fputs(kx::kUsage, stderr);
-    return 2;
-  }
-  return kx::RunToolCommand([&] { kx::Run(request); });
+  if (argc >= 2 && kx::IsPackInstallCommand(argv[1]))
+    code = kx::RunPackInstallCommand(argc, argv);
+  else if (kx::ParseArguments(argc, argv, request))
+    code = kx::RunToolCommand([&] { kx::Run(request); });
+  if (code == kx::kExitWrongUsage) std::fputs(kx::kUsage, stderr);
+  return code;
 }

@@ -89,7 +89,7 @@ int main(int argc, char** argv) {
   kx::Request request;
   if (!kx::ParseArguments(argc, argv, request)) {
     std::fputs(kx::kUsage, stderr);
-    return 2;
+    return kx::kExitWrongUsage;
   }
   return kx::RunToolCommand([&] { kx::Run(request); });
 }
