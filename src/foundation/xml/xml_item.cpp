@@ -84,6 +84,21 @@ MXMLAttribute* MXMLItem::FindAttribute(const MXMLName& key) const {
   return nullptr;
 }
 
+MString MXMLItem::GetAttributeText(const MXMLName& key, const MString& fallback) const {
+  const MXMLAttribute* attribute = FindAttribute(key);
+  return attribute ? attribute->value.AsString() : fallback;
+}
+
+int64_t MXMLItem::GetAttributeInt(const MXMLName& key, int64_t fallback) const {
+  const MXMLAttribute* attribute = FindAttribute(key);
+  return attribute ? attribute->value.AsInt64() : fallback;
+}
+
+bool MXMLItem::GetAttributeBool(const MXMLName& key, bool fallback) const {
+  const MXMLAttribute* attribute = FindAttribute(key);
+  return attribute ? attribute->value.AsInt64() != 0 : fallback;
+}
+
 bool MXMLItem::HasAttribute(const MXMLName& key) {
   attributeCache = FindAttribute(key);
   return attributeCache != nullptr;

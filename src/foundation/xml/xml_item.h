@@ -92,6 +92,12 @@ class MXMLItem {
   const MVariant& GetAttribute(const MXMLName& key) const;
   // The attribute of that name, or null; touches no cache.
   MXMLAttribute* FindAttribute(const MXMLName& key) const;
+  // The attribute's value as text, a number or a flag, or `fallback` when there is
+  // none; touch no cache, so readers on several threads may share a tree. A flag
+  // is the integer value other than 0 ("0.5" reads as false).
+  MString GetAttributeText(const MXMLName& key, const MString& fallback = MString()) const;
+  int64_t GetAttributeInt(const MXMLName& key, int64_t fallback) const;
+  bool GetAttributeBool(const MXMLName& key, bool fallback) const;
   // Replaces the value of an existing attribute, else appends one at the end.
   MXMLAttribute& SetAttribute(const MXMLName& key, const MVariant& attributeValue);
   // Appends without looking for an existing one (readers of files).
