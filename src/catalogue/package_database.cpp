@@ -29,8 +29,7 @@ DatabaseVersions ReadDatabaseVersions(const MXMLItem* entry) {
   for (const MXMLItem* child = entry->firstSubItem; child; child = child->next) {
     MString version = ReadSettingString(*child, kVersion, MString());
     // Sizes above 2 GiB are real: read all 64 bits.
-    const MXMLAttribute* sizeAttribute = child->FindAttribute(kSize);
-    double size = sizeAttribute ? static_cast<double>(sizeAttribute->value.AsInt64()) : 0.0;
+    double size = static_cast<double>(child->GetAttributeInt(kSize, 0));
     bool beta = ReadSettingBool(*child, kBeta, false);
     MDateTime time = MDateTime::FromString(child->GetAttribute(kTime).AsString());
     if (beta) {

@@ -21,8 +21,7 @@ bool IsWord(const MString& flags, const char* word) {
 
 bool GlobalNeed(const Plugin& plugin, Package& package) {
   // A build for another processor level (the architecture selection wrote 0).
-  const MXMLAttribute* arch = package.GetDefinitionNode()->FindAttribute(kArchEnabled);
-  if (arch && arch->value.AsInt() == 0) return false;
+  if (!package.GetDefinitionNode()->GetAttributeBool(kArchEnabled, true)) return false;
   if (package.IsEffectsBinary()) {
     Record(plugin, package);
     return true;

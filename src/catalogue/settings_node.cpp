@@ -21,8 +21,7 @@ bool HasSetting(const MXMLItem& node, const MXMLName& key) {
 }
 
 MString ReadSettingString(const MXMLItem& node, const MXMLName& key, const MString& fallback) {
-  const MVariant* value = Lookup(node, key);
-  return value ? value->AsString() : fallback;
+  return node.GetAttributeText(key, fallback);
 }
 
 int32_t ReadSettingInt(const MXMLItem& node, const MXMLName& key, int32_t fallback) {
@@ -31,8 +30,7 @@ int32_t ReadSettingInt(const MXMLItem& node, const MXMLName& key, int32_t fallba
 }
 
 bool ReadSettingBool(const MXMLItem& node, const MXMLName& key, bool fallback) {
-  const MVariant* value = Lookup(node, key);
-  return value ? value->AsInt() != 0 : fallback;
+  return node.GetAttributeBool(key, fallback);
 }
 
 double ReadSettingDouble(const MXMLItem& node, const MXMLName& key, double fallback) {

@@ -3,6 +3,7 @@
 // the destination folder on uninstallation).
 #include "install/install_walk.h"
 
+#include "foundation/resources/resource_keys.h"
 #include "foundation/core/exception.h"
 #include "foundation/core/module.h"
 #include "foundation/files/data_paths.h"
@@ -67,7 +68,7 @@ void RunExecuteItems(MXMLItem& root, const MString& currentPath) {
     if (!IsNamed(*item, "execute")) continue;
     MString file = JoinPath(currentPath, item->value.AsString());
     MArray<MString> arguments;
-    MString params = TextAttribute(*item, "params");
+    MString params = item->GetAttributeText("params");
     if (!params.IsEmpty()) params.Split(' ', arguments);
     WalkLog("Executing ", file);
     try {
@@ -112,14 +113,14 @@ TreeCount CountFileItems(MXMLItem& tree, WalkMode mode) {
     if (OpIs(op, "leave")) continue;
     ++count.files;
     if (OpIs(op, "create") || OpIs(op, "update")) {
-      int64_t size = item->GetAttribute("filesize").AsInt64();
+      int64_t size = item->GetAttribute(kFileSizeKey).AsInt64();
       WalkLog("  size ", size);
       count.bytes += size;
     }
   }
   if (WalkLogging())
     WalkLog(MFormat("Checking file item {0} done, size {1} ({2}), files {3}")
-                .Add(TextAttribute(tree, "name"))
+                .Add(tree.GetAttributeText("name"))
                 .Add(count.bytes)
                 .Add(HumanSize(count.bytes))
                 .Add(count.files));
@@ -132,7 +133,7 @@ void AddDestination(InstallContext& context, MXMLItem& destination, const TreeCo
                     WalkMode mode) {
   if (mode == WalkMode::kInstall) {
     MString currentPath = destination.GetAttribute("currentpath").AsString();
-    if (FlagAttribute(destination, "createpath", true)) MFile::CreatePath(currentPath);
+    if (destination.GetAttributeBool("createpath", true)) MFile::CreatePath(currentPath);
   }
   context.totalFiles += static_cast<int32_t>(count.files);
   context.totalBytes += count.bytes;
@@ -140,14 +141,14 @@ void AddDestination(InstallContext& context, MXMLItem& destination, const TreeCo
 
 void AddDestinationTotals(InstallContext& context, MXMLItem& tree, const TreeCount& count,
                           WalkMode mode) {
-  if (FlagAttribute(tree, "enabled", false)) AddDestination(context, tree, count, mode);
+  if (tree.GetAttributeBool("enabled", false)) AddDestination(context, tree, count, mode);
   for (MXMLItem* copy = tree.firstSubItem; copy; copy = copy->next) {
     if (!IsNamed(*copy, "copy")) continue;
     if (WalkLogging())
       WalkLog(MFormat("Checking copy {0}, path {1}")
-                  .Add(TextAttribute(*copy, "name"))
-                  .Add(TextAttribute(*copy, "path")));
-    if (!FlagAttribute(*copy, "enabled", false)) continue;
+                  .Add(copy->GetAttributeText("name"))
+                  .Add(copy->GetAttributeText("path")));
+    if (!copy->GetAttributeBool("enabled", false)) continue;
     // `windows` is not looked at here: a copy that is never carried out still
     // counts, as the totals have always done.
     AddDestination(context, *copy, count, mode);
@@ -166,13 +167,13 @@ void AddDestinationTotals(InstallContext& context, MXMLItem& tree, const TreeCou
 WalkOptions DetectionOptions(MXMLItem& tree, bool allowAllPossible) {
   WalkOptions options;
   options.mergePresets = true;
-  bool detect = FlagAttribute(tree, "detectitems", false);
-  if (detect && allowAllPossible) detect = !FlagAttribute(tree, "allowall", false);
+  bool detect = tree.GetAttributeBool("detectitems", false);
+  if (detect && allowAllPossible) detect = !tree.GetAttributeBool("allowall", false);
   if (detect) {
-    options.detection = FlagAttribute(tree, "detectitemsnoMBpostfix", false)
+    options.detection = tree.GetAttributeBool("detectitemsnoMBpostfix", false)
                             ? ItemDetection::kWithoutMBPostfix
                             : ItemDetection::kAnywhere;
-    options.detectItemsPostfix = TextAttribute(tree, "detectitemspostfix");
+    options.detectItemsPostfix = tree.GetAttributeText("detectitemspostfix");
   }
   return options;
 }
@@ -181,9 +182,9 @@ WalkOptions DetectionOptions(MXMLItem& tree, bool allowAllPossible) {
 // itself a bundle folder keeps its sub-folders.
 void SetDestinationOptions(WalkOptions& options, MXMLItem& destination, WalkMode mode) {
   options.mode = mode;
-  options.ignoreSubDirs = FlagAttribute(destination, "ignoresubdirs", false) &&
+  options.ignoreSubDirs = destination.GetAttributeBool("ignoresubdirs", false) &&
                           !IsBundleFolder(destination.GetAttribute("currentpath").AsString());
-  options.mergePresets = FlagAttribute(destination, "mergepresets", true);
+  options.mergePresets = destination.GetAttributeBool("mergepresets", true);
 }
 
 void LogInstallStart(const InstallContext& context, const MString& currentPath,
@@ -217,7 +218,7 @@ void LogInstallStart(const InstallContext& context, const MString& currentPath,
 // component was installed before: then nothing at all is done, copies neither.
 bool WalkMainDestination(InstallContext& context, MXMLItem& tree, WalkMode mode,
                          WalkOptions& options) {
-  if (FlagAttribute(tree, "onlyonce", false) && AlreadyInstalledOnce(TextAttribute(tree, "name")))
+  if (tree.GetAttributeBool("onlyonce", false) && AlreadyInstalledOnce(tree.GetAttributeText("name")))
     return false;
   MString currentPath = tree.GetAttribute("currentpath").AsString();
   LogInstallStart(context, currentPath, options);
@@ -225,7 +226,7 @@ bool WalkMainDestination(InstallContext& context, MXMLItem& tree, WalkMode mode,
   ProcessItems(context, currentPath, tree, true, options);
   if (mode == WalkMode::kInstall) {
     RunExecuteItems(tree, currentPath);
-  } else if (FlagAttribute(tree, "createpath", true)) {
+  } else if (tree.GetAttributeBool("createpath", true)) {
     WalkLog("Deleting directory ", currentPath);
     Guarded("InstallPackageTree", [&] { MFile::RemoveDirectory(currentPath); });
   }
@@ -237,7 +238,7 @@ bool WalkMainDestination(InstallContext& context, MXMLItem& tree, WalkMode mode,
 void WalkCopies(InstallContext& context, MXMLItem& tree, WalkMode mode, WalkOptions& options) {
   for (MXMLItem* copy = tree.firstSubItem; copy; copy = copy->next) {
     if (!IsNamed(*copy, "copy")) continue;
-    if (!FlagAttribute(*copy, "enabled", false) || !FlagAttribute(*copy, "windows", true)) continue;
+    if (!copy->GetAttributeBool("enabled", false) || !copy->GetAttributeBool("windows", true)) continue;
     MString currentPath = copy->GetAttribute("currentpath").AsString();
     SetDestinationOptions(options, *copy, mode);
     options.extensionSrc.Clear();
@@ -248,7 +249,7 @@ void WalkCopies(InstallContext& context, MXMLItem& tree, WalkMode mode, WalkOpti
       options.extensionDst.Add(extension->GetAttribute("dst").AsString());
     }
     ProcessItems(context, currentPath, tree, true, options);
-    if (mode == WalkMode::kUninstall && FlagAttribute(*copy, "createpath", true))
+    if (mode == WalkMode::kUninstall && copy->GetAttributeBool("createpath", true))
       Guarded("InstallPackageTree", [&] { MFile::RemoveDirectory(currentPath); });
   }
 }
@@ -261,10 +262,10 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, const InstallTr
   CheckPackageTree(tree);
   TreeCount count = CountFileItems(tree, request.mode);
   AddDestinationTotals(context, tree, count, request.mode);
-  if (request.mode == WalkMode::kUninstall && !FlagAttribute(tree, "uninstall", true)) return;
+  if (request.mode == WalkMode::kUninstall && !tree.GetAttributeBool("uninstall", true)) return;
 
   WalkOptions options = DetectionOptions(tree, request.allowAllPossible);
-  if (FlagAttribute(tree, "enabled", false) &&
+  if (tree.GetAttributeBool("enabled", false) &&
       !WalkMainDestination(context, tree, request.mode, options))
     return;
   WalkCopies(context, tree, request.mode, options);

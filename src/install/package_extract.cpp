@@ -27,20 +27,15 @@ const MXMLName kDirKey("dir");
 const MXMLName kNameKey("name");
 const MXMLName kTimeKey("time");
 
-MString AttributeText(const MXMLItem& item, const MXMLName& key) {
-  const MXMLAttribute* attribute = item.FindAttribute(key);
-  return attribute ? attribute->value.AsString() : MString();
-}
-
 // The file item's own name, by the install walk's rule for an empty one.
 MString FileName(const MXMLItem& file) {
   const MXMLAttribute* name = file.FindAttribute(kNameKey);
   if (name) {
     MString text = name->value.AsString();
-    if (text.IsEmpty() && file.parent) text = GetFileName(AttributeText(*file.parent, kPathKey));
+    if (text.IsEmpty() && file.parent) text = GetFileName(file.parent->GetAttributeText(kPathKey));
     if (!text.IsEmpty()) return text;
   } else {
-    MString path = AttributeText(file, kPathKey);
+    MString path = file.GetAttributeText(kPathKey);
     if (!path.IsEmpty()) return path;
   }
   throw MException(MString("A file item has no name."));
@@ -67,7 +62,7 @@ MString PackageItemPath(const MXMLItem& root, const MXMLItem& file) {
   for (const MXMLItem* at = file.parent; at && at != &root; at = at->parent) folders.push_back(at);
   MString path;
   for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder)
-    AppendChecked(path, AttributeText(**folder, kNameKey));
+    AppendChecked(path, (*folder)->GetAttributeText(kNameKey));
   AppendChecked(path, FileName(file));
   if (path.IsEmpty()) throw MException(MString("A file item has no name."));
   return path;

@@ -2,6 +2,7 @@
 // preset libraries, and the write through the context's one buffer.
 #include <memory>
 
+#include "foundation/resources/resource_keys.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
 #include "foundation/streams/file_stream.h"
@@ -152,9 +153,8 @@ bool AlreadyInstalled(InstallContext& context, const WalkChild& child, const Ite
   if (diskTime.Microseconds() != itemTime.Microseconds()) return false;
   WalkLog("    File ", child.target, " has identical timestamp (", diskTime.ToText(), "). Ignoring.");
   int64_t diskSize = MFile::GetFileSize(child.target);
-  MXMLAttribute* sizeAttribute = child.item->FindAttribute("filesize");
-  MString sizeText = sizeAttribute ? sizeAttribute->value.AsString() : MString();
-  int64_t itemSize = sizeText.IsEmpty() ? 0 : sizeAttribute->value.AsInt64();
+  MString sizeText = child.item->GetAttributeText(kFileSizeKey);
+  int64_t itemSize = sizeText.IsEmpty() ? 0 : child.item->GetAttributeInt(kFileSizeKey, 0);
   if (diskSize != itemSize) {
     WalkLog("        Note: file size is not matching, installed ", sizeText, ", current ", diskSize,
             ". Proceeding with installation.");

@@ -125,8 +125,8 @@ void ProcessDirChild(InstallContext& context, const MString& basePath, WalkChild
 
 void ProcessItems(InstallContext& context, const MString& basePath, MXMLItem& container,
                   bool inheritedRewritable, WalkOptions& options) {
-  bool rewritable = inheritedRewritable && FlagAttribute(container, "rewritable", true);
-  if (options.Uninstalling() && (!rewritable || !FlagAttribute(container, "uninstall", true)))
+  bool rewritable = inheritedRewritable && container.GetAttributeBool("rewritable", true);
+  if (options.Uninstalling() && (!rewritable || !container.GetAttributeBool("uninstall", true)))
     return;
 
   bool relocate = basePath.EqualsNoCase(GetDataPath_User(MString(), false));

@@ -24,20 +24,6 @@ bool OpIs(const MString& op, const char* word) {
   return op.EqualsNoCase(MString(word));
 }
 
-int64_t IntAttribute(MXMLItem& item, const char* key, int64_t fallback) {
-  MXMLAttribute* attribute = item.FindAttribute(key);
-  return attribute ? attribute->value.AsInt64() : fallback;
-}
-
-bool FlagAttribute(MXMLItem& item, const char* key, bool fallback) {
-  return IntAttribute(item, key, fallback ? 1 : 0) != 0;
-}
-
-MString TextAttribute(MXMLItem& item, const char* key) {
-  MXMLAttribute* attribute = item.FindAttribute(key);
-  return attribute ? attribute->value.AsString() : MString();
-}
-
 bool IsBundleFolder(const MString& path) {
   MString trimmed = path;
   while (trimmed.Length() > 1 && trimmed[trimmed.Length() - 1] == '/')

@@ -28,9 +28,6 @@ struct WalkChild {
 // Element names, attribute names and `op` words are read without regard to case.
 bool IsNamed(const MXMLItem& item, const char* name);
 bool OpIs(const MString& op, const char* word);
-int64_t IntAttribute(MXMLItem& item, const char* key, int64_t fallback);
-bool FlagAttribute(MXMLItem& item, const char* key, bool fallback);
-MString TextAttribute(MXMLItem& item, const char* key);
 
 // A folder whose own name holds a "." is a bundle ("Foo.vst3"): it is a real
 // folder even under `ignoresubdirs`. Only the last component counts (a trailing

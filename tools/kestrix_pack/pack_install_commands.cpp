@@ -132,8 +132,7 @@ void PrepareTree(MXMLItem& root, const InstallRequest& request) {
   root.SetAttribute("currentpath", Absolute(request.dest));
   for (MXMLItem* copy = root.firstSubItem; copy; copy = copy->next) {
     if (!copy->name.EqualsNoCase(MString("copy"))) continue;
-    MXMLAttribute* name = copy->FindAttribute("name");
-    MString copyName = name ? name->value.AsString() : MString();
+    MString copyName = copy->GetAttributeText("name");
     copy->SetAttribute("enabled", int32_t{0});
     for (const auto& [wanted, folder] : request.copies) {
       if (copyName == Text(wanted)) {

@@ -74,11 +74,6 @@ void SaveCache(const MXMLItem& tree, const char* file) {
   });
 }
 
-MString TextAttribute(const MXMLItem& item, const char* key) {
-  const MXMLAttribute* attribute = item.FindAttribute(MXMLName(key));
-  return attribute ? attribute->value.AsString() : MString();
-}
-
 std::vector<MString> ListFontPaths() {
   MArray<MString> folders;
   folders.Add(GetDataPath_Global(MString(kFontsFolder)));
@@ -104,10 +99,9 @@ std::vector<MString> ListFontPaths() {
 MFontFile FileOfItem(const MXMLItem& item, const MString& path) {
   MFontFile file;
   file.path = path;
-  file.family = TextAttribute(item, "Family");
-  FontStyleFromWord(TextAttribute(item, "Style"), file.style);
-  const MXMLAttribute* weight = item.FindAttribute(MXMLName("Weight"));
-  if (weight) file.weight = weight->value.AsInt();
+  file.family = item.GetAttributeText("Family");
+  FontStyleFromWord(item.GetAttributeText("Style"), file.style);
+  file.weight = static_cast<int32_t>(item.GetAttributeInt("Weight", file.weight));
   return file;
 }
 
@@ -144,7 +138,7 @@ void ScanFontFolders() {
   auto less = [](const MString& a, const MString& b) { return a.CompareCase(b) < 0; };
   for (MXMLItem* item = all->firstSubItem; item;) {
     MXMLItem* next = item->next;
-    MString path = TextAttribute(*item, "Path");
+    MString path = item->GetAttributeText("Path");
     auto at = std::lower_bound(paths.begin(), paths.end(), path, less);
     size_t index = static_cast<size_t>(at - paths.begin());
     if (at != paths.end() && at->CompareCase(path) == 0 && !taken[index]) {
@@ -188,9 +182,9 @@ MString FindSystemFont(const MString& family, MFontStyle style) {
   }
   MXMLItem* remembered = nullptr;
   for (MXMLItem* item = tables.resolved->firstSubItem; item; item = item->next) {
-    if (TextAttribute(*item, "Key").EqualsNoCase(key)) {
+    if (item->GetAttributeText("Key").EqualsNoCase(key)) {
       remembered = item;
-      MString path = TextAttribute(*item, "Path");
+      MString path = item->GetAttributeText("Path");
       if (MFile::IsFile(path)) return path;
       break;
     }
