@@ -12,6 +12,7 @@
 #include "foundation/xml/mbx_files.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/streams/stream_helpers.h"
+#include "foundation/text/number_text.h"
 
 namespace kx {
 
@@ -41,11 +42,10 @@ bool SameDigest(const MString& a, const MString& b) {
 }  // namespace
 
 MString DigestBytesToHex(const uint8_t* digest) {
-  static const char kDigits[] = "0123456789abcdef";
   char text[2 * MHashStream::kDigestSize];
   for (int i = 0; i < MHashStream::kDigestSize; ++i) {
-    text[2 * i] = kDigits[digest[i] >> 4];
-    text[2 * i + 1] = kDigits[digest[i] & 15];
+    text[2 * i] = HexDigit(digest[i] >> 4, true);
+    text[2 * i + 1] = HexDigit(digest[i], true);
   }
   return MString::FromBytes(text, static_cast<int32_t>(sizeof text));
 }

@@ -158,14 +158,13 @@ int64_t MStream::ReadLines(MString& text, int64_t count) {
 }
 
 void MStream::WriteHex(const void* data, int64_t size) {
-  static const char kDigits[] = "0123456789ABCDEF";
   const auto* bytes = static_cast<const unsigned char*>(data);
   char text[256];
   while (size > 0) {
     int64_t block = std::min<int64_t>(size, 128);
     for (int64_t i = 0; i < block; ++i) {
-      text[2 * i] = kDigits[bytes[i] >> 4];
-      text[2 * i + 1] = kDigits[bytes[i] & 15];
+      text[2 * i] = HexDigit(bytes[i] >> 4);
+      text[2 * i + 1] = HexDigit(bytes[i]);
     }
     Write(text, 2 * block);
     bytes += block;

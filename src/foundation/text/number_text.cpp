@@ -8,8 +8,6 @@
 namespace kx {
 namespace {
 
-const char kDigits[] = "0123456789ABCDEF";
-
 // Digits and padding are produced from the right end of a work area; the field
 // is 62 units wide at most, so a wider width is cut to it. Only base 2 of a
 // value of 63 or 64 bits has more digits than that, and the area holds them.
@@ -29,7 +27,7 @@ MString FormatMagnitude(uint64_t magnitude, bool negative, int base, int width, 
     } while (magnitude != 0);
   } else {
     do {
-      area[--start] = static_cast<MChar>(kDigits[magnitude % static_cast<unsigned>(base)]);
+      area[--start] = static_cast<MChar>(HexDigit(static_cast<unsigned>(magnitude % static_cast<unsigned>(base))));
       magnitude /= static_cast<unsigned>(base);
     } while (magnitude != 0);
   }

@@ -7,7 +7,7 @@
 
 namespace kx {
 
-// Digits from "0123456789ABCDEF", padded on the left with padUnit to width; a minus
+// Digits from HexDigit, padded on the left with padUnit to width; a minus
 // sign goes in front of the padding and is not counted in width. Zero prints "0".
 MString FormatInt(int64_t value, int base = 10, int width = 0, MChar padUnit = ' ');
 MString FormatUnsigned(uint64_t value, int base = 10, int width = 0, MChar padUnit = ' ');
@@ -15,6 +15,11 @@ MString FormatUnsigned(uint64_t value, int base = 10, int width = 0, MChar padUn
 // decimals 0: rounded integer; 1..9: "%.0Nf" with |value| < 1e-6 printed as zero;
 // 10 and above: "%.0NNg".
 MString FormatReal(double value, int decimals);
+
+// The digit of a value 0 to 15: upper case, or lower case when asked.
+inline char HexDigit(unsigned value, bool lowerCase = false) {
+  return (lowerCase ? "0123456789abcdef" : "0123456789ABCDEF")[value & 15];
+}
 
 // 0-9, A-F, a-f; anything else throws "Invalid character to be converted to a number.".
 int HexDigitValue(MChar unit);
