@@ -5,6 +5,7 @@
 
 #include "foundation/resources/resource_keys.h"
 #include "foundation/core/exception.h"
+#include "foundation/text/ascii_chars.h"
 #include "foundation/core/module.h"
 #include "foundation/files/data_paths.h"
 #include "foundation/files/file_ops.h"
@@ -36,9 +37,7 @@ MString ComponentKey(const MString& name) {
   MString key;
   for (int32_t i = 0; i < name.Length(); ++i) {
     MChar unit = name[i];
-    if ((unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') ||
-        (unit >= '0' && unit <= '9'))
-      key.Append(unit);
+    if (IsAsciiLetterOrDigit(unit)) key.Append(unit);
   }
   return key;
 }

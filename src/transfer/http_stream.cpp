@@ -1,6 +1,8 @@
 #include "transfer/http_stream.h"
 
+#include "foundation/text/ascii_chars.h"
 #include "foundation/text/codecs.h"
+#include "foundation/text/number_text.h"
 #include "foundation/core/exception.h"
 #include "foundation/text/format.h"
 #include "foundation/files/path_text.h"
@@ -14,15 +16,10 @@ namespace {
 }
 
 void AppendEscaped(MString& out, MChar unit) {
-  static const char kDigits[] = "0123456789ABCDEF";
   const unsigned byte = unit & 0xFF;
   out.Append(MChar('%'));
-  out.Append(static_cast<MChar>(kDigits[byte >> 4]));
-  out.Append(static_cast<MChar>(kDigits[byte & 15]));
-}
-
-bool IsDigit(MChar unit) {
-  return unit >= '0' && unit <= '9';
+  out.Append(static_cast<MChar>(HexDigit(byte >> 4)));
+  out.Append(static_cast<MChar>(HexDigit(byte)));
 }
 
 // The leading decimal digits of `text` from `from` on: their count, and in `value`
@@ -30,7 +27,7 @@ bool IsDigit(MChar unit) {
 bool ParseDigits(const MString& text, int32_t from, int64_t limit, int64_t& value,
                  int32_t& digits) {
   value = 0;
-  for (digits = 0; from + digits < text.Length() && IsDigit(text[from + digits]); ++digits) {
+  for (digits = 0; from + digits < text.Length() && IsAsciiDigit(text[from + digits]); ++digits) {
     int64_t digit = text[from + digits] - '0';
     if (value > (limit - digit) / 10) return false;
     value = value * 10 + digit;
@@ -40,11 +37,6 @@ bool ParseDigits(const MString& text, int32_t from, int64_t limit, int64_t& valu
 
 bool HoldsLineBreak(const MString& text) {
   return text.FindChar('\n') >= 0 || text.FindChar('\r') >= 0;
-}
-
-bool IsAlphanumeric(MChar unit) {
-  return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') ||
-         (unit >= '0' && unit <= '9');
 }
 
 MString JoinParameters(const MArray<MHTTPParameter>* parameters) {
@@ -112,7 +104,7 @@ MString MHTTPStream::URLEncode(const MString& text) {
   MString out;
   for (int32_t i = 0; i < text.Length(); ++i) {
     MChar unit = text[i];
-    if (IsAlphanumeric(unit))
+    if (IsAsciiLetterOrDigit(unit))
       out.Append(unit);
     else
       AppendEscaped(out, unit);
