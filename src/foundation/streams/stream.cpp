@@ -64,27 +64,28 @@ int MStream::ReadLine(char* buffer, int64_t size) {
 }
 
 namespace {
-// The bytes WriteString puts out: an external 8-bit string as it is, else UTF-8.
-std::string StreamBytes(const MString& text) {
-  if (const char* bytes = text.ExternalBytes()) return std::string(bytes, text.Length());
-  return text.ToUTF8String();
+// The bytes a stream puts out for text: an external 8-bit string as it is
+// (referred, not copied), else UTF-8.
+void StreamBytes(const MString& text, MByteBuffer& bytes) {
+  if (const char* external = text.ExternalBytes())
+    bytes.Refer(external, text.Length());
+  else
+    text.ToUTF8(bytes);
 }
 }  // namespace
 
 void MStream::WriteString(const MString& text) {
-  if (const char* bytes = text.ExternalBytes()) {
-    Write(bytes, text.Length());
-    return;
-  }
-  MByteBuffer utf8;
-  text.ToUTF8(utf8);
-  Write(utf8.Data(), utf8.Size());
+  MByteBuffer bytes;
+  StreamBytes(text, bytes);
+  Write(bytes.Data(), bytes.Size());
 }
 
 void MStream::WriteLine(const MString& text, bool unixStyle) {
   // One Write per line, so that lines of two threads on one file (the log)
   // interleave only as whole lines.
-  std::string line = StreamBytes(text);
+  MByteBuffer bytes;
+  StreamBytes(text, bytes);
+  std::string line(bytes.View());
   line += unixStyle ? "\n" : "\r\n";
   Write(line.data(), static_cast<int64_t>(line.size()));
 }
