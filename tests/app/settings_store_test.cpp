@@ -17,6 +17,7 @@
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/core/run_state.h"
+#include "support/log_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -34,10 +35,7 @@ class SettingsStoreTest : public ::testing::Test {
     fs::create_directories(folder_);
     folderText_ = Text(folder_.string());
   }
-  void TearDown() override {
-    MLog::Close();
-    ResetRunFlags();
-  }
+  void TearDown() override { ResetRunFlags(); }
 
   void Write(const char* file, const std::string& bytes) {
     MFile::WriteAll(Text((folder_ / file).string()), bytes);
@@ -185,9 +183,9 @@ TEST_F(SettingsStoreTest, AFailedFileCostsOnlyItself) {
   WriteSetting(store.AddonSettings, "Marker", "addons");
   WriteSetting(store.PluginSettings, "Marker", "plugins");
   fs::create_directories(folder_ / "SettingsPackage.xml" / "inner");  // cannot be replaced
-  MLog::Open(Text((sandbox_.Root() / "log.txt").string()));
+  testing::MLogCapture log(sandbox_.Root());
   EXPECT_FALSE(store.SaveAtEndOfRun(GeneralSettings(), MArray<Plugin*>()));
-  MLog::Close();
+  std::string logText = log.Text();
 
   MXMLItem addons, plugins;
   Reload("Settings.xml", addons);
@@ -196,8 +194,7 @@ TEST_F(SettingsStoreTest, AFailedFileCostsOnlyItself) {
   EXPECT_EQ(ToStd(plugins.GetAttribute("Marker").AsString()), "plugins");
   EXPECT_TRUE(fs::is_directory(folder_ / "SettingsPackage.xml"));
   EXPECT_FALSE(fs::exists(folder_ / "SettingsPackage.xml.saving"));
-  std::string log = ReadFileBytes(sandbox_.Root() / "log.txt");
-  EXPECT_NE(log.find("SettingsPackage.xml"), std::string::npos) << log;
+  EXPECT_NE(logText.find("SettingsPackage.xml"), std::string::npos) << logText;
 
   SettingsStore never;
   EXPECT_THROW(never.Save(), MException);

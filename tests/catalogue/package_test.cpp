@@ -17,6 +17,7 @@
 #include "foundation/files/file_ops.h"
 #include "foundation/core/log.h"
 #include "foundation/core/run_state.h"
+#include "support/log_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -254,7 +255,7 @@ TEST(PackageStateTest, ReportProgressLooksBelowTheDataFolder) {
   std::filesystem::path data = sandbox.KestrixDataFolder();
   std::filesystem::create_directories(data / "PKG" / "BINEffects" / "binx64");
   DataFolder = Text(data.string());
-  MLog::Open(Text((data / "log.txt").string()));
+  testing::MLogCapture log(data);
 
   testing::CatalogueTrees trees;
   std::unique_ptr<Package> package(
@@ -269,13 +270,13 @@ TEST(PackageStateTest, ReportProgressLooksBelowTheDataFolder) {
   EXPECT_TRUE(package->ReportProgress());
   package->Downloaded = false;
   EXPECT_FALSE(package->ReportProgress());  // a partial file is not ready
-  MLog::Close();
+  std::string text = log.Text();
   ResetRunFlags();
 
-  std::string log = ReadFileBytes(data / "log.txt");
-  EXPECT_NE(log.find("File: " + file.string() + " | downloaded: 0\r\n"), std::string::npos) << log;
-  EXPECT_NE(log.find("File: " + file.string() + " | downloaded: 1234\r\n"), std::string::npos)
-      << log;
+  EXPECT_NE(text.find("File: " + file.string() + " | downloaded: 0\r\n"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find("File: " + file.string() + " | downloaded: 1234\r\n"), std::string::npos)
+      << text;
 }
 
 }  // namespace

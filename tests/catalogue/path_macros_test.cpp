@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@
 #include "foundation/core/log.h"
 #include "foundation/core/run_state.h"
 #include "foundation/xml/xml_item.h"
+#include "support/log_capture.h"
 #include "support/sandbox.h"
 #include "support/scripted_boxes.h"
 
@@ -38,21 +40,23 @@ class PathMacrosTest : public ::testing::Test {
     ForgetFolderTable();
   }
   void TearDown() override {
-    MLog::Close();
+    log_.reset();
     ForgetFolderTable();
     ResetRunFlags();
   }
 
-  void OpenLog() { MLog::Open(MString::FromUTF8((sandbox.Root() / "log.txt").string())); }
+  void OpenLog() { log_.emplace(sandbox.Root()); }
   std::string CloseLog() {
-    MLog::Close();
-    return ReadFileBytes(sandbox.Root() / "log.txt");
+    std::string text = log_->Text();
+    log_.reset();
+    return text;
   }
 
   std::string Home() const { return home_.string(); }
   std::string PlainHome() const { return (sandbox.Root() / "home").string(); }
 
   MTestSandbox sandbox;
+  std::optional<testing::MLogCapture> log_;
   MScriptedBoxHost boxes;
 
  private:

@@ -9,7 +9,7 @@
 #include "foundation/core/exception.h"
 #include "foundation/core/log.h"
 #include "foundation/xml/xml_item.h"
-#include "support/sandbox.h"
+#include "support/log_capture.h"
 
 namespace kx {
 namespace {
@@ -57,9 +57,7 @@ TEST(SelfUpdateListTest, SetupNameThatLeavesTheDownloadFolderIsRefused) {
 }
 
 TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
-  MTestSandbox sandbox;
-  std::filesystem::path log = sandbox.Root() / "log.txt";
-  MLog::Open(testing::Text(log.string()));
+  testing::MLogCapture log;
   for (const char* xml :
        {"<SelfUpdateList/>",
         "<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_PC\"/>"
@@ -76,10 +74,9 @@ TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
                 "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted.");
     }
   }
-  MLog::Close();
   std::string line =
       "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted. \r\n";
-  EXPECT_EQ(ReadFileBytes(log), line + line + line);
+  EXPECT_EQ(log.Text(), line + line + line);
 }
 
 }  // namespace

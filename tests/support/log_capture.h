@@ -1,9 +1,12 @@
 // MLogCapture: the run log opened in a sandboxed temporary folder for one test,
-// read back as the file holds it (each line ended by "\r\n").
+// read back as the file holds it (each line ended by "\r\n"). A test that has a
+// sandbox already names a folder of it, so that no second sandbox moves HOME.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,9 +17,8 @@ namespace kx::testing {
 
 class MLogCapture {
  public:
-  MLogCapture() : path_(sandbox_.Root() / "log.txt") {
-    MLog::Open(MString::FromUTF8(path_.string()));
-  }
+  MLogCapture() : sandbox_(std::in_place), path_(sandbox_->Root() / "log.txt") { Open(); }
+  explicit MLogCapture(const std::filesystem::path& folder) : path_(folder / "log.txt") { Open(); }
   ~MLogCapture() { MLog::Close(); }
   MLogCapture(const MLogCapture&) = delete;
   MLogCapture& operator=(const MLogCapture&) = delete;
@@ -26,10 +28,12 @@ class MLogCapture {
     MLog::Close();
     return ReadFileBytes(path_);
   }
-  const MTestSandbox& Sandbox() const { return sandbox_; }
+  const MTestSandbox& Sandbox() const { return *sandbox_; }
 
  private:
-  MTestSandbox sandbox_;
+  void Open() { MLog::Open(MString::FromUTF8(path_.string())); }
+
+  std::optional<MTestSandbox> sandbox_;
   std::filesystem::path path_;
 };
 
