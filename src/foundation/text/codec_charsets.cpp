@@ -45,13 +45,9 @@ class MSingleByteCodec : public MCodec {
       : units_(units), pairsAsOne_(pairsAsOne) {}
 
   void Decode(std::string_view bytes, MString& result) const override {
-    result.Clear();
-    if (bytes.size() > static_cast<size_t>(MStringBuffer::kMaxUnits)) {
-      result.Reserve(MStringBuffer::kMaxUnits + 1);  // throws the string's own message
-    }
+    MChar* out = ReserveUnitPerByte(bytes, result);
+    if (!out) return;
     int32_t size = static_cast<int32_t>(bytes.size());
-    if (size == 0) return;
-    MChar* out = result.Reserve(size);
     const uint8_t* p = reinterpret_cast<const uint8_t*>(bytes.data());
     for (int32_t i = 0; i < size; ++i) out[i] = units_[p[i]];
     result.SetLength(size);

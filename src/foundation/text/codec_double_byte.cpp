@@ -83,13 +83,9 @@ MChar MDoubleByteCodec::PairUnit(uint8_t lead, int trail) const {
 
 void MDoubleByteCodec::Decode(std::string_view bytes, MString& result) const {
   Unpack();
-  result.Clear();
-  if (bytes.size() > static_cast<size_t>(MStringBuffer::kMaxUnits)) {
-    result.Reserve(MStringBuffer::kMaxUnits + 1);  // throws the string's own message
-  }
+  MChar* out = ReserveUnitPerByte(bytes, result);
+  if (!out) return;
   int32_t size = static_cast<int32_t>(bytes.size());
-  if (size == 0) return;
-  MChar* out = result.Reserve(size);
   const auto* p = reinterpret_cast<const uint8_t*>(bytes.data());
   const char16_t* units = definition_.bytes.units;
   int32_t n = 0;

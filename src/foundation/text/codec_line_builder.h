@@ -1,9 +1,11 @@
-// Internal to the codecs: gathers the units of a line 64 at a time before they
-// are appended to the string, so that a long line grows its string in a few
-// steps instead of one unit at a time.
+// Internal to the codecs. MLineBuilder gathers the units of a line 64 at a time
+// before they are appended to the string, so that a long line grows its string in
+// a few steps instead of one unit at a time. ReserveUnitPerByte readies the
+// decoders that make at most one unit of each byte.
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "foundation/text/text_string.h"
 
@@ -30,5 +32,14 @@ class MLineBuilder {
   MChar block_[kBlock];
   int32_t count_ = 0;
 };
+
+// Empties `result` and gives room for one unit per byte, or null for no bytes.
+// More bytes than a string holds throw the string's own message.
+inline MChar* ReserveUnitPerByte(std::string_view bytes, MString& result) {
+  result.Clear();
+  if (bytes.size() > static_cast<size_t>(MStringBuffer::kMaxUnits))
+    result.Reserve(MStringBuffer::kMaxUnits + 1);  // throws
+  return bytes.empty() ? nullptr : result.Reserve(static_cast<int32_t>(bytes.size()));
+}
 
 }  // namespace kx
