@@ -33,7 +33,6 @@ MPendingList::~MPendingList() {
       event->ClearPendingPayloads();
     }
   }
-  if (entries_ != inline_) delete[] entries_;
 }
 
 void MPendingList::Grow() {
@@ -45,10 +44,10 @@ void MPendingList::Grow() {
   }
   if (capacity_ > INT32_MAX / 2) throw std::bad_alloc();
   int32_t capacity = capacity_ * 2;
-  auto* entries = new MEventBase*[static_cast<size_t>(capacity)];
-  std::copy(entries_ + first_, entries_ + first_ + count_, entries);
-  if (entries_ != inline_) delete[] entries_;
-  entries_ = entries;
+  auto entries = std::make_unique_for_overwrite<MEventBase*[]>(static_cast<size_t>(capacity));
+  std::copy(entries_ + first_, entries_ + first_ + count_, entries.get());
+  grown_ = std::move(entries);
+  entries_ = grown_.get();
   capacity_ = capacity;
   first_ = 0;
 }

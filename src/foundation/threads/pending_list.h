@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 namespace kx {
 
@@ -65,6 +66,7 @@ class MPendingList {
   void Grow();
 
   MEventBase* inline_[kInlineCapacity] = {};
+  std::unique_ptr<MEventBase*[]> grown_;  // the entries once they outgrow inline_
   MEventBase** entries_ = inline_;
   int32_t capacity_ = kInlineCapacity;
   int32_t first_ = 0;  // taking from the front moves this, not the entries
