@@ -1,6 +1,6 @@
 // MTask: one piece of work for an MTaskGroup.
 //
-// `state` goes idle (0) -> queued (1) at MTaskGroup::Add -> running (2) when a
+// `state` goes kIdle -> kQueued at MTaskGroup::Add -> kRunning when a
 // worker picks it -> idle when it ends. A task that is cancelled while queued is
 // taken off its queue by the worker without running, and its chained task is
 // dropped. `nextTask` is queued, with `nextPriority`, when this one ends.
@@ -21,7 +21,8 @@ class MTaskGroup;
 
 class MTask {
  public:
-  enum : int32_t { kIdle = 0, kQueued = 1, kRunning = 2 };
+  enum class State : int32_t { kIdle, kQueued, kRunning };
+  using enum State;
 
   MTask() = default;
   virtual ~MTask();
@@ -34,12 +35,12 @@ class MTask {
   virtual bool CanRunNow() { return true; }
 
   // A queued task then ends without running its body.
-  void Cancel() { cancelled.store(1, std::memory_order_release); }
+  void Cancel() { cancelled.store(true, std::memory_order_release); }
 
   MTask* previous = nullptr;
   MTask* next = nullptr;
-  std::atomic<int32_t> state{kIdle};
-  std::atomic<int32_t> cancelled{0};
+  std::atomic<State> state{kIdle};
+  std::atomic<bool> cancelled{false};
   MTask* nextTask = nullptr;
   int32_t nextPriority = 2;
 

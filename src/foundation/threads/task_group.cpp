@@ -94,7 +94,7 @@ bool MTaskGroup::Add(MTask* task, int32_t priority, bool allowChain) {
   if (priority < 0 || priority >= kQueueCount) ThrowIndexOutOfRange();
   {
     MLock hold(lock);
-    int32_t state = task->state.load(std::memory_order_acquire);
+    MTask::State state = task->state.load(std::memory_order_acquire);
     if (state == MTask::kQueued) return false;
     if (state == MTask::kRunning && allowChain) {
       if (task->nextTask && task->nextTask != task)
@@ -103,7 +103,7 @@ bool MTaskGroup::Add(MTask* task, int32_t priority, bool allowChain) {
       task->nextPriority = priority;
       return true;
     }
-    task->cancelled.store(0, std::memory_order_release);
+    task->cancelled.store(false, std::memory_order_release);
     Enqueue(task, priority);
   }
   semaphore.Release();
@@ -136,7 +136,7 @@ bool MTaskGroup::Remove(MTask* task) {
 
 void MTaskGroup::WaitFor(MTask* task) {
   for (;;) {
-    int32_t state = task->state.load(std::memory_order_acquire);
+    MTask::State state = task->state.load(std::memory_order_acquire);
     if (state == MTask::kIdle) return;
     task->state.wait(state, std::memory_order_acquire);
   }
@@ -151,7 +151,7 @@ MTask* MTaskGroup::Pick(MTaskThread& worker) {
       for (MTask* task = queues[priority].first; task; task = task->next) {
         seen = true;
         // A cancelled task is taken at once, only to be dropped.
-        bool canRun = task->cancelled.load(std::memory_order_acquire) != 0;
+        bool canRun = task->cancelled.load(std::memory_order_acquire);
         if (!canRun) Guarded("MTaskThread::Execute", [&] { canRun = task->CanRunNow(); });
         if (canRun) {
           chosen = task;
@@ -196,7 +196,7 @@ void MTaskGroup::Finish(MTaskThread& worker, MTask* task) {
       // The follower is queued before this task turns idle, so that a caller that
       // waits for this one and then for the follower finds the follower queued.
       if (next) Add(next, priority, false);
-      int32_t running = MTask::kRunning;
+      MTask::State running = MTask::kRunning;
       if (task->state.compare_exchange_strong(running, MTask::kIdle, std::memory_order_acq_rel))
         task->state.notify_all();
     }
