@@ -168,7 +168,7 @@ void KestrixApp::LoadPackageDatabase() {
 void KestrixApp::LoadPackageList() {
   LoadPackages(this, InstallerDefinition, PackageDatabase, Settings.PackageSettings, packages_);
   packageItems_.Clear();
-  for (Package* package : packages_) packageItems_.Add(package);
+  for (const std::unique_ptr<Package>& package : packages_) packageItems_.Add(package.get());
 }
 
 void KestrixApp::BuildPlugins() {
@@ -176,15 +176,15 @@ void KestrixApp::BuildPlugins() {
   const InstallerDefinitionContents contents = ReadInstallerDefinition(InstallerDefinition);
   for (const CategoryDefinition& category : contents.categories) {
     for (const PluginDefinition& item : category.items) {
-      Plugin* plugin = Plugin::Create(this, category, *item.node, Settings.PluginSettings);
-      plugins_.Add(plugin);
+      Plugin* plugin =
+          plugins_.Add(Plugin::Create(this, category, *item.node, Settings.PluginSettings)).get();
       if (SilentMode && SilentAllPlugins) SilentPluginNames.Add(plugin->Name);
     }
   }
 }
 
 void KestrixApp::RemoveSupersededPackageFiles() {
-  for (Package* package : packages_) {
+  for (const std::unique_ptr<Package>& package : packages_) {
     const MString pkgm = GetFileName(package->GetRemoteFile());
     const MString md5 = pkgm + ".md5";
     const MString folder = JoinPath(DataFolder, package->GetLocalFolder(false));

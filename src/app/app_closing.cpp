@@ -30,8 +30,8 @@ bool KestrixApp::CloseRequest() {
   if (ShowQuestion(nullptr, question) != 1) return false;
   {
     MLock hold(mainLock_);
-    for (Package* package : packages_) package->ClearWishes();
-    for (Plugin* plugin : plugins_) {
+    for (const std::unique_ptr<Package>& package : packages_) package->ClearWishes();
+    for (const std::unique_ptr<Plugin>& plugin : plugins_) {
       plugin->Install = false;
       plugin->Save();
     }
@@ -49,12 +49,12 @@ KestrixApp::~KestrixApp() {
     WriteSetting(Settings.PackageSettings, kSettingDownloadPath, DownloadPath);
     WriteSetting(Settings.PackageSettings, kSettingOfflineFolderPath, OfflineFolderPath);
     WriteSetting(Settings.PackageSettings, kSettingScale, Scale);
-    Settings.SaveAtEndOfRun(General, plugins_);
+    MArray<Plugin*> plugins;
+    for (const std::unique_ptr<Plugin>& plugin : plugins_) plugins.Add(plugin.get());
+    Settings.SaveAtEndOfRun(General, plugins);
   }
   thread_.reset();
-  for (Plugin* plugin : plugins_) delete plugin;
   plugins_.Clear();
-  for (Package* package : packages_) delete package;
   packages_.Clear();
 }
 

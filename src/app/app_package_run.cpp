@@ -37,8 +37,8 @@ MString KestrixApp::PackageFilePath(const Package& package) const {
 }
 
 Package* KestrixApp::EffectsBinary() const {
-  for (Package* package : packages_)
-    if (package->IsEffectsBinary() && !package->Mac) return package;
+  for (const std::unique_ptr<Package>& package : packages_)
+    if (package->IsEffectsBinary() && !package->Mac) return package.get();
   return nullptr;
 }
 
@@ -52,28 +52,28 @@ bool KestrixApp::RequestInstall(bool reinstall, bool forceDownload) {
   // A plug-in "has its own package" when a package other than the effects binary
   // is keyed by its name.
   auto hasOwnPackage = [this](const Plugin& plugin) {
-    return std::any_of(packages_.begin(), packages_.end(), [&](const Package* package) {
+    return std::any_of(packages_.begin(), packages_.end(), [&](const std::unique_ptr<Package>& package) {
       return !package->IsEffectsBinary() && !package->Mac && package->KeyHolds(plugin.Name);
     });
   };
   bool anyOwnPackage = false;
-  for (const Plugin* plugin : plugins_)
+  for (const std::unique_ptr<Plugin>& plugin : plugins_)
     if (IsWanted(*plugin) && hasOwnPackage(*plugin)) anyOwnPackage = true;
 
   Package* effects = nullptr;
-  for (Package* package : packages_) {
+  for (const std::unique_ptr<Package>& package : packages_) {
     package->WantedBy.Clear();
     package->Selected = false;
-    if (package->IsEffectsBinary() && package->Installed) effects = package;
+    if (package->IsEffectsBinary() && package->Installed) effects = package.get();
   }
 
   bool work = false;
-  for (Plugin* plugin : plugins_) {
+  for (const std::unique_ptr<Plugin>& plugin : plugins_) {
     const bool wanted = IsWanted(*plugin);
     if (wanted && (!plugin->Installed || SilentMode || reinstall)) {
       plugin->Install = true;
       plugin->Save();
-      for (Package* package : packages_) {
+      for (const std::unique_ptr<Package>& package : packages_) {
         if (package->Mac) continue;
         const bool needed =
             IsPackageNeeded(*plugin, *package, anyOwnPackage, General.checkTVTInstr);
@@ -143,7 +143,7 @@ void KestrixApp::InstallChange(bool reinstall, bool forceDownload) {
   if (Phase.load() != PackagePhase::kIdle) return;
   bool anyWanted = false;
   bool anyInstalled = false;
-  for (const Plugin* plugin : plugins_) {
+  for (const std::unique_ptr<Plugin>& plugin : plugins_) {
     anyWanted = anyWanted || IsWanted(*plugin);
     anyInstalled = anyInstalled || plugin->Installed;
   }
@@ -180,7 +180,7 @@ void KestrixApp::InitializePkgsProgress(bool offline) {
   double total = 0.0;
   int32_t ready = 0;
   MArray<Package*> run;
-  for (Package* package : packages_) {
+  for (const std::unique_ptr<Package>& package : packages_) {
     package->ProgressLower = 0.0F;
     package->ProgressUpper = 1.0F;
     if (!package->Install && !offline) continue;
@@ -188,7 +188,7 @@ void KestrixApp::InitializePkgsProgress(bool offline) {
     PackagesToProcess += 1.0F;
     total += package->Size;
     if (package->ReportProgress()) ++ready;
-    run.Add(package);
+    run.Add(package.get());
   }
   double span = 0.8;
   if (!offline) {
@@ -217,8 +217,8 @@ void KestrixApp::InstallPendingPackages(Package& trigger) {
   MArray<Package*> run;
   {
     MLock hold(mainLock_);
-    for (Package* package : packages_)
-      if (package->Install && !package->Mac) run.Add(package);
+    for (const std::unique_ptr<Package>& package : packages_)
+      if (package->Install && !package->Mac) run.Add(package.get());
   }
   for (Package* package : run) {
     InstallPackage(*package, false, false, bar);
@@ -228,7 +228,7 @@ void KestrixApp::InstallPendingPackages(Package& trigger) {
   // The deselected plug-ins go in one uninstall walk over the effects binary's
   // `.state`, restricted to their names.
   trigger.WantedBy.Clear();
-  for (const Plugin* plugin : plugins_)
+  for (const std::unique_ptr<Plugin>& plugin : plugins_)
     if (plugin->Uninstall)
       for (const MString& name : plugin->WantedNames()) trigger.AddWantedBy(name);
   if (!trigger.WantedBy.IsEmpty()) InstallPackage(trigger, true, true, 0.0F);
@@ -327,7 +327,7 @@ void KestrixApp::UninstallPackageItem(Package& package) {
   if (package.IsEffectsBinary()) {
     // The binaries of the plug-ins marked for removal leave; a named removal
     // keeps the package, with the others' binaries, installed.
-    for (const Plugin* plugin : plugins_)
+    for (const std::unique_ptr<Plugin>& plugin : plugins_)
       if (plugin->Uninstall)
         for (const MString& name : plugin->WantedNames()) package.AddWantedBy(name);
   }
@@ -347,7 +347,7 @@ bool KestrixApp::UninstallAll() {
   MLock hold(mainLock_);
   if (Phase.load() != PackagePhase::kIdle || UninstallRunning.load()) return false;
   const bool anyInstalled = std::any_of(packages_.begin(), packages_.end(),
-                                        [](const Package* package) { return package->Installed; });
+                                        [](const std::unique_ptr<Package>& package) { return package->Installed; });
   // A silent run with names removes only those plug-ins.
   const bool named = SilentMode && !SilentAllPlugins;
   bool marked = false;
@@ -355,7 +355,7 @@ bool KestrixApp::UninstallAll() {
     if (!UninstallMode && !SilentMode &&
         ShowQuestion(nullptr, "Do you want to uninstall all plugins ?") != 1)
       return false;
-    for (Plugin* plugin : plugins_) {
+    for (const std::unique_ptr<Plugin>& plugin : plugins_) {
       if (named && SilentPluginNames.IndexOf(plugin->Name) < 0) continue;
       if (named && !plugin->Installed) continue;
       plugin->Install = false;
@@ -365,7 +365,7 @@ bool KestrixApp::UninstallAll() {
     }
     UninstallRunning.exchange(true);
   } else {
-    for (Plugin* plugin : plugins_) {
+    for (const std::unique_ptr<Plugin>& plugin : plugins_) {
       plugin->Install = false;
       plugin->Save();
     }
@@ -386,10 +386,10 @@ bool KestrixApp::UninstallAll() {
   }
   PackagesToProcess = 0.0F;
   UninstallProgress = 0.0F;
-  for (Package* package : packages_) {
+  for (const std::unique_ptr<Package>& package : packages_) {
     if (!package->Installed || package->Mac) continue;
     bool take = !named || package->IsEffectsBinary();
-    for (const Plugin* plugin : plugins_)
+    for (const std::unique_ptr<Plugin>& plugin : plugins_)
       if (named && plugin->Uninstall && package->KeyHolds(plugin->Name)) take = true;
     if (!take) continue;
     package->SetUninstallRequest(true);
@@ -403,7 +403,7 @@ void KestrixApp::FinishPackageRun() {
   RunFinished = false;
   {
     MLock hold(mainLock_);
-    for (Plugin* plugin : plugins_) {
+    for (const std::unique_ptr<Plugin>& plugin : plugins_) {
       if (plugin->Install) {
         plugin->Installed = true;
         plugin->Install = false;
@@ -417,7 +417,7 @@ void KestrixApp::FinishPackageRun() {
     // An uninstall-all leaves no package marked as installed, so that a later
     // run asks for every package again.
     if (Phase.load() == PackagePhase::kUninstallAll)
-      for (Package* package : packages_)
+      for (const std::unique_ptr<Package>& package : packages_)
         if (package->Installed) package->MarkUninstalled();
   }
   if (!SilentMode) {
@@ -444,7 +444,7 @@ void KestrixApp::ApplyInstalledSelection() {
   Package* effects = EffectsBinary();
   if (!effects) return;
   effects->WantedBy.Clear();
-  for (const Plugin* plugin : plugins_)
+  for (const std::unique_ptr<Plugin>& plugin : plugins_)
     if (plugin->Installed)
       for (const MString& name : plugin->WantedNames()) effects->AddWantedBy(name);
 }

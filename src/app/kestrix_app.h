@@ -118,8 +118,8 @@ class KestrixApp : public DownloadHost,
   void Show(const MString& text, float value) override;
 
   DownloadThread& Thread() { return *thread_; }
-  const MArray<Package*>& PackageList() const { return packages_; }
-  const MArray<Plugin*>& PluginList() const { return plugins_; }
+  const PackageList& LoadedPackages() const { return packages_; }
+  const MArray<std::unique_ptr<Plugin>>& LoadedPlugins() const { return plugins_; }
 
   // Members in their start-up order.
   MXMLItem AddonList;
@@ -166,8 +166,8 @@ class KestrixApp : public DownloadHost,
 
   TransferEndpoints endpoints_;
   MCriticalSection mainLock_;
-  MArray<Package*> packages_;  // owned
-  MArray<Plugin*> plugins_;    // owned
+  PackageList packages_;
+  MArray<std::unique_ptr<Plugin>> plugins_;
   MArray<InstallableItem*> packageItems_;
   MArray<InstallableItem*> addonItems_;
   std::unique_ptr<DownloadThread> thread_;

@@ -244,7 +244,7 @@ bool ItemDownload::DecideResume() {
     return true;
   }
 
-  MFileStream file(localPath_, MFileStream::kModeWrite);
+  MFileStream file(localPath_, MFileStream::kModeUpdate);
   have_ = file.GetSize();
   MLog::Line(MFormat("  already exists, {0} bytes").Add(have_));
   if (OfflineMode && !item_.IsPackage() && have_ != total) {

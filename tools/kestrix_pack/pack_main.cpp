@@ -6,7 +6,7 @@
 //   kestrix-pack verify PKG
 //   kestrix-pack extract PKG DIR
 //   kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]
-//   kestrix-pack install PKG --dest DIR ...   (pack_install_commands.h)
+//   kestrix-pack install PKG --dest DIR ...
 //   kestrix-pack uninstall STATE ...
 //
 // build: SRC is a folder (folders become `dir` items with op "create", files
