@@ -1,0 +1,90 @@
+// The exact edges of the software drawer: the write-without-mixing path, the
+// skipped main pixel of a line, refused sources, clipping and None.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "gui/drawing/drawer_to_bitmap.h"
+#include "media/bitmap/bitmap.h"
+
+namespace kx {
+namespace {
+
+MColor At(const MBitmap& b, int x, int y) {
+  MColor c;
+  std::memcpy(static_cast<void*>(&c), b.Pixels() + y * b.Stride() + x, 4);
+  return c;
+}
+
+MBitmap Black(int w, int h) {
+  MBitmap b(w, h);
+  for (int i = 0; i < w * h; ++i) b.Pixels()[i] = 0xFF000000u;
+  return b;
+}
+
+TEST(DrawerEdges, AlphaBlendWhiteOnBlackIsExactOnlyAtFullAlpha) {
+  for (auto [alpha, want] : {std::pair{255, 255}, std::pair{254, 253}}) {
+    MBitmap target = Black(2, 2);
+    MDrawerToMBitmap drawer(target);
+    drawer.FillRectangle({0, 0, 1, 1}, MBrush{MColor::RGBA(255, 255, 255, alpha)});
+    EXPECT_EQ(At(target, 1, 1), MColor::RGBA(want, want, want, 255)) << alpha;
+  }
+}
+
+TEST(DrawerEdges, LineSkipsMainPixelWhenItsCoverageIsAbove254) {
+  // At x = 1 the ideal line is 255/256 of a pixel below row 0: coverage 255
+  // goes wholly to row 1.
+  MBitmap target = Black(260, 260);
+  MDrawerToMBitmap drawer(target);
+  drawer.Line(0, 0, 256, 255, MBrush{MColor::RGBA(255, 255, 255)});
+  EXPECT_EQ(At(target, 1, 0), MColor::RGBA(0, 0, 0, 255));
+  EXPECT_EQ(At(target, 1, 1), MColor::RGBA(255, 255, 255, 255));
+  EXPECT_EQ(At(target, 0, 0), MColor::RGBA(255, 255, 255, 255));
+  // Coverage of main and neighbour adds up to the full colour, but for the rounding of two blends.
+  for (int x = 2; x < 256; x += 17) {
+    int sum = 0;
+    for (int y = 0; y < 260; ++y) sum += At(target, x, y).r;
+    EXPECT_NEAR(sum, 255, 2) << x;
+  }
+}
+
+TEST(DrawerEdges, NothingIsDrawnForRefusedSourcesEmptyClipsOrNoneMode) {
+  MBitmap target = Black(8, 8);
+  MBitmap before = Black(8, 8);
+  MBitmap emptySource;
+  MBitmap white(4, 4);
+  for (int i = 0; i < 16; ++i) white.Pixels()[i] = 0xFFFFFFFFu;
+  MDrawerToMBitmap drawer(target);
+  drawer.StretchBlt({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.PatBlt({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBlt({0, 0, 7, 7}, white, {0, 0, 3, 3}, 255, MDrawingMode::kNone);
+  drawer.BitBlt({0, 0}, white, {0, 0, 3, 3}, 255, static_cast<MDrawingMode>(99));
+  drawer.FillCircle(4, 4, 3, MBrush{MColor::RGBA(255, 0, 0), 1, MDrawingMode::kNone});
+  drawer.SetClip({5, 5, 4, 4});
+  drawer.FillRectangle({0, 0, 7, 7}, MBrush{MColor::RGBA(255, 0, 0)});
+  drawer.Line(0, 0, 7, 5, MBrush{MColor::RGBA(255, 0, 0)});
+  EXPECT_EQ(std::memcmp(target.Bytes(), before.Bytes(), 8 * 8 * 4), 0);
+}
+
+TEST(DrawerEdges, BlitsLandClippedAndStretchSamplesEveryPixel) {
+  MBitmap source(2, 2);
+  const uint32_t quad[4] = {0xFFFF0000u, 0xFF00FF00u, 0xFF0000FFu, 0xFFFFFFFFu};
+  std::memcpy(source.Pixels(), quad, 16);
+  MBitmap target = Black(6, 6);
+  MDrawerToMBitmap drawer(target);
+  drawer.SetClip({0, 0, 4, 4});
+  drawer.StretchBlt({0, 0, 3, 3}, source, {0, 0, 1, 1}, 255, MDrawingMode::kAlphaBlend);
+  drawer.BitBlt({4, 4}, source, {0, 0, 1, 1}, 255, MDrawingMode::kAlphaBlend);
+  const uint32_t* p = target.Pixels();
+  EXPECT_EQ(p[0], quad[0]);
+  EXPECT_EQ(p[1 * 6 + 1], quad[0]);
+  EXPECT_EQ(p[0 * 6 + 3], quad[1]);
+  EXPECT_EQ(p[3 * 6 + 0], quad[2]);
+  EXPECT_EQ(p[3 * 6 + 3], quad[3]);
+  EXPECT_EQ(p[4 * 6 + 4], quad[0]);
+  EXPECT_EQ(p[4 * 6 + 5], 0xFF000000u);  // outside the clip
+  EXPECT_EQ(p[5 * 6 + 4], 0xFF000000u);
+}
+
+}  // namespace
+}  // namespace kx
