@@ -1,0 +1,21 @@
+#include "foundation/xml/xml_item.h"
+#include "gui/styles/style_image.h"
+#include "gui/styles/styles.h"
+
+namespace kx {
+
+void MStyleSettings::Read(const MXMLItem& item) {
+  if (item.FindAttribute("Style")) style = StyleText(item, "Style");
+  if (item.FindAttribute("ColorScheme")) colorScheme = StyleText(item, "ColorScheme");
+  if (item.FindAttribute("MainColor")) {
+    const uint32_t rgb = static_cast<uint32_t>(StyleInt(item, "MainColor", 0));
+    mainColor = MColor::RGBA((rgb >> 16) & 255, (rgb >> 8) & 255, rgb & 255);
+    hasMainColor = true;
+  }
+  invertColors = StyleInt(item, "InvertColors", invertColors) != 0;
+  enableUpperCase = StyleInt(item, "EnableUpperCase", enableUpperCase) != 0;
+  resize = StyleReal(item, "Resize", resize);
+  if (!(resize >= 0.1)) resize = 1.0;
+}
+
+}  // namespace kx

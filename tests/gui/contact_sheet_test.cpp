@@ -1,0 +1,103 @@
+// Writes the contact sheet of "Neon": every part of every element, state sets
+// in all seven states, at scales 1.0 and 2.0, as one PNG among the build's
+// artefacts (artefacts/gui/neon-contact-sheet.png) for a person to look at.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "foundation/streams/file_stream.h"
+#include "gui/drawing/drawer_to_bitmap.h"
+#include "gui/styles/textured_styles.h"
+
+namespace kx {
+namespace {
+
+struct Cell {
+  std::string part;
+  MControlState state;
+  const MStyleImage* image;
+};
+
+std::vector<Cell> CellsOf(const MStyleElement& element) {
+  static const std::pair<const char*, MControlState> kStates[] = {
+      {"normal", MControlState::kNormal},
+      {"focused", MControlState::kFocused},
+      {"hl", MControlState::kHighlighted},
+      {"focusedhl", MControlState::kFocused | MControlState::kHighlighted},
+      {"clicked", MControlState::kClicked},
+      {"clickedhl", MControlState::kClicked | MControlState::kHighlighted},
+      {"disabled", MControlState::kDisabled}};
+  std::vector<Cell> cells;
+  if (element.parts.count("normal")) {
+    for (const auto& [name, state] : kStates) cells.push_back({"", state, &element.parts.at(name)});
+  } else {
+    for (const auto& [name, image] : element.parts) cells.push_back({name, MControlState::kNormal, &image});
+  }
+  return cells;
+}
+
+// Cell size at `scale`: stretchable images are shown wider than their design.
+MPoint CellSize(const MStyleImage& image, double scale) {
+  double w = image.DesignWidth(), h = image.DesignHeight();
+  if (w >= 30 && h <= 30) w *= 2;
+  return {static_cast<int32_t>(w * scale), static_cast<int32_t>(h * scale)};
+}
+
+TEST(ContactSheet, NeonInEveryStateAtBothScales) {
+  std::unique_ptr<MTexturedStyle> styles[2];
+  for (int i = 0; i < 2; ++i) {
+    MStyleSettings settings;
+    settings.resize = i == 0 ? 1.0 : 2.0;
+    styles[i] = MTexturedStyles::LoadStyle(settings);
+  }
+  // Layout: per scale a block of rows, one row per element.
+  const int32_t label = 120, gap = 10;
+  int32_t width = 0, height = gap;
+  for (auto& style : styles) {
+    const double s = style->Scale();
+    for (const auto& [name, element] : style->Elements()) {
+      int32_t x = label, rowHeight = 16;
+      for (const Cell& cell : CellsOf(element)) {
+        MPoint size = CellSize(*cell.image, s);
+        x += size.x + gap;
+        rowHeight = std::max(rowHeight, size.y);
+      }
+      width = std::max(width, x);
+      height += rowHeight + gap;
+    }
+    height += 2 * gap;
+  }
+  MBitmap sheet(width, height);
+  MDrawerToMBitmap drawer(sheet);
+  drawer.FillRectangle({0, 0, width - 1, height - 1},
+                       MBrush{styles[0]->GetColor(MStyleColor::kBackground), 1, MDrawingMode::kCopy});
+  int32_t y = gap;
+  for (auto& style : styles) {
+    const double s = style->Scale();
+    MFont& font = styles[0]->GetFont(0);
+    const MBrush text{styles[0]->GetColor(MStyleColor::kText)};
+    for (const auto& [name, element] : style->Elements()) {
+      int32_t x = label, rowHeight = 16;
+      for (const Cell& cell : CellsOf(element)) rowHeight = std::max(rowHeight, CellSize(*cell.image, s).y);
+      drawer.AlignedTextOut({8, y, label - 8, y + rowHeight - 1}, MString::FromUTF8(name), font, text,
+                            kTextVCenter | kTextSingleLine);
+      for (const Cell& cell : CellsOf(element)) {
+        MPoint size = CellSize(*cell.image, s);
+        const int32_t top = y + (rowHeight - size.y) / 2;
+        EXPECT_TRUE(style->PaintElement(drawer, name.c_str(), cell.part.c_str(),
+                                        {x, top, x + size.x - 1, top + size.y - 1}, cell.state));
+        x += size.x + gap;
+      }
+      y += rowHeight + gap;
+    }
+    drawer.FillRectangle({0, y, width - 1, y}, MBrush{styles[0]->GetColor(MStyleColor::kBorder)});
+    y += 2 * gap;
+  }
+  MFileStream out(MString(KESTRIX_BINARY_DIR "/artefacts/gui/neon-contact-sheet.png"),
+                  MFileStream::kModeCreate);
+  sheet.SavePNG(out);
+}
+
+}  // namespace
+}  // namespace kx
