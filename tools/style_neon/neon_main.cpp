@@ -295,7 +295,7 @@ void BuildNeon(StyleBuilder& style) {
     element.SetAttribute("hasbackground", 1);
     element.SetAttribute("baseangle", 225);
     style.Part(element, "imagebackground", Draw(size, size, [=](auto& d, double, double) {
-      Arc(d, c, c, r + 2, r + 4.5, 0.75 * pi, 2.25 * pi, kWell);
+      Arc(d, c, c, r + 2, r + 4.5, 0.75 * pi, 2.25 * pi, kBorder);
     }));
     style.Part(element, "imagearc", Draw(size, size, [=](auto& d, double, double) {
       Arc(d, c, c, r + 2, r + 4.5, 0.75 * pi, 2.25 * pi, kAccent);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "gui/drawing/drawing_types.h"
@@ -84,7 +85,22 @@ inline void Mix(uint8_t* d, const uint8_t* s, int a) {
     return;
   }
   if (a <= 0) return;
-  if constexpr (M == kOverlay) {
+  if constexpr (M == kAlphaBlend) {
+    // Red and blue share one multiply, green takes another: each lane's sum
+    // stays below 2^16, so the result is that of the per-channel formula.
+    uint32_t dv, sv;
+    std::memcpy(&dv, d, 4);
+    std::memcpy(&sv, s, 4);
+    if (a == 255) {
+      dv = (dv & 0xFF000000u) | (sv & 0x00FFFFFFu);
+    } else {
+      const uint32_t ia = static_cast<uint32_t>(a ^ 255), ua = static_cast<uint32_t>(a);
+      const uint32_t rb = (((sv & 0x00FF00FFu) * ua + (dv & 0x00FF00FFu) * ia) >> 8) & 0x00FF00FFu;
+      const uint32_t g = (((sv & 0x0000FF00u) * ua + (dv & 0x0000FF00u) * ia) >> 8) & 0x0000FF00u;
+      dv = (dv & 0xFF000000u) | rb | g;
+    }
+    std::memcpy(d, &dv, 4);
+  } else if constexpr (M == kOverlay) {
     if (d[3] == 0) {
       d[0] = s[0], d[1] = s[1], d[2] = s[2], d[3] = static_cast<uint8_t>(a);
       return;
