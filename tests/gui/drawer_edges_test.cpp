@@ -86,5 +86,25 @@ TEST(DrawerEdges, BlitsLandClippedAndStretchSamplesEveryPixel) {
   EXPECT_EQ(p[5 * 6 + 4], 0xFF000000u);
 }
 
+TEST(DrawerEdges, BlendedBlitRowEqualsThePerChannelFormula) {
+  // Nine pixels: four at a time, then the rest one by one.
+  const int alphas[9] = {0, 1, 100, 128, 254, 255, 77, 200, 255};
+  MBitmap source(9, 1), target(9, 1);
+  for (int i = 0; i < 9; ++i) {
+    source.Pixels()[i] = uint32_t(alphas[i]) << 24 | uint32_t(30 * i) << 16 | 0x80FF;
+    target.Pixels()[i] = 0x40000000u | uint32_t(200 - 9 * i) << 16 | uint32_t(17 * i) << 8 | 0x33;
+  }
+  MBitmap before(9, 1);
+  before.CopyFrom(target);
+  MDrawerToMBitmap drawer(target);
+  drawer.BitBlt({0, 0}, source, {0, 0, 8, 0}, 255, MDrawingMode::kAlphaBlend);
+  for (int i = 0; i < 9; ++i) {
+    const MColor s = At(source, i, 0), d = At(before, i, 0), got = At(target, i, 0);
+    const int a = alphas[i];
+    auto blend = [a](int sc, int dc) { return a == 255 ? sc : a == 0 ? dc : (sc * a + dc * (255 - a)) >> 8; };
+    EXPECT_EQ(got, MColor::RGBA(blend(s.r, d.r), blend(s.g, d.g), blend(s.b, d.b), d.a)) << i;
+  }
+}
+
 }  // namespace
 }  // namespace kx

@@ -76,8 +76,9 @@ inline MRGB HSVResult(const uint8_t* s, const uint8_t* d) {
   else return HSVToRGB(hd.h, hd.s, hs.v);
 }
 
+// Always inlined: the inner loops are only fast with the operation in them.
 template <MDrawingMode M>
-inline void Mix(uint8_t* d, const uint8_t* s, int a) {
+[[gnu::always_inline]] inline void Mix(uint8_t* d, const uint8_t* s, int a) {
   using enum MDrawingMode;
   // Copy replaces the pixel whatever its alpha, so that transparent areas copy too.
   if constexpr (M == kCopy) {
