@@ -172,6 +172,22 @@ void MDrawerToMBitmap::StretchBlt(const MRect& destRect, const MBitmap& source,
     }
     WithModeAndAlpha(mode, alpha, [&](auto tag, auto constantAlpha) {
       constexpr MDrawingMode M = decltype(tag)::value;
+      if constexpr (M == MDrawingMode::kAlphaBlend && !decltype(constantAlpha)::value) {
+        // Each source row is sampled once into a scratch row, which every
+        // destination row it lands on blends with the wide row routine.
+        std::vector<uint32_t> sampled(d.Width());
+        int32_t sampledRow = -1;
+        for (int32_t y = d.top; y <= d.bottom; ++y) {
+          const auto sy = static_cast<int32_t>(src.top + (2 * (y - destRect.top) + 1) * sh / (2 * dh));
+          if (sy != sampledRow) {
+            const uint32_t* row = source.Pixels() + static_cast<int64_t>(sy) * source.Stride();
+            for (int32_t i = 0; i < d.Width(); ++i) sampled[i] = row[columns[i] / 4];
+            sampledRow = sy;
+          }
+          AlphaBlendRow(reinterpret_cast<uint32_t*>(PixelAt(d.left, y)), sampled.data(), d.Width());
+        }
+        return;
+      }
       for (int32_t y = d.top; y <= d.bottom; ++y) {
         const uint8_t* row = source.Row(static_cast<int32_t>(src.top + (2 * (y - destRect.top) + 1) * sh / (2 * dh)));
         uint8_t* p = PixelAt(d.left, y);
