@@ -50,18 +50,25 @@ bool KestrixApp::ConnectionTest() {
   return OfflineMode;
 }
 
+// A catalogue downloaded into memory; a failed download is reported with its
+// error after `failureText`, and the start goes on without the catalogue.
+bool KestrixApp::FetchCatalogue(const char* remotePath, MMemoryStream& memory,
+                                const char* failureText, int64_t rangeFrom) {
+  MString error;
+  DownloadFile(endpoints_, error, remotePath, memory, true, nullptr, rangeFrom);
+  if (error.IsEmpty()) return true;
+  ReportFailure(MString(failureText) + error);
+  return false;
+}
+
 void KestrixApp::LoadInstallerDefinition() {
   if (!OfflineMode) {
-    MString error;
     MMemoryStream memory;
-    DownloadFile(endpoints_, error, "/download/MInstallerDefinition.mbx", memory, true, nullptr, 0);
-    if (!error.IsEmpty()) {
-      ReportFailure(
-          MString("Could not download file InstallerDefinition.mbx.\nPlease check your internet "
-                  "connection.\n\n") +
-          error);
+    if (!FetchCatalogue("/download/MInstallerDefinition.mbx", memory,
+                        "Could not download file InstallerDefinition.mbx.\nPlease check your "
+                        "internet connection.\n\n",
+                        0))
       return;
-    }
     try {
       RewindAndLoad(InstallerDefinition, memory, true);
     } catch (MException& failure) {
@@ -91,16 +98,11 @@ void KestrixApp::LoadInstallerDefinition() {
 void KestrixApp::LoadAddonList() {
   if (!OfflineMode) {
     MLog::Line("Kestrix is in ONLINE mode");
-    MString error;
     MMemoryStream memory;
-    DownloadFile(endpoints_, error, "/download/PRODUCTSX.xml", memory, true);
-    if (!error.IsEmpty()) {
-      ReportFailure(
-          MString("Could not download the list of available addons.\nPlease check your internet "
-                  "connection.\n\n") +
-          error);
+    if (!FetchCatalogue("/download/PRODUCTSX.xml", memory,
+                        "Could not download the list of available addons.\nPlease check your "
+                        "internet connection.\n\n"))
       return;
-    }
     try {
       RewindAndLoad(AddonList, memory, false);
       endpoints_.AddonServer = AddonList.GetAttribute("server").AsString();
@@ -145,16 +147,11 @@ void KestrixApp::LoadPackageDatabase() {
     if (MFile::IsFile(mbxPath)) PackageDatabase.LoadFile(mbxPath);
     return;
   }
-  MString error;
   MMemoryStream memory;
-  DownloadFile(endpoints_, error, "/download/MINSTALLERDATABASE.xml", memory, true);
-  if (!error.IsEmpty()) {
-    ReportFailure(
-        MString("Could not download the list of available packages - INSTALLERDATABASE.xml.\n"
-                "Please check your internet connection.\n\n") +
-        error);
+  if (!FetchCatalogue("/download/MINSTALLERDATABASE.xml", memory,
+                      "Could not download the list of available packages - "
+                      "INSTALLERDATABASE.xml.\nPlease check your internet connection.\n\n"))
     return;
-  }
   try {
     RewindAndLoad(PackageDatabase, memory, false);
   } catch (MException&) {

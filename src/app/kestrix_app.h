@@ -28,6 +28,7 @@
 #include "catalogue/path_macros.h"
 #include "catalogue/update_detection.h"
 #include "foundation/containers/containers.h"
+#include "foundation/streams/memory_stream.h"
 #include "foundation/text/text_string.h"
 #include "foundation/threads/lock.h"
 #include "foundation/xml/xml_item.h"
@@ -67,6 +68,9 @@ class KestrixApp : public DownloadHost,
   // --- start-up pieces
   // True when offline; sets OfflineMode.
   bool ConnectionTest();
+  // The definition is asked for as a range from 0, the other catalogues whole.
+  bool FetchCatalogue(const char* remotePath, MMemoryStream& memory, const char* failureText,
+                      int64_t rangeFrom = -1);
   void LoadInstallerDefinition();
   void LoadAddonList();
   void LoadPackageDatabase();
