@@ -17,9 +17,9 @@ build=${1:-build/release}
 runs=${RUNS:-3}
 size_mib=${SIZE_MIB:-1024}
 tool=$build/tools/kestrix-pack
-nginx=/usr/sbin/nginx
+serve=$(dirname "$0")/../scripts/serve-folder
 if [ ! -x "$tool" ]; then echo "peer-fetch: $tool is not built, skipped"; exit 0; fi
-for needed in "$nginx" curl aria2c md5sum /usr/bin/time; do
+for needed in /usr/sbin/nginx curl aria2c md5sum /usr/bin/time; do
   if ! command -v "$needed" >/dev/null; then
     echo "peer-fetch: $needed is missing (scripts/install-deps --bench)" >&2
     exit 1
@@ -27,9 +27,8 @@ for needed in "$nginx" curl aria2c md5sum /usr/bin/time; do
 done
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/kestrix-fetch-bench.XXXXXX")
-nginx_pid=""
 cleanup() {
-  if [ -n "$nginx_pid" ]; then kill "$nginx_pid" 2>/dev/null || true; wait "$nginx_pid" 2>/dev/null || true; fi
+  "$serve" stop "$work/nginx" 2>/dev/null || true
   rm -rf "$work"
 }
 trap cleanup EXIT
@@ -40,7 +39,7 @@ head -c "$((size_mib * 1024 * 1024))" /dev/urandom > "$item"
 "$tool" md5 "$item" >/dev/null
 size=$(stat -c %s "$item")
 
-port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+port=$("$serve" start "$work/www" "$work/nginx")
 url="http://127.0.0.1:$port/download/item.bin"
 # Lines 4 and on of the security info are the piece digests of the Metalink.
 {
@@ -55,34 +54,6 @@ url="http://127.0.0.1:$port/download/item.bin"
   echo '</metalink>'
 } > "$work/item.meta4"
 
-cat > "$work/nginx.conf" <<CONF
-daemon off;
-master_process off;
-worker_processes 1;
-pid $work/nginx.pid;
-error_log $work/error.log;
-events { worker_connections 64; }
-http {
-  access_log off;
-  client_body_temp_path $work/client_body;
-  proxy_temp_path $work/proxy;
-  fastcgi_temp_path $work/fastcgi;
-  uwsgi_temp_path $work/uwsgi;
-  scgi_temp_path $work/scgi;
-  default_type application/octet-stream;
-  sendfile on;
-  server {
-    listen 127.0.0.1:$port;
-    root $work/www;
-  }
-}
-CONF
-"$nginx" -p "$work/" -e "$work/error.log" -c "$work/nginx.conf" </dev/null >"$work/nginx.out" 2>&1 &
-nginx_pid=$!
-for _ in $(seq 200); do
-  if curl -s -o /dev/null "$url.md5"; then break; fi
-  sleep 0.05
-done
 # Every contender reads the served file from the page cache.
 cat "$item" >/dev/null
 

@@ -11,15 +11,14 @@ build=${1:-build/release}
 runs=${RUNS:-5}
 size_mib=${SIZE_MIB:-1024}
 fetch="$build/bench/kestrix_http_fetch"
-nginx=/usr/sbin/nginx
+serve=$(dirname "$0")/../scripts/serve-folder
 if [ ! -x "$fetch" ]; then echo "peer-http: $fetch is missing" >&2; exit 1; fi
-if [ ! -x "$nginx" ]; then echo "peer-http: nginx is missing (scripts/install-deps)" >&2; exit 1; fi
+if [ ! -x /usr/sbin/nginx ]; then echo "peer-http: nginx is missing (scripts/install-deps)" >&2; exit 1; fi
 if ! command -v curl >/dev/null; then echo "peer-http: curl is missing (scripts/install-deps)" >&2; exit 1; fi
 
 work=$(mktemp -d "$(cd "$build" && pwd)/http-bench.XXXXXX")
-nginx_pid=""
 cleanup() {
-  if [ -n "$nginx_pid" ]; then kill "$nginx_pid" 2>/dev/null || true; wait "$nginx_pid" 2>/dev/null || true; fi
+  "$serve" stop "$work/nginx" 2>/dev/null || true
   rm -rf "$work"
 }
 trap cleanup EXIT
@@ -29,35 +28,7 @@ head -c "$((size_mib * 1024 * 1024))" /dev/urandom > "$work/www/large.bin"
 size=$(stat -c %s "$work/www/large.bin")
 sync
 
-port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
-cat > "$work/nginx.conf" <<CONF
-daemon off;
-master_process off;
-worker_processes 1;
-pid $work/nginx.pid;
-error_log $work/error.log;
-events { worker_connections 64; }
-http {
-  access_log off;
-  client_body_temp_path $work/client_body;
-  proxy_temp_path $work/proxy;
-  fastcgi_temp_path $work/fastcgi;
-  uwsgi_temp_path $work/uwsgi;
-  scgi_temp_path $work/scgi;
-  default_type application/octet-stream;
-  sendfile on;
-  server {
-    listen 127.0.0.1:$port;
-    root $work/www;
-  }
-}
-CONF
-"$nginx" -p "$work/" -e "$work/error.log" -c "$work/nginx.conf" </dev/null >"$work/nginx.out" 2>&1 &
-nginx_pid=$!
-for _ in $(seq 200); do
-  if curl -s -o /dev/null "http://127.0.0.1:$port/"; then break; fi
-  sleep 0.05
-done
+port=$("$serve" start "$work/www" "$work/nginx")
 url="http://127.0.0.1:$port/large.bin"
 
 nanoseconds() { date +%s%N; }
