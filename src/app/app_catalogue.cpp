@@ -62,29 +62,23 @@ bool KestrixApp::FetchCatalogue(const char* remotePath, MMemoryStream& memory,
 }
 
 void KestrixApp::LoadInstallerDefinition() {
+  MMemoryStream memory;
+  const MString path = JoinPath(DataFolder, "MInstallerDefinition.mbx");
   if (!OfflineMode) {
-    MMemoryStream memory;
     if (!FetchCatalogue("/download/MInstallerDefinition.mbx", memory,
                         "Could not download file InstallerDefinition.mbx.\nPlease check your "
                         "internet connection.\n\n",
                         0))
       return;
-    try {
-      RewindAndLoad(InstallerDefinition, memory, true);
-    } catch (MException& failure) {
-      ReportFailure(
-          MString("Could not load file InstallerDefinition.install.\nPlease re-install the "
-                  "app.\n\nError: ") +
-          failure.message);
-      throw MException("InstallerDefinition.mbx is probably corrupt, please reinstall the app.");
-    }
+  } else if (!MFile::IsFile(path)) {
+    // A first start without a server has no local copy yet: it goes on without one.
     return;
   }
-  const MString path = JoinPath(DataFolder, "MInstallerDefinition.mbx");
-  // A first start without a server has no local copy yet: it goes on without one.
-  if (!MFile::IsFile(path)) return;
   try {
-    InstallerDefinition.LoadFile(path);
+    if (OfflineMode)
+      InstallerDefinition.LoadFile(path);
+    else
+      RewindAndLoad(InstallerDefinition, memory, true);
   } catch (MException& failure) {
     ReportFailure(
         MString("Could not load file InstallerDefinition.install.\nPlease re-install the "
@@ -92,7 +86,7 @@ void KestrixApp::LoadInstallerDefinition() {
         failure.message);
     throw MException("InstallerDefinition.mbx is probably corrupt, please reinstall the app.");
   }
-  MLog::Line("\nFile InstallerDefinition.mbx loaded successfully.\n");
+  if (OfflineMode) MLog::Line("\nFile InstallerDefinition.mbx loaded successfully.\n");
 }
 
 void KestrixApp::LoadAddonList() {
