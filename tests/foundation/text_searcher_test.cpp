@@ -37,12 +37,13 @@ TEST(MTextSearcherTest, EqualsFindOverRandomTexts) {
   };
   int matches = 0;
   for (int round = 0; round < 400; ++round) {
-    MString text = pick(static_cast<int>(random() % 80));
+    // Every fourth text is long enough for the scan to run ahead between windows.
+    MString text = pick(static_cast<int>(random() % (round % 4 ? 80 : 700)));
     // Half of the patterns are cut from the text itself, to be sure to match.
     MString pattern = pick(1 + static_cast<int>(random() % 4));
     if (round % 2 && text.Length() > 4) pattern = text.Mid(static_cast<int32_t>(random() % (text.Length() - 3)), 1 + round % 4);
     MTextSearcher exact(pattern), anyCase(pattern, true);
-    for (int32_t from = -1; from <= text.Length() + 1; ++from) {
+    for (int32_t from = -1; from <= text.Length() + 1; from += text.Length() > 80 ? 37 : 1) {
       SCOPED_TRACE(testing::Message() << "round " << round << " from " << from);
       int32_t expected = text.Find(pattern, from);
       ASSERT_EQ(exact.Find(text, from), expected);

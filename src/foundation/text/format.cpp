@@ -166,6 +166,9 @@ void MFormat::Parse(const Unit* text, int32_t length) {
 }
 
 void MFormat::SetSlot(int index, const Slot& slot) {
+  // Slots are set up only as far as a template reaches: indexes it skipped
+  // become unset slots here instead of every slot being cleared up front.
+  for (int k = slotCount_; k < index; ++k) slots_[k] = Slot();
   Slot& target = slots_[index];
   target = slot;
   // Placeholders at one place keep their template order: each later one ranks
@@ -181,9 +184,10 @@ MFormat::Slot& MFormat::NextSlot() {
   return slots_[next_];
 }
 
-void MFormat::Insert(const MString& text, bool plus) {
+template <typename Unit>
+void MFormat::Insert(const Unit* text, int32_t textLength, bool plus) {
   const Slot& slot = slots_[next_];
-  int32_t add = text.Length() + (plus ? 1 : 0);
+  int32_t add = textLength + (plus ? 1 : 0);
   // An unset slot is a template that skipped an index: its argument is dropped.
   if (slot.position >= 0 && add > 0) {
     int32_t length = result_.Length();
@@ -192,10 +196,10 @@ void MFormat::Insert(const MString& text, bool plus) {
     std::memmove(units + position + add, units + position, sizeof(MChar) * (length - position));
     MChar* out = units + position;
     if (plus) *out++ = '+';
-    if (const char* bytes = text.ExternalBytes()) {
-      for (int32_t i = 0; i < text.Length(); ++i) out[i] = Widen(bytes[i]);
+    if constexpr (sizeof(Unit) == 1) {
+      for (int32_t i = 0; i < textLength; ++i) out[i] = Widen(text[i]);
     } else {
-      std::memcpy(out, text.UnitsOrNull(), sizeof(MChar) * text.Length());
+      std::memcpy(out, text, sizeof(MChar) * textLength);
     }
     result_.SetLength(length + add);
     // Slots filled later that stand behind this one move on; those at the same
@@ -210,30 +214,45 @@ void MFormat::Insert(const MString& text, bool plus) {
   ++next_;
 }
 
+// Numbers are written into a field on the stack and inserted from there.
 MFormat& MFormat::Add(int64_t value) {
   const Slot& slot = NextSlot();
-  Insert(FormatInt(value, (slot.flags & kFlagHex) ? 16 : 10, slot.width, slot.pad),
-         (slot.flags & kFlagPlus) && value > 0);
+  MChar field[kNumberFieldUnits];
+  int32_t length = FormatIntInto(field, value, (slot.flags & kFlagHex) ? 16 : 10, slot.width, slot.pad);
+  Insert(field, length, (slot.flags & kFlagPlus) && value > 0);
   return *this;
 }
 
 MFormat& MFormat::Add(uint64_t value) {
   const Slot& slot = NextSlot();
-  Insert(FormatUnsigned(value, (slot.flags & kFlagHex) ? 16 : 10, slot.width, slot.pad),
-         (slot.flags & kFlagPlus) && value > 0);
+  MChar field[kNumberFieldUnits];
+  int32_t length =
+      FormatUnsignedInto(field, value, (slot.flags & kFlagHex) ? 16 : 10, slot.width, slot.pad);
+  Insert(field, length, (slot.flags & kFlagPlus) && value > 0);
   return *this;
 }
 
 MFormat& MFormat::Add(double value) {
   const Slot& slot = NextSlot();
+  char field[kRealFieldBytes];
+  int32_t length = FormatRealInto(field, value, slot.decimals);
   // The threshold keeps rounding noise around zero from getting a sign.
-  Insert(FormatReal(value, slot.decimals), (slot.flags & kFlagPlus) && value > 1e-10);
+  Insert(field, length, (slot.flags & kFlagPlus) && value > 1e-10);
   return *this;
 }
 
 MFormat& MFormat::Add(const MString& value) {
   NextSlot();
-  Insert(value, false);
+  if (const char* bytes = value.ExternalBytes())
+    Insert(bytes, value.Length(), false);
+  else
+    Insert(value.UnitsOrNull(), value.Length(), false);
+  return *this;
+}
+
+MFormat& MFormat::Add(const char* value) {
+  NextSlot();
+  Insert(value ? value : "", value ? static_cast<int32_t>(std::strlen(value)) : 0, false);
   return *this;
 }
 
@@ -241,7 +260,7 @@ MFormat& MFormat::AddChar(MChar value) {
   NextSlot();
   // A zero unit would end the text for every reader that stops at a terminator.
   MChar unit = value ? value : MChar(' ');
-  Insert(MString(&unit, 1), false);
+  Insert(&unit, 1, false);
   return *this;
 }
 

@@ -31,7 +31,7 @@ class MFormat {
   MFormat& Add(uint64_t value);
   MFormat& Add(double value);
   MFormat& Add(const MString& value);
-  MFormat& Add(const char* value) { return Add(MString(value)); }
+  MFormat& Add(const char* value);
   MFormat& Add(char value) { return AddChar(static_cast<MChar>(static_cast<unsigned char>(value))); }
   MFormat& AddChar(MChar value);
   template <std::signed_integral T>
@@ -55,6 +55,7 @@ class MFormat {
   operator MString() const { return result_; }  // NOLINT: composes into messages
 
  private:
+  // Only the slots below slotCount_ are ever read; SetSlot sets them up.
   struct Slot {
     int32_t position = -1;
     uint8_t flags = 0;  // bit 0 hexadecimal, bit 1 plus
@@ -67,9 +68,12 @@ class MFormat {
   void Parse(const Unit* text, int32_t length);
   void SetSlot(int index, const Slot& slot);
   Slot& NextSlot();
-  void Insert(const MString& text, bool plus);
+  template <typename Unit>
+  void Insert(const Unit* text, int32_t length, bool plus);
 
-  Slot slots_[kMaxSlots];
+  union {  // left unconstructed: clearing 32 slots cost more than a short line's whole composing
+    Slot slots_[kMaxSlots];
+  };
   int slotCount_ = 0;
   int next_ = 0;
   MString result_;

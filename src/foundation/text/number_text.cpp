@@ -1,7 +1,8 @@
 #include "foundation/text/number_text.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <cstring>
 
 #include "foundation/core/exception.h"
 
@@ -14,7 +15,9 @@ namespace {
 constexpr int kFieldWidth = 62;
 constexpr int kWorkArea = 64;
 
-MString FormatMagnitude(uint64_t magnitude, bool negative, int base, int width, MChar padUnit) {
+// Writes the field into `out` (at least kNumberFieldUnits long); returns its length.
+int32_t FormatMagnitudeInto(MChar* out, uint64_t magnitude, bool negative, int base, int width,
+                            MChar padUnit) {
   if (base < 2 || base > 16) base = 10;
   if (width > kFieldWidth) width = kFieldWidth;
   MChar area[kWorkArea];
@@ -33,11 +36,15 @@ MString FormatMagnitude(uint64_t magnitude, bool negative, int base, int width, 
   }
   while (kWorkArea - start < width) area[--start] = padUnit;
   // The sign stands before the padding and is not counted in the width.
-  MString result;
-  MChar* units = result.Reserve(kWorkArea - start + 1);
   int32_t length = 0;
-  if (negative) units[length++] = '-';
-  for (int i = start; i < kWorkArea; ++i) units[length++] = area[i];
+  if (negative) out[length++] = '-';
+  for (int i = start; i < kWorkArea; ++i) out[length++] = area[i];
+  return length;
+}
+
+MString FromField(const MChar* units, int32_t length) {
+  MString result;
+  std::memcpy(result.Reserve(length), units, sizeof(MChar) * static_cast<size_t>(length));
   result.SetLength(length);
   return result;
 }
@@ -49,36 +56,47 @@ MString FromPrinted(const char* text, int length) {
 
 }  // namespace
 
-MString FormatInt(int64_t value, int base, int width, MChar padUnit) {
+int32_t FormatIntInto(MChar* out, int64_t value, int base, int width, MChar padUnit) {
   uint64_t magnitude = value < 0 ? 0 - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
-  return FormatMagnitude(magnitude, value < 0, base, width, padUnit);
+  return FormatMagnitudeInto(out, magnitude, value < 0, base, width, padUnit);
+}
+
+int32_t FormatUnsignedInto(MChar* out, uint64_t value, int base, int width, MChar padUnit) {
+  return FormatMagnitudeInto(out, value, false, base, width, padUnit);
+}
+
+MString FormatInt(int64_t value, int base, int width, MChar padUnit) {
+  MChar field[kNumberFieldUnits];
+  return FromField(field, FormatIntInto(field, value, base, width, padUnit));
 }
 
 MString FormatUnsigned(uint64_t value, int base, int width, MChar padUnit) {
-  return FormatMagnitude(value, false, base, width, padUnit);
+  MChar field[kNumberFieldUnits];
+  return FromField(field, FormatUnsignedInto(field, value, base, width, padUnit));
 }
 
-MString FormatReal(double value, int decimals) {
-  // Large enough for "%.9f" of the largest double (309 integer digits) and for
-  // "%.99g".
-  char text[512];
+int32_t FormatRealInto(char* out, double value, int decimals) {
+  // The shortest correctly rounded digits of the exact value, as the C library's
+  // "%.Nf" and "%.Ng" print them, without parsing a pattern at every call.
+  char* end = out + kRealFieldBytes;
+  std::to_chars_result written;
   if (decimals <= 0) {
     double rounded = std::round(value);
     if (rounded == 0) rounded = 0;  // no "-0" from a small negative value
-    return FromPrinted(text, std::snprintf(text, sizeof text, "%.0f", rounded));
-  }
-  if (decimals <= 9) {
+    written = std::to_chars(out, end, rounded, std::chars_format::fixed, 0);
+  } else if (decimals <= 9) {
     // Below 1e-6 the value is exact zero, so that "-0.0000" cannot appear.
     if (std::fabs(value) < 1e-6) value = 0;
-    char pattern[] = "%.0Nf";
-    pattern[3] = static_cast<char>('0' + decimals);
-    return FromPrinted(text, std::snprintf(text, sizeof text, pattern, value));
+    written = std::to_chars(out, end, value, std::chars_format::fixed, decimals);
+  } else {
+    written = std::to_chars(out, end, value, std::chars_format::general, decimals > 99 ? 99 : decimals);
   }
-  if (decimals > 99) decimals = 99;
-  char pattern[] = "%.0NNg";
-  pattern[3] = static_cast<char>('0' + decimals / 10);
-  pattern[4] = static_cast<char>('0' + decimals % 10);
-  return FromPrinted(text, std::snprintf(text, sizeof text, pattern, value));
+  return written.ec == std::errc() ? static_cast<int32_t>(written.ptr - out) : 0;
+}
+
+MString FormatReal(double value, int decimals) {
+  char text[kRealFieldBytes];
+  return FromPrinted(text, FormatRealInto(text, value, decimals));
 }
 
 int HexDigitValue(MChar unit) {

@@ -1,5 +1,7 @@
 #include "foundation/text/text_searcher.h"
 
+#include <cstring>
+
 #include "foundation/text/char_folding.h"
 
 namespace kx {
@@ -91,14 +93,61 @@ int64_t QuickSearch(const unsigned char* text, int64_t size, int64_t from, const
   return -1;
 }
 
+constexpr int64_t kNone = INT64_MAX;
+
+// Next offset of `byte` in [from, end), or kNone. The C library's scan is
+// vectorised, which a byte-at-a-time loop cannot match on long texts.
+int64_t NextByte(const unsigned char* text, int64_t from, int64_t end, unsigned char byte) {
+  if (from >= end) return kNone;
+  const void* hit = std::memchr(text + from, byte, static_cast<size_t>(end - from));
+  return hit ? static_cast<const unsigned char*>(hit) - text : kNone;
+}
+
+// Quick search led by a vectorised scan for the window's first byte (in both
+// cases when folding). Only windows that start with it are tested, and a failed
+// one still jumps by the shift table. Where the first byte is common and the
+// scan keeps stopping, the plain loop takes over, so no text is much slower than
+// with the loop alone.
+template <typename Fold>
+int64_t ScanSearch(const unsigned char* text, int64_t size, int64_t from, const std::string& pattern,
+                   const int32_t* shift, bool bothCases, Fold fold) {
+  const auto* wanted = reinterpret_cast<const unsigned char*>(pattern.data());
+  const int64_t m = static_cast<int64_t>(pattern.size());
+  const int64_t end = size - m + 1;  // one past the last window start
+  const unsigned char first = wanted[0];
+  const unsigned char upper = bothCases && first >= 'a' && first <= 'z' ? first - 32 : first;
+  int64_t nextFirst = -1, nextUpper = upper == first ? kNone : -1;
+  int64_t stops = 0;
+  int64_t position = from;
+  while (position < end) {
+    if (nextFirst != kNone && nextFirst < position) nextFirst = NextByte(text, position, end, first);
+    if (nextUpper != kNone && nextUpper < position) nextUpper = NextByte(text, position, end, upper);
+    const int64_t at = nextFirst < nextUpper ? nextFirst : nextUpper;
+    if (at == kNone) return -1;
+    if (fold(text[at + m - 1]) == wanted[m - 1]) {
+      int64_t k = 1;
+      while (k < m - 1 && fold(text[at + k]) == wanted[k]) ++k;
+      if (k >= m - 1) return at;
+    }
+    if (at + m >= size) return -1;
+    position = at + shift[fold(text[at + m])];
+    // A scan that stops every few bytes costs more than it saves.
+    if (++stops >= 16 && stops * 32 > position - from)
+      return QuickSearch(text, size, position, pattern, shift, fold);
+  }
+  return -1;
+}
+
 }  // namespace
 
 int64_t MTextSearcher::FindInBytes(const char* bytes, int64_t size, int64_t from) const {
   if (from < 0) from = 0;
   if (pattern_.empty()) return from <= size ? from : -1;
   const auto* text = reinterpret_cast<const unsigned char*>(bytes);
-  if (!ignoreCase_) return QuickSearch(text, size, from, pattern_, shift_, [](unsigned char b) { return b; });
-  return QuickSearch(text, size, from, pattern_, shift_, [this](unsigned char b) { return byteFold_[b]; });
+  if (!ignoreCase_)
+    return ScanSearch(text, size, from, pattern_, shift_, false, [](unsigned char b) { return b; });
+  return ScanSearch(text, size, from, pattern_, shift_, true,
+                    [this](unsigned char b) { return byteFold_[b]; });
 }
 
 int32_t MTextSearcher::Find(const MString& text, int32_t from) const {

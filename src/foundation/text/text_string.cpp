@@ -227,12 +227,6 @@ MChar* MStringT<N>::ReserveSlow(int32_t units) {
 }
 
 template <int N>
-void MStringT<N>::SetLength(int32_t length) {
-  length_ = length;
-  MutableUnits()[length] = 0;
-}
-
-template <int N>
 const MChar* MStringT<N>::c_str() {
   if (kind_ == kExternal) Reserve(length_);
   return Units();
@@ -243,8 +237,10 @@ const MChar* MStringT<N>::c_str() {
 template <int N>
 MStringT<N>& MStringT<N>::Append(const char* text, int32_t length) {
   if (length <= 0) return *this;
-  MChar* units = Reserve(GrownLength(length));
-  for (int32_t i = 0; i < length; ++i) units[length_ + i] = static_cast<unsigned char>(text[i]);
+  if (length > MStringBuffer::kMaxUnits - length_) ThrowTooLong();
+  MChar* out = Reserve(length_ + length) + length_;
+  const auto* in = reinterpret_cast<const unsigned char*>(text);
+  for (int32_t i = 0; i < length; ++i) out[i] = in[i];
   SetLength(length_ + length);
   return *this;
 }

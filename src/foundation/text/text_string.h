@@ -164,11 +164,26 @@ class MStringT {
     }
     return ReserveSlow(units);
   }
-  void SetLength(int32_t length);  // writes the terminator too; needs private storage
+  void SetLength(int32_t length) {  // writes the terminator too; needs private storage
+    length_ = length;
+    MutableUnits()[length] = 0;
+  }
 
   // --- mutation
   MStringT& Append(MChar unit) {  // inline: the unit-by-unit builders of parsers call it
-    MChar* units = Reserve(length_ < MStringBuffer::kMaxUnits ? length_ + 1 : GrownLength(1));
+    // The two cases that need no new storage are tested first and alone; a
+    // buffer holds length + 1 units while 2 * (length + 1) + 10 fit its capacity.
+    MChar* units;
+    if (kind_ == kShared) {
+      MStringBuffer* buffer = MStringBuffer::FromUnits(u_.shared);
+      units = 2 * length_ + 12 <= buffer->capacity &&
+                      buffer->references.load(std::memory_order_acquire) == 1
+                  ? u_.shared
+                  : ReserveSlow(GrownLength(1));
+    } else {
+      units = kind_ == kInline && length_ + 1 < InlineUnits ? u_.inline_units
+                                                            : ReserveSlow(GrownLength(1));
+    }
     units[length_] = unit;
     units[++length_] = 0;
     return *this;
