@@ -24,7 +24,8 @@ CommandLineOptions RunOptionLoop(const std::vector<MString>& arguments) {
   CommandLineOptions options;
   for (size_t i = 0; i < arguments.size(); ++i) {
     const MString& argument = arguments[i];
-    if (IsOption(argument, "/help")) {
+    // The words a Linux user tries first ask for the same usage as /help.
+    if (IsOption(argument, "/help") || argument == MString("--help") || argument == MString("-h")) {
       options.helpRequested = true;
       return options;
     }

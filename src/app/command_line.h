@@ -2,7 +2,7 @@
 //
 // An argument is an option only when the whole of it equals the option, compared
 // with the system's case folding (/SILENT is /silent). At each position /help is
-// tested first and ends the loop: what stood before it has had its effect, what
+// tested first (with --help and -h, which mean the same) and ends the loop: what stood before it has had its effect, what
 // follows is never looked at. /silent takes the next argument as the plug-in list
 // (names joined by ';', empty fields kept) unless that is /uninstall; the next
 // argument is then visited as an ordinary argument too. Unknown arguments are

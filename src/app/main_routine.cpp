@@ -1,5 +1,6 @@
 #include "app/main_routine.h"
 
+#include <cstdio>
 #include <memory>
 
 #include "app/command_line.h"
@@ -17,6 +18,7 @@
 #include "transfer/download_thread.h"
 #include "transfer/server_host.h"
 #include "foundation/files/file_ops.h"
+#include "kestrix_version.h"
 
 namespace kx {
 
@@ -153,6 +155,13 @@ int MainRoutine(int argc, char** argv) {
     MString argument;
     GetUTF8Codec().Decode(argv[i], argument);
     arguments.push_back(argument);
+  }
+  // --version answers before anything starts: no log, no instance lock.
+  for (const MString& argument : arguments) {
+    if (argument == MString("--version")) {
+      std::printf("kestrix %s\n", kKestrixVersion);
+      return std::fflush(stdout) == 0 ? 0 : 1;
+    }
   }
   try {
     MModule module;

@@ -68,15 +68,30 @@ MString PackageItemPath(const MXMLItem& root, const MXMLItem& file) {
   return path;
 }
 
-int64_t ExtractPackage(MPackageFile& package, const MString& folder) {
-  MXMLItem& root = package.GetRoot();
-  int64_t written = 0;
+namespace {
+
+// Calls `visit` for every file item with content, in the package's order.
+template <typename Visit>
+void ForEachContentFile(MXMLItem& root, Visit&& visit) {
   MXMLIterator walk;
   walk.Begin(root);
   bool enter = true;  // the root is always entered
   for (MXMLItem* item = walk.Next(enter); item; item = walk.Next(enter)) {
     enter = kDirKey.MatchesText(item->name);
-    if (!kFileKey.MatchesText(item->name) || !MPackageFile::HasContent(*item)) continue;
+    if (kFileKey.MatchesText(item->name) && MPackageFile::HasContent(*item)) visit(*item);
+  }
+}
+
+}  // namespace
+
+int64_t ExtractPackage(MPackageFile& package, const MString& folder,
+                       const ExtractProgress& progress) {
+  MXMLItem& root = package.GetRoot();
+  int64_t total = 0;
+  if (progress) ForEachContentFile(root, [&](MXMLItem&) { ++total; });
+  int64_t written = 0;
+  ForEachContentFile(root, [&](MXMLItem& found) {
+    MXMLItem* item = &found;
     MString target = JoinPath(folder, PackageItemPath(root, *item));
     MFile::CreatePath(GetDirectory(target));
     {
@@ -90,7 +105,8 @@ int64_t ExtractPackage(MPackageFile& package, const MString& folder) {
       MFile::SetFileTime(target, nullptr, nullptr, &stamp);
     }
     ++written;
-  }
+    if (progress) progress(written, total);
+  });
   return written;
 }
 

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "foundation/text/text_string.h"
 
@@ -25,7 +26,11 @@ class MXMLItem;
 // The item path of a `file` item below `root` ("dir/sub/name").
 MString PackageItemPath(const MXMLItem& root, const MXMLItem& file);
 
+// Called after each file with the files written and the files to write.
+using ExtractProgress = std::function<void(int64_t done, int64_t total)>;
+
 // Writes every content below `folder`; returns the number of files written.
-int64_t ExtractPackage(MPackageFile& package, const MString& folder);
+int64_t ExtractPackage(MPackageFile& package, const MString& folder,
+                       const ExtractProgress& progress = {});
 
 }  // namespace kx

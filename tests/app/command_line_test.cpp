@@ -72,7 +72,7 @@ const Case kCases[] = {
     // The list after /silent is still visited: an option there keeps its effect.
     {"ListIsVisitedToo", {"/silent", "/glustol"}, false, true, false, false, {"/glustol"}, true},
     {"WholeArgumentOnly", {"/silentx", "-silent", "silent", "/help2", "/uninstall;"}, false, false, false, false, {}},
-    {"UnknownIgnored", {"/verbose", "--help", "/launchfromplugin"}, false, false, false, false, {}, false, true},
+    {"UnknownIgnored", {"/verbose", "--verbose", "/launchfromplugin"}, false, false, false, false, {}, false, true},
     {"NamesKeepTheirCase", {"/silent", "Tonvault Pro;KITVAULT"}, false, true, false, false, {"Tonvault Pro", "KITVAULT"}},
 };
 // clang-format on

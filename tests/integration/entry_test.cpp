@@ -81,6 +81,10 @@ const EntryCase kEntryCases[] = {
     // Arguments after /help are logged but never acted upon.
     {"UninstallHelp", {"/uninstall", "/help", "x"}, false, kExitHelp,
      "Argument count 3\r\nArgument 0: /uninstall\r\nArgument 1: /help\r\nArgument 2: x\r\n", kUsageOnConsole},
+    // The Linux words for help mean /help, wherever they stand.
+    {"DashDashHelp", {"/silent", "--help"}, false, kExitHelp,
+     "Argument count 2\r\nArgument 0: /silent\r\nArgument 1: --help\r\n", kUsageOnConsole},
+    {"DashH", {"-h"}, false, kExitHelp, "Argument count 1\r\nArgument 0: -h\r\n", kUsageOnConsole},
     {"SecondInstance", {"/uninstall"}, true, kExitAnotherInstance,
      "Argument count 1\r\nArgument 0: /uninstall\r\n", kAnotherInstance},
     // The /silent of the argument pass already silences the answer.

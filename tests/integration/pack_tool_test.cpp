@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "kestrix_pack/pack_usage.h"
 #include "tool_process.h"
 
 namespace kx {
@@ -19,16 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 
 const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
-const char* const kUsage =
-    "Usage: kestrix-pack build SRC OUT.pkgm [--flags N] [--name NAME] [--attr KEY=VALUE]...\n"
-    "       kestrix-pack md5 FILE\n"
-    "       kestrix-pack list PKG\n"
-    "       kestrix-pack verify PKG\n"
-    "       kestrix-pack extract PKG DIR\n"
-    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n"
-    "       kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
-    "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
-    "       kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]\n";
+// Wrong usage prints the tool's whole synopsis.
+const std::string kUsage = ToolSynopsis(kPackTool);
 
 using testing::ToolResult;
 

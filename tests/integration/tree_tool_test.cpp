@@ -11,6 +11,7 @@
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/files/path_text.h"
+#include "kestrix_tree/tree_usage.h"
 #include "tool_process.h"
 
 namespace kx {
@@ -19,8 +20,8 @@ namespace {
 using namespace std::string_literals;
 
 const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
-const char* const kUsage =
-    "Usage: kestrix-tree convert IN OUT --to xml|mbx [--compress] | kestrix-tree dump IN\n";
+// Wrong usage prints the tool's whole synopsis.
+const std::string kUsage = ToolSynopsis(kTreeTool);
 
 using testing::ToolResult;
 

@@ -11,14 +11,15 @@
 // (default 90); --big-endian writes a mask in the other byte order ("KSAM").
 // OUT is replaced only once its whole new content exists. info prints the
 // format, the size and the type. Exit codes: 0 done, 1 failure (its message on
-// standard error), 2 wrong usage (the usage on standard error); --help prints
-// the usage on standard output.
+// standard error), 2 wrong usage (the usage on standard error). The usage and
+// its words are in image_usage.cpp.
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "common/tool_run.h"
+#include "kestrix_image/image_usage.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/path_text.h"
 #include "foundation/files/file_ops.h"
@@ -32,10 +33,6 @@
 namespace kx {
 namespace {
 
-const char kUsage[] =
-    "Usage: kestrix-image convert IN OUT [--type 0|1|2] [--quality 1..100] [--big-endian]\n"
-    "       kestrix-image info FILE\n"
-    "Forms by extension: png, tga, mimg, mask (IN also jpg, jpeg, gif, tif, tiff).\n";
 
 struct Request {
   std::string command;
@@ -183,13 +180,11 @@ void Info(const Request& request) {
 }  // namespace kx
 
 int main(int argc, char** argv) {
-  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
-    std::fputs(kx::kUsage, stdout);
-    return 0;
-  }
+  if (int answered = kx::AnswerHelpAndVersion(kx::kImageTool, argc, argv); answered >= 0)
+    return answered;
   kx::Request request;
   if (!kx::ParseArguments(argc, argv, request)) {
-    std::fputs(kx::kUsage, stderr);
+    std::fputs(kx::ToolSynopsis(kx::kImageTool).c_str(), stderr);
     return kx::kExitWrongUsage;
   }
   return kx::RunToolCommand([&] {

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "common/progress_line.h"
+#include "common/tool_run.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
 #include "foundation/files/path_text.h"
@@ -27,6 +29,7 @@ struct FetchRequest {
   MString folder;
   int32_t tries = kDefaultTries;
   bool fresh = false;
+  bool quiet = false;
 };
 
 bool ParseTries(const std::string& text, int32_t& tries) {
@@ -118,9 +121,16 @@ int Fetch(const FetchRequest& request) {
   FetchHost host(request, item);
   DownloadThread thread(host);
   MString printed;
+  // On a terminal the status redraws one progress line, whose text already tells
+  // the speed and the time remaining; elsewhere each new status is a line of its own.
+  ProgressLine progress(request.quiet);
   thread.Status.onChange = [&](const MString& text, double) {
     if (text == printed) return;
     printed = text;
+    if (progress.Enabled()) {
+      progress.Update(ToStd(text), 0, 0, ProgressLine::Measure::kStatus);
+      return;
+    }
     std::printf("%s\n", ToStd(text).c_str());
     std::fflush(stdout);
   };
@@ -133,6 +143,7 @@ int Fetch(const FetchRequest& request) {
     done = item.Downloaded && !item.Download;
     if (!done && !item.Download) break;  // the item was stopped: no try can help
   }
+  progress.Finish();
   if (done) {
     const TransferReport& report = thread.LastTransfer();
     int64_t unproved = report.startOffset < 0 ? report.total : report.startOffset;
@@ -153,12 +164,10 @@ bool IsPackFetchCommand(const char* command) {
   return command && std::string(command) == "fetch";
 }
 
-int RunPackFetchCommand(int argc, char** argv, const char* usage) {
+int RunPackFetchCommand(int argc, char** argv, bool quiet) {
   FetchRequest request;
-  if (!Parse(argc, argv, request)) {
-    std::fputs(usage, stderr);
-    return 2;
-  }
+  if (!Parse(argc, argv, request)) return kExitWrongUsage;
+  request.quiet = quiet;
   try {
     return Fetch(request);
   } catch (const MException& failure) {

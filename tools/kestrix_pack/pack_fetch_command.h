@@ -15,7 +15,8 @@
 namespace kx {
 
 bool IsPackFetchCommand(const char* command);
-// `usage` is the tool's usage text, printed on wrong usage.
-int RunPackFetchCommand(int argc, char** argv, const char* usage);
+// Returns kExitWrongUsage on arguments the verb does not allow; `quiet` leaves out
+// the progress line.
+int RunPackFetchCommand(int argc, char** argv, bool quiet);
 
 }  // namespace kx

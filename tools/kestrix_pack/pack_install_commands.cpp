@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/progress_line.h"
 #include "common/tool_run.h"
 #include "foundation/core/boxes.h"
 #include "foundation/core/exception.h"
@@ -143,24 +144,52 @@ void PrepareTree(MXMLItem& root, const InstallRequest& request) {
   }
 }
 
-void Run(const InstallRequest& request) {
+// The walk's status on the progress line, with the bytes (or, where a walk
+// counts no bytes, the files) done of its total.
+class WalkProgressLine : public ProgressTarget {
+ public:
+  WalkProgressLine(const InstallContext& context, ProgressLine& line)
+      : context_(context), line_(line) {}
+  void Show(const MString& text, float) override {
+    if (context_.totalBytes > 0)
+      line_.Update(ToStd(text), context_.doneBytes, context_.totalBytes, ProgressLine::Measure::kBytes);
+    else
+      line_.Update(ToStd(text), context_.doneFiles, context_.totalFiles, ProgressLine::Measure::kFiles);
+  }
+
+ private:
+  const InstallContext& context_;
+  ProgressLine& line_;
+};
+
+void Run(const InstallRequest& request, bool quiet) {
   if (!request.log.empty()) MLog::Open(Text(request.log));
   InstallContext context;
+  ProgressLine line(quiet);
+  WalkProgressLine shown(context, line);
+  ProgressTarget* progress = line.Enabled() ? &shown : nullptr;
   MPresetContext presets;
   for (const std::string& name : request.enabled) context.EnabledItems.Add(Text(name));
   if (request.uninstall) {
     MXMLItem state;
     LoadStateFile(state, Text(request.file));
     InstallPackageTree(context, state,
-                       {.mode = WalkMode::kUninstall, .presetContext = &presets, .allowAllPossible = true});
+                       {.mode = WalkMode::kUninstall,
+                        .presetContext = &presets,
+                        .progress = progress,
+                        .allowAllPossible = true});
   } else {
     MPackageFile package;
     MXMLItem& root = package.Open(Text(request.file));
     PrepareTree(root, request);
     if (!request.state.empty()) SaveStateFile(root, Text(request.state));
     InstallPackageTree(context, root,
-                       {.library = &package, .presetContext = &presets, .allowAllPossible = true});
+                       {.library = &package,
+                        .presetContext = &presets,
+                        .progress = progress,
+                        .allowAllPossible = true});
   }
+  line.Finish();
   PrintSummary(context, request.uninstall);
 }
 
@@ -171,13 +200,13 @@ bool IsPackInstallCommand(const char* command) {
   return text == "install" || text == "uninstall";
 }
 
-int RunPackInstallCommand(int argc, char** argv) {
+int RunPackInstallCommand(int argc, char** argv, bool quiet) {
   InstallRequest request;
   if (!Parse(argc, argv, request)) return kExitWrongUsage;
   bool answered = request.onError != OnError::kAsk;
   FixedAnswerBoxHost fixed(answered ? BoxAnswer(request.onError) : 0);
   MBoxHost* previous = answered ? SetBoxHost(&fixed) : nullptr;
-  int code = RunToolCommand([&] { Run(request); });
+  int code = RunToolCommand([&] { Run(request, quiet); });
   if (answered) SetBoxHost(previous);
   std::fflush(stdout);
   MLog::Close();

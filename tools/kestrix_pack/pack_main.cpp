@@ -1,31 +1,14 @@
-// kestrix-pack: makes, checks and unpacks package files.
-//
-//   kestrix-pack build SRC OUT.pkgm [--flags N] [--name NAME] [--attr KEY=VALUE]...
-//   kestrix-pack md5 FILE
-//   kestrix-pack list PKG
-//   kestrix-pack verify PKG
-//   kestrix-pack extract PKG DIR
-//   kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]
-//   kestrix-pack install PKG --dest DIR ...
-//   kestrix-pack uninstall STATE ...
-//
-// build: SRC is a folder (folders become `dir` items with op "create", files
-// `file` items with op "update" and their last-write time) or a tree file whose
-// `file` items name their sources in `srcpath` or `path`, relative to the tree
-// file. Flags default to 3; --name sets the root's `name`, --attr any root
-// attribute.
-// md5 writes FILE.md5, the security info. list prints the tree as pretty XML.
-// verify checks the definition digest and, with PKG.md5 beside it, the size, every
-// block digest (naming the first bad block) and the whole file's MD5. extract
-// writes every content under DIR by its item path. fetch downloads a file and its
-// security info as the program downloads a package (pack_fetch_command.h).
-// Exit codes: 0 done, 1 failure (its message on standard error), 2 wrong usage.
+// kestrix-pack: makes, checks, unpacks, installs and fetches package files. The
+// usage of every verb, which --help, wrong usage and the man page show, is in
+// pack_usage.cpp. Exit codes: 0 done, 1 failure (its message on standard error),
+// 2 wrong usage.
 #include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "common/progress_line.h"
 #include "common/tool_run.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
@@ -40,21 +23,11 @@
 #include "install/package_source.h"
 #include "kestrix_pack/pack_fetch_command.h"
 #include "kestrix_pack/pack_install_commands.h"
+#include "kestrix_pack/pack_usage.h"
 #include "transfer/security_info.h"
 
 namespace kx {
 namespace {
-
-const char kUsage[] =
-    "Usage: kestrix-pack build SRC OUT.pkgm [--flags N] [--name NAME] [--attr KEY=VALUE]...\n"
-    "       kestrix-pack md5 FILE\n"
-    "       kestrix-pack list PKG\n"
-    "       kestrix-pack verify PKG\n"
-    "       kestrix-pack extract PKG DIR\n"
-    "       kestrix-pack fetch --server HOST[:PORT] REMOTE_PATH --dest FOLDER [--tries N] [--fresh]\n"
-    "       kestrix-pack install PKG --dest DIR [--copy NAME=DIR]... [--enable NAME]...\n"
-    "                            [--state FILE] [--log FILE] [--on-error ignore|cancel]\n"
-    "       kestrix-pack uninstall STATE [--enable NAME]... [--log FILE]\n";
 
 constexpr uint32_t kAllFlags = 31;
 
@@ -65,6 +38,7 @@ struct Request {
   bool hasName = false;
   std::string name;
   std::vector<std::pair<std::string, std::string>> attributes;
+  bool quiet = false;
 };
 
 bool ParseFlags(const std::string& text, uint32_t& flags) {
@@ -125,6 +99,14 @@ void FlushOutput() {
     throw MException(MString("Could not write to standard output."));
 }
 
+// The `file` items anywhere in a source tree: the total of the progress line.
+int64_t CountFileItems(const MXMLItem& item) {
+  int64_t count = item.name.EqualsNoCase(MString("file")) ? 1 : 0;
+  for (const MXMLItem* child = item.firstSubItem; child; child = child->next)
+    count += CountFileItems(*child);
+  return count;
+}
+
 void Build(const Request& request) {
   MString source = Text(request.files[0]);
   MString output = Text(request.files[1]);
@@ -141,9 +123,13 @@ void Build(const Request& request) {
   int64_t files = 0;
   int64_t bytes = 0;
   MSourceOpener sources = PackageSourceOpener();
+  ProgressLine progress(request.quiet);
+  int64_t totalFiles = progress.Enabled() ? CountFileItems(tree) : 0;
   MSourceOpener counted = [&](MXMLItem& item) {
     std::unique_ptr<MStream> stream = sources(item);
     if (stream) {
+      // Drawn as each source opens: the one before it is packed by then.
+      progress.Update("Packing", files, totalFiles, ProgressLine::Measure::kFiles);
       ++files;
       bytes += stream->GetSize();
     }
@@ -153,6 +139,8 @@ void Build(const Request& request) {
     MFileStream target(output, MFileStream::kModeCreate);
     MPackageFile::Write(tree, target, request.flags, counted);
     target.Close();
+    progress.Update("Packing", files, totalFiles, ProgressLine::Measure::kFiles);
+    progress.Finish();
   } catch (...) {
     // A package cut short must not be mistaken for one.
     if (MFile::IsFile(output)) MFile::Delete(output);
@@ -246,7 +234,15 @@ void Extract(const Request& request) {
   package.Open(Text(request.files[0]));
   MString folder = Text(request.files[1]);
   MFile::CreatePath(folder);
-  int64_t count = ExtractPackage(package, folder);
+  ProgressLine progress(request.quiet);
+  ExtractProgress shown;
+  if (progress.Enabled()) {
+    shown = [&](int64_t done, int64_t total) {
+      progress.Update("Extracting", done, total, ProgressLine::Measure::kFiles);
+    };
+  }
+  int64_t count = ExtractPackage(package, folder, shown);
+  progress.Finish();
   PrintLine(MFormat("Extracted {0} files into \"{1}\".").Add(count).Add(folder));
 }
 
@@ -268,15 +264,41 @@ void Run(const Request& request) {
 }  // namespace
 }  // namespace kx
 
+namespace kx {
+namespace {
+
+// --quiet may stand anywhere after the verb; it is taken out before the verb's
+// own arguments are read.
+bool TakeQuiet(int& argc, char** argv) {
+  bool quiet = false;
+  int kept = 1;
+  for (int i = 1; i < argc; ++i) {
+    if (i >= 2 && std::string(argv[i]) == "--quiet")
+      quiet = true;
+    else
+      argv[kept++] = argv[i];
+  }
+  argc = kept;
+  argv[argc] = nullptr;
+  return quiet;
+}
+
+}  // namespace
+}  // namespace kx
+
 int main(int argc, char** argv) {
+  if (int answered = kx::AnswerHelpAndVersion(kx::kPackTool, argc, argv); answered >= 0)
+    return answered;
+  bool quiet = kx::TakeQuiet(argc, argv);
   int code = kx::kExitWrongUsage;
   kx::Request request;
+  request.quiet = quiet;
   if (argc >= 2 && kx::IsPackFetchCommand(argv[1]))
-    return kx::RunPackFetchCommand(argc, argv, kx::kUsage);
-  if (argc >= 2 && kx::IsPackInstallCommand(argv[1]))
-    code = kx::RunPackInstallCommand(argc, argv);
+    code = kx::RunPackFetchCommand(argc, argv, quiet);
+  else if (argc >= 2 && kx::IsPackInstallCommand(argv[1]))
+    code = kx::RunPackInstallCommand(argc, argv, quiet);
   else if (kx::ParseArguments(argc, argv, request))
     code = kx::RunToolCommand([&] { kx::Run(request); });
-  if (code == kx::kExitWrongUsage) std::fputs(kx::kUsage, stderr);
+  if (code == kx::kExitWrongUsage) std::fputs(kx::ToolSynopsis(kx::kPackTool).c_str(), stderr);
   return code;
 }

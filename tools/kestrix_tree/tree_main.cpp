@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/tool_run.h"
+#include "kestrix_tree/tree_usage.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
 #include "foundation/xml/mbx.h"
@@ -22,9 +23,6 @@
 
 namespace kx {
 namespace {
-
-const char kUsage[] =
-    "Usage: kestrix-tree convert IN OUT --to xml|mbx [--compress] | kestrix-tree dump IN\n";
 
 struct Request {
   std::string command;
@@ -86,9 +84,11 @@ void Run(const Request& request) {
 }  // namespace kx
 
 int main(int argc, char** argv) {
+  if (int answered = kx::AnswerHelpAndVersion(kx::kTreeTool, argc, argv); answered >= 0)
+    return answered;
   kx::Request request;
   if (!kx::ParseArguments(argc, argv, request)) {
-    std::fputs(kx::kUsage, stderr);
+    std::fputs(kx::ToolSynopsis(kx::kTreeTool).c_str(), stderr);
     return kx::kExitWrongUsage;
   }
   return kx::RunToolCommand([&] { kx::Run(request); });
