@@ -9,11 +9,13 @@
 #include <cstring>
 #include <memory>
 #include <filesystem>
+#include <map>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "app/main_routine.h"
+#include "support/faulty_proxy.h"
 #include "support/nginx_server.h"
 #include "tool_process.h"
 
@@ -91,8 +93,28 @@ class SilentRunTest : public ::testing::Test {
     std::ofstream(path, std::ios::binary) << bytes;
   }
 
-  void BuildServerTree() {
+  void WriteDatabase() {
     std::string database = "<PackageDatabase>\n";
+    for (const auto& [key, release] : releases_)
+      database += "<packages name=\"" + key + "\"><release version=\"" + release.first + "\" size=\"" +
+                  std::to_string(release.second) + "\" time=\"2024-01-01 10:00:00\"/></packages>\n";
+    WriteFile(Served("MINSTALLERDATABASE.xml"), database + "</PackageDatabase>\n");
+  }
+
+  // Publishes a release of the effects package whose Alpha.so holds `alpha`.
+  fs::path PublishEffects(const std::string& version, const std::string& alpha) {
+    const fs::path source = Work("fx_" + version);
+    WriteFile(source / "Alpha.so", alpha);
+    WriteFile(source / "Beta.so", "beta binary");
+    const fs::path served = Served("PKG/BINEffects/binx64/BINEffects_binx64_" + version + ".pkgm");
+    Tool(kPackTool, {"build", source.string(), served.string(), "--name", "Plugins", "--attr", "detectitems=1"});
+    Tool(kPackTool, {"md5", served.string()});
+    releases_["BINEffects_binx64"] = {version, fs::file_size(served)};
+    WriteDatabase();
+    return served;
+  }
+
+  void BuildServerTree() {
     for (const PackageSource& package : Packages()) {
       fs::path source = Work("src_" + package.key);
       for (const auto& [path, bytes] : package.files) WriteFile(source / path, bytes);
@@ -106,11 +128,9 @@ class SilentRunTest : public ::testing::Test {
       }
       Tool(kPackTool, arguments);
       Tool(kPackTool, {"md5", served.string()});
-      database += "<packages name=\"" + package.key + "\"><release version=\"1.0\" size=\"" +
-                  std::to_string(fs::file_size(served)) + "\" time=\"2024-01-01 10:00:00\"/></packages>\n";
+      releases_[package.key] = {"1.0", fs::file_size(served)};
     }
-    database += "</PackageDatabase>\n";
-    WriteFile(Served("MINSTALLERDATABASE.xml"), database);
+    WriteDatabase();
     WriteFile(Work("definition.xml"), kDefinition);
     Tool(kTreeTool, {"convert", Work("definition.xml").string(), Served("MInstallerDefinition.mbx").string(),
                      "--to", "mbx"});
@@ -142,6 +162,7 @@ class SilentRunTest : public ::testing::Test {
 
   MTestSandbox sandbox;
   std::unique_ptr<MNginxServer> server_;
+  std::map<std::string, std::pair<std::string, uintmax_t>> releases_;  // key: version, size
 };
 
 TEST_F(SilentRunTest, NoServerEndsWithCodeTwoUnlessUninstalling) {
@@ -285,6 +306,38 @@ TEST_F(SilentRunTest, ComponentSelectionDecidesTheBinaryFolders) {
     EXPECT_EQ(folders, expected) << c.name;
     EXPECT_FALSE(Find("Manual.txt").empty()) << c.name << ": content goes in whatever the formats";
   }
+}
+
+// A newer release on the server is found at the next run and installed over the
+// old one (the update run, then the silent install/change after it), and the old
+// package file is deleted as superseded.
+TEST_F(SilentRunTest, NewReleaseReplacesTheOldOneAndItsPackageFile) {
+  ASSERT_EQ(Run({"/silent"}).exitCode, kExitNormal) << Log();
+  const fs::path folder = sandbox.KestrixDataFolder() / "PKG" / "BINEffects" / "binx64";
+  ASSERT_TRUE(fs::exists(folder / "BINEffects_binx64_1.0.pkgm")) << Log();
+
+  PublishEffects("1.10", "alpha binary 1.10");  // components count by their first two digits
+  ASSERT_EQ(Run({"/silent"}).exitCode, kExitNormal) << Log();
+  EXPECT_EQ(ReadFileBytes(Find("Alpha.so")), "alpha binary 1.10") << Log();
+  EXPECT_TRUE(fs::exists(folder / "BINEffects_binx64_1.10.pkgm")) << Log();
+  EXPECT_FALSE(fs::exists(folder / "BINEffects_binx64_1.0.pkgm"));
+  EXPECT_FALSE(fs::exists(folder / "BINEffects_binx64_1.0.pkgm.md5"));
+}
+
+// The connection drops in the middle of the package and, on the next try, a
+// block arrives damaged: the run still completes, with the files as packed.
+TEST_F(SilentRunTest, CutAndDamagedTransfersStillInstallTheSources) {
+  std::string alpha(3 << 20, '\0');
+  uint32_t state = 20261124;
+  for (char& byte : alpha) byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+  PublishEffects("1.0", alpha);
+  const std::string package = "BINEffects_binx64_1.0.pkgm HTTP";  // not its .md5
+  MFaultyProxy proxy(server_->Port(), {{package, MProxyFault::Kind::kCut, (3 << 20) / 2},
+                                       {package, MProxyFault::Kind::kFlip, 100}});
+  UseServer("127.0.0.1:" + std::to_string(proxy.Port()));
+  ASSERT_EQ(Run({"/silent"}).exitCode, kExitNormal) << Log();
+  EXPECT_EQ(proxy.FaultsApplied(), 2) << Log();
+  EXPECT_TRUE(ReadFileBytes(Find("Alpha.so")) == alpha) << Log();
 }
 
 }  // namespace

@@ -1,0 +1,132 @@
+#include "support/faulty_proxy.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstring>
+
+namespace kx {
+namespace {
+
+bool Readable(int fd, int milliseconds) {
+  pollfd entry{fd, POLLIN, 0};
+  return ::poll(&entry, 1, milliseconds) > 0;
+}
+
+// Until the header's empty line (a GET has no body), or until nothing comes.
+std::string ReadRequest(int fd) {
+  std::string request;
+  char buffer[4096];
+  while (request.find("\r\n\r\n") == std::string::npos && request.find("\n\n") == std::string::npos &&
+         Readable(fd, 5000)) {
+    ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
+    if (got <= 0) break;
+    request.append(buffer, static_cast<size_t>(got));
+  }
+  return request;
+}
+
+// The whole reply: up to its Content-Length, or until the server closes.
+std::string ReadReply(int fd) {
+  std::string reply;
+  size_t wanted = std::string::npos;
+  char buffer[65536];
+  while (reply.size() < wanted && Readable(fd, 10000)) {
+    ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
+    if (got <= 0) break;
+    reply.append(buffer, static_cast<size_t>(got));
+    const size_t body = reply.find("\r\n\r\n");
+    if (wanted == std::string::npos && body != std::string::npos) {
+      const std::string header = reply.substr(0, body);
+      for (const char* name : {"Content-Length: ", "content-length: "}) {
+        const size_t at = header.find(name);
+        if (at != std::string::npos) wanted = body + 4 + std::stoul(header.substr(at + std::strlen(name)));
+      }
+    }
+  }
+  return reply;
+}
+
+void SendAll(int fd, const std::string& bytes) {
+  for (size_t sent = 0; sent < bytes.size();) {
+    ssize_t result = ::send(fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (result <= 0) return;
+    sent += static_cast<size_t>(result);
+  }
+}
+
+sockaddr_in Loopback(uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(port);
+  return address;
+}
+
+}  // namespace
+
+MFaultyProxy::MFaultyProxy(uint16_t serverPort, std::vector<MProxyFault> faults)
+    : serverPort_(serverPort), faults_(std::move(faults)) {
+  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = Loopback(0);
+  socklen_t length = sizeof(address);
+  if (listener_ < 0 || ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+      ::listen(listener_, 8) != 0 ||
+      ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+    ADD_FAILURE() << "the proxy cannot listen on 127.0.0.1";
+    return;
+  }
+  port_ = ntohs(address.sin_port);
+  thread_ = std::thread([this] { Serve(); });
+}
+
+MFaultyProxy::~MFaultyProxy() {
+  stop_ = true;
+  if (thread_.joinable()) thread_.join();
+  if (listener_ >= 0) ::close(listener_);
+}
+
+void MFaultyProxy::Serve() {
+  while (!stop_) {
+    if (!Readable(listener_, 50)) continue;
+    int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    if (client < 0) continue;
+    Pass(client);
+    ::close(client);
+  }
+}
+
+void MFaultyProxy::Pass(int client) {
+  std::string request = ReadRequest(client);
+  int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = Loopback(serverPort_);
+  if (server < 0 || ::connect(server, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+    if (server >= 0) ::close(server);
+    return;
+  }
+  SendAll(server, request);
+  std::string reply = ReadReply(server);
+  ::close(server);
+
+  const std::string line = request.substr(0, request.find('\n'));
+  const size_t body = reply.find("\r\n\r\n");
+  for (MProxyFault& fault : faults_) {
+    if (fault.requestPart.empty() || line.find(fault.requestPart) == std::string::npos) continue;
+    if (body == std::string::npos || body + 4 + fault.bodyOffset >= reply.size()) continue;
+    const size_t at = body + 4 + fault.bodyOffset;
+    if (fault.kind == MProxyFault::Kind::kCut)
+      reply.resize(at);
+    else
+      reply[at] = static_cast<char>(reply[at] ^ 0x5A);
+    ++applied_;
+    fault.requestPart.clear();  // each fault acts once
+    break;
+  }
+  SendAll(client, reply);
+}
+
+}  // namespace kx
