@@ -82,6 +82,8 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   if (!NothingToDo && SilentFailureCode == 0) {
     MLog::Line("\nStarting download thread ...");
     thread_->Start();
+    // The work flagged above is taken at once, not after the first idle sleep.
+    thread_->Wake();
     MLog::Line("Download thread started.");
   }
   // 30: the controls come with the window.

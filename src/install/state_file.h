@@ -13,7 +13,8 @@ namespace kx {
 class MXMLItem;
 
 MString StateFilePath(const MString& uninstallFolder, const MString& packageKey);
-// Creates the folder when needed and writes the tree.
+// Creates the folder when needed and writes the tree, unless the file already
+// holds the same bytes.
 void SaveStateFile(const MXMLItem& tree, const MString& path);
 void LoadStateFile(MXMLItem& tree, const MString& path);
 
