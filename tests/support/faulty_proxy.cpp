@@ -1,5 +1,7 @@
 #include "support/faulty_proxy.h"
 
+#include "support/socket_io.h"
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -12,10 +14,8 @@
 namespace kx {
 namespace {
 
-bool Readable(int fd, int milliseconds) {
-  pollfd entry{fd, POLLIN, 0};
-  return ::poll(&entry, 1, milliseconds) > 0;
-}
+using testing::Readable;
+using testing::SendAll;
 
 // Until the header's empty line (a GET has no body), or until nothing comes.
 std::string ReadRequest(int fd) {
@@ -49,14 +49,6 @@ std::string ReadReply(int fd) {
     }
   }
   return reply;
-}
-
-void SendAll(int fd, const std::string& bytes) {
-  for (size_t sent = 0; sent < bytes.size();) {
-    ssize_t result = ::send(fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (result <= 0) return;
-    sent += static_cast<size_t>(result);
-  }
 }
 
 sockaddr_in Loopback(uint16_t port) {

@@ -1,5 +1,7 @@
 #include "support/scripted_server.h"
 
+#include "support/socket_io.h"
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -16,13 +18,14 @@ namespace {
 
 constexpr int kWaitMilliseconds = 10000;
 
+using testing::SendAll;
+
 // Waits until `fd` is readable, the server is stopped, or the wait times out.
 bool WaitReadable(int fd, const std::atomic<bool>& stop) {
   const auto deadline =
       std::chrono::steady_clock::now() + std::chrono::milliseconds(kWaitMilliseconds);
   while (!stop && std::chrono::steady_clock::now() < deadline) {
-    pollfd entry{fd, POLLIN, 0};
-    if (::poll(&entry, 1, 50) > 0) return true;
+    if (testing::Readable(fd, 50)) return true;
   }
   return false;
 }
@@ -64,14 +67,6 @@ std::string ReadRequest(int fd, const std::atomic<bool>& stop) {
   }
 }
 
-void SendAll(int fd, const std::string& bytes) {
-  size_t sent = 0;
-  while (sent < bytes.size()) {
-    ssize_t result = ::send(fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (result <= 0) return;
-    sent += static_cast<size_t>(result);
-  }
-}
 
 }  // namespace
 
