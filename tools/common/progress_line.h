@@ -27,11 +27,10 @@ class ProgressLine {
   // Clears the line, so that what follows starts on an empty line.
   void Finish();
 
-  // The line's text for the given state; public for the tests of its wording.
+ private:
   static std::string Compose(const std::string& label, int64_t done, int64_t total,
                              Measure measure, double seconds);
 
- private:
   bool enabled_;
   bool drawn_ = false;
   std::chrono::steady_clock::time_point start_;
