@@ -282,6 +282,86 @@ TEST_F(WalkTest, CopyDestinationsGetTheTreeWithSwappedExtensions) {
   EXPECT_EQ(context.doneFiles, 2);
 }
 
+// The walk's log word for word, both ways: the log is how a failed installation
+// is understood afterwards.
+const char* const kInstallLog = R"(  file Lead.presets op update
+  size 10
+  file a.bin op update
+  size 3
+  file b.bin op update
+  size 3
+Checking file item demo done, size 16 (16 B), files 3
+Current total size 16 (16 B), files 3
+Performing installation
+
+---------------------------------------------------------
+INITIATING INSTALL TO {dest}
+---------------------------------------------------------
+  Currently done 0 of 16 (0 B of 16 B), 0%
+  Files done 0 of 3
+DIRECTORY "{dest}/Presets" operation create
+    Creating directory {dest}/Presets
+    processing subobjects of {dest}/Presets
+FILE "{dest}/Presets/Lead.presets" operation update
+    Creating directory {dest}/Presets
+    File exists=0 rewritable=1 mergepresets=1
+DIRECTORY "{dest}/Data" operation create
+    Creating directory {dest}/Data
+    processing subobjects of {dest}/Data
+FILE "{dest}/Data/a.bin" operation update
+    Creating directory {dest}/Data
+    File exists=0 rewritable=1 mergepresets=0
+    Rewriting file {dest}/Data/a.bin
+    File successfully created
+    Writing file 3
+    Success, closing the file
+DIRECTORY "{dest}/Gone" operation create
+    Creating directory {dest}/Gone
+    processing subobjects of {dest}/Gone
+FILE "{dest}/Gone/b.bin" operation update
+    Creating directory {dest}/Gone
+    File exists=0 rewritable=1 mergepresets=0
+    Rewriting file {dest}/Gone/b.bin
+    File successfully created
+    Writing file 3
+    Success, closing the file
+)";
+const char* const kUninstallLog = R"(Checking file item demo done, size 0 (0 B), files 3
+Current total size 0 (0 B), files 3
+Performing installation
+
+---------------------------------------------------------
+INITIATING INSTALL TO {dest}
+---------------------------------------------------------
+  Currently done 0 of 0 (0 B of 0 B), 0%
+  Files done 0 of 3
+DIRECTORY "{dest}/Presets" operation create
+    processing subobjects of {dest}/Presets
+FILE "{dest}/Presets/Lead.presets" operation update
+    Trying to delete {dest}/Presets/Lead.presets
+    Deleting file {dest}/Presets/Lead.presets
+    Not deleting the file, since it is a presets file
+    Deleting directory {dest}/Presets
+DIRECTORY "{dest}/Data" operation create
+    processing subobjects of {dest}/Data
+FILE "{dest}/Data/a.bin" operation update
+    Trying to delete {dest}/Data/a.bin
+    Deleting file {dest}/Data/a.bin
+    Deleting directory {dest}/Data
+DIRECTORY "{dest}/Gone" operation create
+    processing subobjects of {dest}/Gone
+FILE "{dest}/Gone/b.bin" operation update
+    Trying to delete {dest}/Gone/b.bin
+    Deleting file {dest}/Gone/b.bin
+    Deleting directory {dest}/Gone
+Deleting directory {dest}
+)";
+
+std::string Lines(std::string text) {
+  std::erase(text, '\r');
+  return text;
+}
+
 TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   MXMLItem& presetsDir = AddDir(tree, "Presets");
   AddFile(presetsDir, "Lead.presets", "<presets/>");
@@ -293,10 +373,12 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   SaveStateFile(root, Path("state/demo.state"));
   Install(root);
   WriteFile("dest/Data/user-note.txt", "mine");
+  EXPECT_EQ(Lines(WithDest(Log())), kInstallLog);
 
   MXMLItem state;
   LoadStateFile(state, Path("state/demo.state"));
   Uninstall(state);
+  EXPECT_EQ(Lines(WithDest(Log())), kUninstallLog);
   EXPECT_TRUE(fs::exists(DestNative("Presets/Lead.presets")));
   EXPECT_FALSE(fs::exists(DestNative("Data/a.bin")));
   EXPECT_TRUE(fs::exists(DestNative("Data/user-note.txt")));

@@ -94,6 +94,13 @@ class WalkTest : public FileTestBase {
     MLog::Open(Path(LogName()));
     return text;
   }
+  // The text with the destination folder written as "{dest}".
+  std::string WithDest(std::string text) const {
+    const std::string dest = ToStd(Dest());
+    for (size_t at = text.find(dest); at != std::string::npos; at = text.find(dest, at))
+      text.replace(at, dest.size(), "{dest}");
+    return text;
+  }
   std::string LogName() const { return "log" + std::to_string(logNumber) + ".txt"; }
 
   // Rewrites a file on disk as the user (or a crash) would, then stamps a time.
