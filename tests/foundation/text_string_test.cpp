@@ -180,6 +180,7 @@ TEST(MStringTest, EditingOperations) {
       {"trim", [] { MString s(" \t a b \r\n"); s.Trim(); return s; }, "a b"},
       {"remove whitespace", [] { MString s(" a b\tc\n"); s.RemoveWhitespace(); return s; }, "abc"},
       {"mid past end", [] { return MString("abcdef").Mid(4, 100); }, "ef"},
+      {"to lower", [] { MString s("Mix UP 9"); s.ToLower(); return s; }, "mix up 9"},
       {"append itself", [] { MString s = Units<MString>(40); s.Append(s); return s.Mid(38, 4); }, "mnab"},
   };
   for (const Case& c : cases) {

@@ -287,17 +287,17 @@ TEST_F(WalkTest, CopyDestinationsGetTheTreeWithSwappedExtensions) {
 const char* const kInstallLog = R"(  file Lead.presets op update
   size 10
   file a.bin op update
-  size 3
+  size 1011
   file b.bin op update
   size 3
-Checking file item demo done, size 16 (16 B), files 3
-Current total size 16 (16 B), files 3
+Checking file item demo done, size 1024 (1.00 KB), files 3
+Current total size 1024 (1.00 KB), files 3
 Performing installation
 
 ---------------------------------------------------------
 INITIATING INSTALL TO {dest}
 ---------------------------------------------------------
-  Currently done 0 of 16 (0 B of 16 B), 0%
+  Currently done 0 of 1024 (0 B of 1.00 KB), 0%
   Files done 0 of 3
 DIRECTORY "{dest}/Presets" operation create
     Creating directory {dest}/Presets
@@ -313,7 +313,7 @@ FILE "{dest}/Data/a.bin" operation update
     File exists=0 rewritable=1 mergepresets=0
     Rewriting file {dest}/Data/a.bin
     File successfully created
-    Writing file 3
+    Writing file 1011
     Success, closing the file
 DIRECTORY "{dest}/Gone" operation create
     Creating directory {dest}/Gone
@@ -366,7 +366,7 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   MXMLItem& presetsDir = AddDir(tree, "Presets");
   AddFile(presetsDir, "Lead.presets", "<presets/>");
   MXMLItem& data = AddDir(tree, "Data");
-  AddFile(data, "a.bin", "aaa");
+  AddFile(data, "a.bin", std::string(1011, 'a'));  // 1 KB in all: the log's first KB size
   MXMLItem& empty = AddDir(tree, "Gone");
   AddFile(empty, "b.bin", "bbb");
   MXMLItem& root = Build();

@@ -211,7 +211,8 @@ TEST(PresetStoreTest, NameNormalisation) {
   const std::pair<const char*, const char*> cases[] = {
       {"Pad One", "Pad One"},   {"Pad  One", "Pad One"}, {"Pad \t\nOne", "Pad\nOne"},
       {"Pad One ", "Pad One"},  {" Pad", " Pad"},        {"  Pad", " Pad"},
-      {"", ""},                 {"   ", ""},
+      {"", ""},                 {"   ", ""},             {"Pad O", "Pad O"},
+      {"Go!  Now", "Go! Now"},  {"Go !Now", "Go !Now"},  // '!' is the first unit that is no blank
   };
   for (const auto& [name, normal] : cases)
     EXPECT_EQ(ToStd(NormalizePresetName(MString(name))), normal) << '"' << name << '"';
