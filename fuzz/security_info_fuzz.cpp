@@ -5,7 +5,7 @@
 
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kx::MConstMemoryStream input(data, static_cast<int64_t>(size));

@@ -436,8 +436,12 @@ void KestrixApp::FinishPackageRun() {
     InstallChange(false, false);
     return;
   }
-  // The silent run is over: the thread ends, and the process with it.
-  thread_->CloseRequests.fetch_add(1);
+  // The package work of the silent run is over: the thread ends, and the process
+  // with it, once queued add-ons are done too (an uninstall run fetches none).
+  if (UninstallMode)
+    thread_->CloseRequests.fetch_add(1);
+  else
+    silentPackagesDone_ = true;
 }
 
 void KestrixApp::ApplyInstalledSelection() {

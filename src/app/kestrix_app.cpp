@@ -77,7 +77,8 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   } else {
     UninstallAll();
   }
-  // 28: the add-on tab comes with the window.
+  // 28: the add-on records; their tab comes with the window.
+  BuildAddons();
   // 29
   if (!NothingToDo && SilentFailureCode == 0) {
     MLog::Line("\nStarting download thread ...");

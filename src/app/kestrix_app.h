@@ -32,6 +32,9 @@
 #include "foundation/text/text_string.h"
 #include "foundation/threads/lock.h"
 #include "foundation/xml/xml_item.h"
+#include "catalogue/addon.h"
+#include "catalogue/addon_paths.h"
+#include "install/addon_install.h"
 #include "install/install_context.h"
 #include "transfer/download_host.h"
 #include "transfer/server_host.h"
@@ -54,7 +57,8 @@ enum class PackagePhase : uint8_t {
 class KestrixApp : public DownloadHost,
                    public CatalogueOwner,
                    public PackageRunHandOver,
-                   public ProgressTarget {
+                   public ProgressTarget,
+                   public AddonHost {
  public:
   static constexpr const char* kWindowTitle =
       "Download & Install plugins and addons for Vorlund plugins";
@@ -90,6 +94,19 @@ class KestrixApp : public DownloadHost,
   void UninstallPackageItem(Package& package);
   void FinishPackageRun();
 
+  // --- add-ons (app_addons.cpp); the main thread's side
+  void BuildAddons();
+  // The two content paths are set and differ; `index` is the add-on that asked
+  // (its wishes are cleared on failure), or -1.
+  bool CheckAddonPaths(int32_t index);
+  // A click on a row's button: the plug-in version and the paths are checked,
+  // then Download flips and the thread is woken. False when refused.
+  bool ToggleAddon(int32_t index);
+  // Hand-picked files for the thread to install.
+  void QueueAddonFiles(const MArray<MString>& paths);
+  // Records chosen for removal; refused (false) while a removal is pending.
+  bool RequestAddonUninstall(const MArray<AddonRecordEntry>& chosen);
+
   // --- closing: true when the window may close.
   bool CloseRequest();
 
@@ -104,6 +121,26 @@ class KestrixApp : public DownloadHost,
   void SavePackageSettings() override;
   void UninstallPackage(InstallableItem& package) override;
   void RunPackageInstall(InstallableItem& package) override;
+  bool HasAddonsToUninstall() override { return !AddonUninstallItems.IsEmpty(); }
+  bool HasPendingUpdate(const InstallableItem& addon) override;
+  MString ItemLabel(const InstallableItem& item) override;
+  void InstallAddonFile(const MString& path) override;
+  void UninstallAddons() override;
+  void ClearAddonUninstallList() override;
+  void InstallAddon(InstallableItem& addon, const MString& path) override;
+  void AdvanceAddonUpdate(InstallableItem& addon) override;
+  void Idle() override;
+
+  // --- AddonHost
+  MLockable& AddonLock() override { return mainLock_; }
+  const MArray<Addon*>& AddonRecords() override { return addonRecords_; }
+  MString SamplePath() override { return AddonPaths.samples; }
+  MString FactoryPath() override { return AddonPaths.factory; }
+  MString RecordFolder() override { return AddonRecordFolder(DataFolder); }
+  void AddonStatus(const MString& text, bool setValue, double value) override;
+  void SetInstallingAddon(Addon* addon) override;
+  void SaveAddonSettings() override { SavePackageSettings(); }
+  void ShowAddonErrors(const MString& text) override;
 
   // --- CatalogueOwner
   bool IsAddonWorkRunning() const override { return AddonWorkRunning; }
@@ -124,6 +161,7 @@ class KestrixApp : public DownloadHost,
   DownloadThread& Thread() { return *thread_; }
   const PackageList& LoadedPackages() const { return packages_; }
   const MArray<std::unique_ptr<Plugin>>& LoadedPlugins() const { return plugins_; }
+  const MArray<std::unique_ptr<Addon>>& LoadedAddons() const { return addons_; }
 
   // Members in their start-up order.
   MXMLItem AddonList;
@@ -157,6 +195,12 @@ class KestrixApp : public DownloadHost,
   float PackagesToProcess = 0.0F;
   float UninstallProgress = 0.0F;
   std::atomic<bool> RunFinished{false};
+  // The add-on under install, for its row.
+  std::atomic<Addon*> CurrentAddon{nullptr};
+  AddonContentPaths AddonPaths;
+  // Records to remove and their names, filled under the thread's add-on queue lock.
+  MArray<MString> AddonUninstallItems;
+  MArray<MString> AddonUninstallNames;
 
   PathMacros Macros;
 
@@ -173,7 +217,12 @@ class KestrixApp : public DownloadHost,
   PackageList packages_;
   MArray<std::unique_ptr<Plugin>> plugins_;
   MArray<InstallableItem*> packageItems_;
+  MArray<std::unique_ptr<Addon>> addons_;
+  MArray<Addon*> addonRecords_;
   MArray<InstallableItem*> addonItems_;
+  // A silent run's package work is over: the thread ends when it next finds
+  // nothing to do, after any add-on work.
+  std::atomic<bool> silentPackagesDone_{false};
   std::unique_ptr<DownloadThread> thread_;
 };
 

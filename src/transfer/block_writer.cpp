@@ -1,7 +1,7 @@
 #include "transfer/block_writer.h"
 
 #include "foundation/core/exception.h"
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 namespace kx {
 namespace {

@@ -66,6 +66,8 @@ class DownloadHost {
   virtual void RunPackageInstall(InstallableItem& package) {}
   virtual void InstallAddon(InstallableItem& addon, const MString& path) {}
   virtual void AdvanceAddonUpdate(InstallableItem& addon) {}
+  // A step found nothing to do.
+  virtual void Idle() {}
 };
 
 }  // namespace kx

@@ -112,6 +112,7 @@ void DownloadThread::Step() {
 
   host_.SetBusyIndicator(false);
   PollInterval.store(kIdlePollInterval);
+  host_.Idle();
 }
 
 // The queue is only read under its lock; the work itself runs outside it, so that

@@ -29,7 +29,7 @@
 #include <memory>
 
 #include "foundation/text/text_string.h"
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 namespace kx {
 

@@ -20,7 +20,7 @@
 #include "transfer/download_host.h"
 #include "transfer/download_thread.h"
 #include "transfer/file_item.h"
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 namespace kx::testing {
 

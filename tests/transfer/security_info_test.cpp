@@ -1,7 +1,7 @@
 // The security info file: the bytes the writer produces for known contents (the
 // digests are those of the standard MD5, fixed here from an independent tool),
 // the reader's line rules, block checks, and the fuzzer's inputs.
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 #include <gtest/gtest.h>
 

@@ -24,7 +24,7 @@
 #include "kestrix_pack/pack_fetch_command.h"
 #include "kestrix_pack/pack_install_commands.h"
 #include "kestrix_pack/pack_usage.h"
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 namespace kx {
 namespace {

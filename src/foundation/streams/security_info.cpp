@@ -1,7 +1,7 @@
 // Reading and writing the security info. The reader takes the text in one piece
 // (it is about 33 bytes a mebibyte of content) and splits it itself, so that a
 // line of any length and a missing last line break need no special paths.
-#include "transfer/security_info.h"
+#include "foundation/streams/security_info.h"
 
 #include <memory>
 

@@ -1,0 +1,36 @@
+#include "install/addon_record.h"
+
+#include "foundation/files/file_ops.h"
+#include "foundation/files/path_text.h"
+
+namespace kx {
+
+AddonRecord::AddonRecord(const MString& type, const MString& name) : root(MString("Installation")) {
+  root.SetAttribute(MXMLName("type"), MVariant(type));
+  root.SetAttribute(MXMLName("name"), MVariant(name));
+  root.SetAttribute(kUninstallFlagKey, MVariant(int32_t{1}));
+}
+
+MXMLItem& AddonRecord::Child(const MString& name) {
+  if (MXMLItem* child = root.FindSubItem(MXMLName(name))) return *child;
+  return root.AddSubItem(name);
+}
+
+void AddonRecord::AddPath(MXMLItem& child, const char* kind, const MString& path) {
+  child.AddSubItem(MString(kind)).value = MVariant(path);
+}
+
+void AddonRecord::Save(const MString& folder) const {
+  MFile::CreatePath(folder);
+  root.SaveFile(FilePath(folder, root.GetAttributeText(MXMLName("name"))));
+}
+
+MString AddonRecord::FilePath(const MString& folder, const MString& name) {
+  MString safe = name;
+  safe.Replace(u'/', u'_');
+  safe.Replace(u'\\', u'_');
+  if (safe.IsEmpty() || safe == MString(".") || safe == MString("..")) safe = MString("_");
+  return JoinPath(folder, safe + MString(".xml"));
+}
+
+}  // namespace kx
