@@ -2,6 +2,7 @@
 
 #include "foundation/files/file_ops.h"
 #include "foundation/files/path_text.h"
+#include "foundation/streams/file_stream.h"
 
 namespace kx {
 
@@ -22,7 +23,11 @@ void AddonRecord::AddPath(MXMLItem& child, const char* kind, const MString& path
 
 void AddonRecord::Save(const MString& folder) const {
   MFile::CreatePath(folder);
-  root.SaveFile(FilePath(folder, root.GetAttributeText(MXMLName("name"))));
+  // Text XML: a record is for people and support to read as much as for removal.
+  MFileStream file(FilePath(folder, root.GetAttributeText(MXMLName("name"))),
+                   MFileStream::kModeCreate);
+  root.SaveXML(file);
+  file.Close();
 }
 
 MString AddonRecord::FilePath(const MString& folder, const MString& name) {

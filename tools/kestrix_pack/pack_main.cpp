@@ -22,6 +22,7 @@
 #include "install/package_file.h"
 #include "install/package_source.h"
 #include "kestrix_pack/pack_fetch_command.h"
+#include "kestrix_pack/pack_addon_commands.h"
 #include "kestrix_pack/pack_install_commands.h"
 #include "kestrix_pack/pack_usage.h"
 #include "foundation/streams/security_info.h"
@@ -297,6 +298,8 @@ int main(int argc, char** argv) {
     code = kx::RunPackFetchCommand(argc, argv, quiet);
   else if (argc >= 2 && kx::IsPackInstallCommand(argv[1]))
     code = kx::RunPackInstallCommand(argc, argv, quiet);
+  else if (argc >= 2 && kx::IsPackAddonCommand(argv[1]))
+    code = kx::RunPackAddonCommand(argc, argv, quiet);
   else if (kx::ParseArguments(argc, argv, request))
     code = kx::RunToolCommand([&] { kx::Run(request); });
   if (code == kx::kExitWrongUsage) std::fputs(kx::ToolSynopsis(kx::kPackTool).c_str(), stderr);

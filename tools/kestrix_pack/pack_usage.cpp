@@ -31,16 +31,26 @@ const ToolVerb kPackVerbs[] = {
      "that cannot be rewritten asks on the console (cancel when nobody can answer)."},
     {"uninstall", "STATE [--enable NAME]... [--log FILE] [--quiet]",
      "Removes what the state file STATE installed. --enable as for install."},
+    {"addon-install", "FILE... [--samples DIR] [--factory DIR] [--records DIR] [--log FILE]\n[--quiet]",
+     "Installs add-on files (.mproduct, .kitvaultpack) as the program installs a\n"
+     "hand-picked one: a pack is checked against FILE.md5 when it is there, presets\n"
+     "are merged into the plug-in's preset file, devices go to its device folder,\n"
+     "samples below the sample path, the pack below the factory path, and an\n"
+     "installation record is written. The folders default to the program's own."},
+    {"addon-uninstall", "NAME... [--samples DIR] [--factory DIR] [--records DIR] [--log FILE]\n[--quiet]",
+     "Removes the add-ons NAME by their installation records: the files they list and\n"
+     "the folders left empty. Paths that leave their folder are refused."},
+    {"addon-list", "[--records DIR]", "Prints the name and record file of every add-on that can be removed."},
 };
 
 }  // namespace
 
 const ToolDefinition kPackTool = {
     "kestrix-pack",
-    "makes, checks, unpacks, installs and fetches package files",
+    "makes, checks, unpacks, installs and fetches package files and add-ons",
     kPackVerbs,
-    "On a terminal, build, extract, fetch, install and uninstall show a progress line\n"
-    "on standard error; --quiet leaves it out.\n"
+    "On a terminal, build, extract, fetch, install, uninstall and the add-on verbs\n"
+    "show a progress line on standard error; --quiet leaves it out.\n"
     "\n"
     "Exit codes: 0 done, 1 failure (its message on standard error), 2 wrong usage\n"
     "(the usage on standard error).\n"};
