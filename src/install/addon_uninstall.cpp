@@ -166,7 +166,9 @@ int32_t UninstallAddons(AddonHost& host, const MArray<MString>& recordPaths) {
       for (Addon* addon : host.AddonRecords())
         if (addon->Name == removal.name) addon->MarkUninstalled();
     } else {
-      continue;
+      // Chosen from an earlier listing, but not (or no longer) a removable record.
+      removal.name = GetFileName(recordPaths[index]);
+      removal.Error(MFormat("Add-on record \"{0}\" cannot be uninstalled.").Add(recordPaths[index]));
     }
     ++removed;
     value = removal.value;
