@@ -13,7 +13,9 @@
 #include "foundation/files/file_ops.h"
 #include "foundation/files/path_text.h"
 #include "foundation/text/format.h"
+#include "kestrix_version.h"
 #include "transfer/download_thread.h"
+#include "transfer/self_update.h"
 
 namespace kx {
 
@@ -35,8 +37,8 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   ReadStartupSettings();
   // 11
   ConnectionTest();
-  // 12: the self-update check is not made in a silent run; a run with a window
-  // comes with the GUI.
+  // 12: a silent run is never replaced by a new setup.
+  if (!SilentMode) CheckForSelfUpdate();
   // 13
   CurrentPluginVersion = ReadSettingString(Settings.PackageSettings, kSettingInstalledVersion,
                                            kDefaultInstalledVersion);
@@ -99,6 +101,18 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
     }
   }
   // 32: loading offline data from a folder comes with the offline loader.
+}
+
+void KestrixApp::CheckForSelfUpdate() {
+  SelfUpdateRequest request;
+  request.installedVersion = MString(kKestrixVersion);
+  request.downloadFolder = DownloadPath;
+  request.autoUpdate = General.checkAutoSelfUpdate;
+  request.status = [this](const MString& text) { Show(text, 0.0F); };
+  const SelfUpdateResult result = CheckSelfUpdate(endpoints_, SelfUpdateList, request);
+  UpToDate = result.upToDate;
+  AvailableSelfVersion = result.availableVersion;
+  SetupPath = result.setupPath;
 }
 
 void KestrixApp::LoadDownloadOverride() {

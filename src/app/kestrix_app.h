@@ -72,6 +72,9 @@ class KestrixApp : public DownloadHost,
   // --- start-up pieces
   // True when offline; sets OfflineMode.
   bool ConnectionTest();
+  // Fills SelfUpdateList, AvailableSelfVersion and SetupPath; clears UpToDate
+  // when a new setup is to be run.
+  void CheckForSelfUpdate();
   // The definition is asked for as a range from 0, the other catalogues whole.
   bool FetchCatalogue(const char* remotePath, MMemoryStream& memory, const char* failureText,
                       int64_t rangeFrom = -1);

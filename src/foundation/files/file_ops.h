@@ -66,6 +66,9 @@ class MFile {
   static void RemoveDirectory(const MString& path);
   // The directory with everything in it. Links are removed, never followed.
   static void RemoveTree(const MString& path);
+  // Lets the file be started as a program (a downloaded setup): "Could not make
+  // file \"{0}\" executable. <text>".
+  static void MakeExecutable(const MString& path);
 
   // --- whole files
   // Appends the file's bytes to `target` at its position.
