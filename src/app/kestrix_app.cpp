@@ -68,8 +68,11 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   BuildPlugins();
   // 26
   Scale = ReadSettingDouble(Settings.PackageSettings, kSettingScale, 1.0);
-  // 27
-  if (!UninstallMode) {
+  // 27: a run for the offline folder installs nothing here.
+  const bool offlineAction = !OfflineCreateFolder.IsEmpty() || !OfflineLoadFolder.IsEmpty();
+  if (offlineAction) {
+    NothingToDo = OfflineCreateFolder.IsEmpty();
+  } else if (!UninstallMode) {
     bool updating = false;
     if (PackageDatabase.subItemCount > 0) {
       updating = CheckForPackageUpdates(false);
@@ -81,6 +84,10 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   }
   // 28: the add-on records; their tab comes with the window.
   BuildAddons();
+  if (!OfflineCreateFolder.IsEmpty() && SilentFailureCode == 0) {
+    closeAfterOfflineCopy_ = true;
+    if (!StartOfflineCreation(OfflineCreateFolder, true)) NothingToDo = true;
+  }
   // 29
   if (!NothingToDo && SilentFailureCode == 0) {
     MLog::Line("\nStarting download thread ...");
@@ -100,7 +107,14 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
       return;
     }
   }
-  // 32: loading offline data from a folder comes with the offline loader.
+  // 32: offline data asked for on the command line, or left for this start by
+  // an earlier run that handed over to a new setup.
+  MString startupFolder =
+      ReadSettingString(Settings.PackageSettings, kSettingOfflineDataStartupPath, MString());
+  if (!startupFolder.IsEmpty())
+    WriteSetting(Settings.PackageSettings, kSettingOfflineDataStartupPath, MString());
+  if (!OfflineLoadFolder.IsEmpty()) startupFolder = OfflineLoadFolder;
+  if (!startupFolder.IsEmpty()) OfflineDataLoaded = LoadOfflineInstallData(startupFolder);
 }
 
 void KestrixApp::CheckForSelfUpdate() {

@@ -27,6 +27,8 @@ class MFile {
   static bool Exists(const MString& path);
   static bool IsDirectory(const MString& path);
   static bool IsFile(const MString& path);
+  // The entry itself is a symbolic link (not followed).
+  static bool IsLink(const MString& path);
   // A drive root ("x:" on other systems): on Linux any directory, "/" above all.
   static bool ExistsDrive(const MString& root);
   // The directory holds a file "setup.state".
