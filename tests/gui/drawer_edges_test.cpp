@@ -57,6 +57,11 @@ TEST(DrawerEdges, NothingIsDrawnForRefusedSourcesEmptyClipsOrNoneMode) {
   MDrawerToMBitmap drawer(target);
   drawer.StretchBlt({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
   drawer.PatBlt({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltH({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltV({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.RotatedBlt({4, 4}, emptySource, {0, 0, 3, 3}, 1.0, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltArc({4, 4}, 1, 4, 0, 3, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltArc({4, 4}, 1, 4, 0, 3, white, {0, 0, 3, 3}, 255, MDrawingMode::kNone);
   drawer.StretchBlt({0, 0, 7, 7}, white, {0, 0, 3, 3}, 255, MDrawingMode::kNone);
   drawer.BitBlt({0, 0}, white, {0, 0, 3, 3}, 255, static_cast<MDrawingMode>(99));
   drawer.FillCircle(4, 4, 3, MBrush{MColor::RGBA(255, 0, 0), 1, MDrawingMode::kNone});

@@ -51,6 +51,24 @@ class MDrawer {
                    const MRect& sourceRect, uint8_t alpha, MDrawingMode mode);
   void BitBlt(const MBitmap& source, MPoint dest, uint8_t alpha = 255,
               MDrawingMode mode = MDrawingMode::kAlphaBlend);
+  // Stretch along one axis: StretchBltH fits the source's width to destRect's
+  // and takes its rows one to one from the top (as many as both have);
+  // StretchBltV the same turned.
+  virtual void StretchBltH(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
+                           uint8_t alpha, MDrawingMode mode) = 0;
+  virtual void StretchBltV(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
+                           uint8_t alpha, MDrawingMode mode) = 0;
+  // sourceRect turned by `angle` (radians, clockwise on screen) about its
+  // middle, which lands on `centre`.
+  virtual void RotatedBlt(MPointF centre, const MBitmap& source, const MRect& sourceRect,
+                          double angle, uint8_t alpha, MDrawingMode mode) = 0;
+  // sourceRect bent into a ring around `centre`: its columns run along the
+  // arc from startAngle to endAngle (radians, clockwise from twelve o'clock),
+  // its top row on the outer radius and its bottom row on the inner one.
+  // Knobs draw their value arcs with it.
+  virtual void StretchBltArc(MPointF centre, double innerRadius, double outerRadius,
+                             double startAngle, double endAngle, const MBitmap& source,
+                             const MRect& sourceRect, uint8_t alpha, MDrawingMode mode) = 0;
 
   // Lays `text` out in `rect` line by line with the glyphs of `font`, each
   // glyph through AlphaMask.
