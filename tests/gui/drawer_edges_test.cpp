@@ -111,5 +111,24 @@ TEST(DrawerEdges, BlendedBlitRowEqualsThePerChannelFormula) {
   }
 }
 
+TEST(DrawerEdges, WideRowsKeepTheDestinationAlphaAndStopAtTheEdges) {
+  // 37 pixels: whole registers, then a partial one; the pixels either side stay.
+  MBitmap target(41, 2), source(37, 1);
+  for (int i = 0; i < 41 * 2; ++i) target.Pixels()[i] = uint32_t(i * 3) << 24 | 0x123456u;
+  for (int i = 0; i < 37; ++i) source.Pixels()[i] = uint32_t(i * 7) << 24 | 0x80FF20u;
+  MBitmap before(41, 2);
+  before.CopyFrom(target);
+  MDrawerToMBitmap drawer(target);
+  drawer.FillRectangle({2, 0, 38, 0}, MBrush{MColor::RGBA(9, 8, 7)});
+  drawer.BitBlt({2, 1}, source, {0, 0, 36, 0}, 255, MDrawingMode::kAlphaBlend);
+  for (int x = 0; x < 41; ++x) {
+    const bool inside = x >= 2 && x <= 38;
+    const uint32_t was = before.Pixels()[x], under = before.Pixels()[41 + x];
+    EXPECT_EQ(target.Pixels()[x], inside ? (was & 0xFF000000u) | 0x090807u : was) << x;
+    if (!inside) EXPECT_EQ(target.Pixels()[41 + x], under) << x;
+    else EXPECT_EQ(target.Pixels()[41 + x] >> 24, under >> 24) << x;
+  }
+}
+
 }  // namespace
 }  // namespace kx
