@@ -32,6 +32,8 @@ class MStyleImage {
   int32_t DesignHeight() const { return bitmap_.Height() / oversampling_; }
   int32_t MinWidth() const { return minWidth_; }
   int32_t MinHeight() const { return minHeight_; }
+  int32_t HCorner() const { return hCorner_; }
+  int32_t VCorner() const { return vCorner_; }
 
   // Paints into `rect`; `scale` turns design pixels into device pixels (the
   // fixed corners keep their design size times the scale).

@@ -18,4 +18,15 @@ void MStyleSettings::Read(const MXMLItem& item) {
   if (!(resize >= 0.1)) resize = 1.0;
 }
 
+void MStyleSettings::Write(MXMLItem& item) const {
+  item.SetAttribute("Style", style);
+  item.SetAttribute("ColorScheme", colorScheme);
+  if (hasMainColor) {
+    item.SetAttribute("MainColor", static_cast<int32_t>(uint32_t{mainColor.r} << 16 | mainColor.g << 8 | mainColor.b));
+  }
+  item.SetAttribute("InvertColors", invertColors ? 1 : 0);
+  item.SetAttribute("EnableUpperCase", enableUpperCase ? 1 : 0);
+  item.SetAttribute("Resize", resize);
+}
+
 }  // namespace kx
