@@ -64,7 +64,9 @@ void MTexturedStyle::PaintCaption(MDrawer& drawer, const MStyledControl& control
                                   int32_t fontIndex, uint32_t flags) {
   if (control.caption.IsEmpty() || rect.IsEmpty()) return;
   MString text = control.caption;
-  if (settings_.enableUpperCase) text.ToUpper();
+  // Captions and names in capitals; what the user typed stays as it is.
+  const std::string_view element = control.element;
+  if (settings_.enableUpperCase && element != "edit" && element != "value") text.ToUpper();
   const MStyleColor colour =
       HasState(control.state, MControlState::kDisabled) ? MStyleColor::kDisabledText : MStyleColor::kText;
   drawer.AlignedTextOut(rect, text, GetFont(fontIndex), MBrush{GetColor(colour)}, flags | kTextSingleLine);
@@ -162,8 +164,11 @@ void MTexturedStyle::PaintValueBar(MDrawer& drawer, const MStyleElement& element
   }
   const MStyleImage* pointer = element.Part("pointer");
   if (pointer && element.Number("enablepointer", 1) != 0) {
+    // The pointer stays inside the track at both ends.
     const MPoint size = DeviceSize(*pointer);
-    const int32_t at = vertical ? r.bottom + 1 - filled : r.left + filled;
+    const int32_t travel = std::max(0, length - (vertical ? size.y : size.x));
+    const auto offset = static_cast<int32_t>(std::lround(value * travel)) + (vertical ? size.y : size.x) / 2;
+    const int32_t at = vertical ? r.bottom + 1 - offset : r.left + offset;
     const MRect box = vertical ? MRect{r.left, at - size.y / 2, r.right, at - size.y / 2 + size.y - 1}
                                : MRect{at - size.x / 2, r.top, at - size.x / 2 + size.x - 1, r.bottom};
     pointer->Paint(drawer, Centred(box, size), scale_, alpha);
@@ -203,11 +208,11 @@ void MTexturedStyle::PaintKnob(MDrawer& drawer, const MStyleElement& element, co
   }
   body->Paint(drawer, box, scale_, alpha);
   if (const MStyleImage* pointer = element.Part("selector")) {
-    // The pointer stands at twelve o'clock in its image: brought to the
-    // device size first, then turned to the value.
+    // The pointer stands at twelve o'clock in its image: copied at the device
+    // size first, then turned to the value.
     MBitmap sized(side, side);
     MDrawerToMBitmap sizer(sized);
-    pointer->Paint(sizer, {0, 0, side - 1, side - 1}, scale_, 255);
+    pointer->Paint(sizer, {0, 0, side - 1, side - 1}, scale_, 255, MDrawingMode::kCopy);
     drawer.RotatedBlt(centre, sized, {0, 0, side - 1, side - 1}, angle, alpha, pointer->Mode());
   }
   if (!control.caption.IsEmpty()) {
