@@ -91,6 +91,22 @@ void MDrawerToMBitmap::RotatedBlt(MPointF centre, const MBitmap& source, const M
       constexpr bool kConstant = decltype(constantAlpha)::value;
       const uint8_t* base = source.Row(src.top) + static_cast<int64_t>(src.left) * 4;
       const int64_t stride = int64_t{source.Stride()} * 4;
+      if constexpr (M == MDrawingMode::kAlphaBlend && !kConstant) {
+        // Gathered into a scratch row, then blended by the wide row routine.
+        std::vector<uint32_t> gathered(d.Width());
+        const auto* pixels = reinterpret_cast<const uint32_t*>(base);
+        const int64_t rowPixels = source.Stride();
+        for (int32_t y = d.top; y <= d.bottom; ++y) {
+          const Span& span = spans[y - d.top];
+          int64_t u = span.u, v = span.v;
+          const int32_t n = span.last - span.first + 1;
+          for (int32_t i = 0; i < n; ++i, u += stepU, v += stepV) {
+            gathered[i] = pixels[(v >> kFixedShift) * rowPixels + (u >> kFixedShift)];
+          }
+          if (n > 0) pixel::AlphaBlendRow(reinterpret_cast<uint32_t*>(PixelAt(span.first, y)), gathered.data(), n);
+        }
+        return;
+      }
       for (int32_t y = d.top; y <= d.bottom; ++y) {
         const Span& span = spans[y - d.top];
         int64_t u = span.u, v = span.v;
