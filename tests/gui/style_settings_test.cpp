@@ -3,7 +3,8 @@
 // chrome arithmetic of the size calls.
 #include <gtest/gtest.h>
 
-#include "foundation/core/run_state.h"
+#include "foundation/core/exception.h"
+#include "gui/drawing/drawer_to_bitmap.h"
 #include "foundation/files/path_text.h"
 #include "foundation/xml/xml_item.h"
 #include "gui/styles/style_windows.h"
@@ -55,6 +56,13 @@ TEST_F(StyleSettingsTest, SettingsAndSchemesSurviveTheirFiles) {
   ASSERT_EQ(names.size(), 1u);
   EXPECT_EQ(names[0], MString("Amber"));
   EXPECT_EQ(MStyleSettingsStore::SchemeFileName(MString("Neon")), MString("StyleSettings_Neon.presets"));
+
+  // The colour may also be written as style files write colours.
+  MXMLItem item(MString("Main"));
+  item.SetAttribute("MainColor", "#2040F0");
+  MStyleSettings written;
+  written.Read(item);
+  EXPECT_EQ(written.mainColor, MColor::RGBA(0x20, 0x40, 0xF0));
 }
 
 TEST(Colorize, AccentPixelsTakeTheNewHueAndGreysStay) {
@@ -123,6 +131,19 @@ TEST(StyleWindows, UpdateStyleGivesEachWindowItsKindsStyle) {
   EXPECT_EQ(a.main, MColor::RGBA(0xF2, 0x8C, 0x28));
   EXPECT_EQ(b.main, MColor::RGBA(0x2E, 0xD3, 0xBE));
   EXPECT_EQ(&module.StyleFor(MString("Main")).GetFont(0), &module.StyleFor(MString("Main")).GetFont(0));
+
+  // A drawer answers for its window's style, and refuses without one.
+  MBitmap target(4, 4);
+  MDrawerToMBitmap drawer(target);
+  try {
+    drawer.GetColor(MStyleColor::kMain);
+    ADD_FAILURE() << "no style, no colour";
+  } catch (MException& e) {
+    EXPECT_EQ(e.message, MString("Style resources have not been loaded."));
+  }
+  drawer.SetStyle(&module.StyleFor(MString("Main")));
+  EXPECT_EQ(drawer.GetColor(MStyleColor::kMain), MColor::RGBA(0xF2, 0x8C, 0x28));
+  EXPECT_EQ(drawer.ScaleX(10), 10);
 }
 
 TEST(StyleSizes, ContentAndControlSizesAddAndTakeTheChrome) {

@@ -14,6 +14,8 @@ namespace kx {
 class MBitmap;
 class MAlphaMask;
 class MFont;
+class MStyles;
+enum class MStyleColor : uint8_t;
 
 // Text alignment flags: bits 0-1 horizontal, bits 2-3 vertical, bit 4 one line.
 enum MTextFlags : uint32_t {
@@ -32,6 +34,17 @@ class MDrawer {
 
   virtual int32_t GetWidth() const = 0;
   virtual int32_t GetHeight() const = 0;
+
+  // The style of the drawer's window; the queries below forward to it and
+  // throw "Style resources have not been loaded." without one.
+  void SetStyle(MStyles* style) { style_ = style; }
+  MStyles* GetStyle() const { return style_; }
+  virtual MFont& GetFont(int32_t index);
+  virtual MColor GetColor(MStyleColor index);
+  virtual MColor TransformColor(MColor color);
+  virtual int32_t GetMetric(int32_t index);
+  virtual int32_t ScaleX(double v);
+  virtual int32_t ScaleY(double v);
 
   virtual MRect GetClip() const = 0;
   virtual void SetClip(const MRect& clip) = 0;
@@ -100,6 +113,11 @@ class MDrawer {
                                             const int32_t* maximums, int32_t count,
                                             const MBrush& brush) = 0;
   virtual void SetPixel(int32_t x, int32_t y, MColor color) = 0;
+
+ private:
+  MStyles& Style() const;
+
+  MStyles* style_ = nullptr;
 };
 
 }  // namespace kx
