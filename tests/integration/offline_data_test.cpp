@@ -8,60 +8,29 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <string>
 #include <thread>
 
 #include "app/main_routine.h"
-#include "support/nginx_server.h"
-#include "tool_process.h"
+#include "demo_run_fixture.h"
 
 namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::RunTool;
-using testing::ToolResult;
 
-const char* const kBinary = KESTRIX_BINARY_DIR "/src/app/kestrix";
-
-class OfflineDataTest : public ::testing::Test {
+class OfflineDataTest : public testing::DemoRunTest {
  protected:
   void SetUp() override {
-    if (!MNginxServer::IsInstalled()) GTEST_SKIP() << "nginx is not installed";
-    server_ = std::make_unique<MNginxServer>();
-    online_ = "127.0.0.1:" + std::to_string(server_->Port());
-    ToolResult build = RunTool("/bin/bash",
-                               {KESTRIX_SOURCE_DIR "/scripts/build-demo-server",
-                                server_->DocumentRoot().string(), "--tools",
-                                KESTRIX_BINARY_DIR "/tools", "--server", online_},
-                               sandbox.Root());
-    ASSERT_EQ(build.exitCode, 0) << build.output << build.errorOutput;
-    UseHome("online", true);
+    DemoRunTest::SetUp();
+    if (!IsSkipped()) UseHome("online", true);
   }
-  void TearDown() override { unsetenv("KESTRIX_SERVER"); }
-
-  // A home of its own below the sandbox; with `server` the demo server, else none.
-  void UseHome(const std::string& name, bool server) {
-    home_ = sandbox.Root() / name;
-    fs::create_directories(home_);
-    setenv("HOME", home_.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (home_ / ".config").c_str(), 1);
-    setenv("XDG_DATA_HOME", (home_ / ".local/share").c_str(), 1);
-    setenv("XDG_CACHE_HOME", (home_ / ".cache").c_str(), 1);
-    setenv("KESTRIX_SERVER", server ? online_.c_str() : "127.0.0.1:9", 1);
-  }
-  fs::path Data() const { return home_ / ".config" / "Vorlund" / "Downloader"; }
-  int Run(const std::vector<std::string>& arguments) const {
-    return RunTool(kBinary, arguments, sandbox.Root()).exitCode;
-  }
-  std::string Log() const { return ReadFileBytes(Data() / "log.txt"); }
   // What a run installed: every file of the home but the program's own data
   // and downloads, by path below the home.
   std::map<std::string, std::string> Installed() const {
     std::map<std::string, std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(home_)) {
-      const std::string path = fs::relative(entry.path(), home_).string();
+    for (const auto& entry : fs::recursive_directory_iterator(Home())) {
+      const std::string path = fs::relative(entry.path(), Home()).string();
       if (!entry.is_regular_file() || path.rfind(".config/Vorlund/Downloader", 0) == 0 ||
           path.rfind("Downloads", 0) == 0)
         continue;
@@ -75,11 +44,6 @@ class OfflineDataTest : public ::testing::Test {
     EXPECT_EQ(Run({"/silent", "/offlinecreate", folder.string()}), kExitNormal) << Log();
     return folder;
   }
-
-  MTestSandbox sandbox;
-  std::unique_ptr<MNginxServer> server_;
-  std::string online_;
-  fs::path home_;
 };
 
 TEST_F(OfflineDataTest, FolderInstallsOnAHomeWithoutServerAsOnline) {
@@ -101,7 +65,7 @@ TEST_F(OfflineDataTest, FolderInstallsOnAHomeWithoutServerAsOnline) {
   UseHome("fresh", false);
   ASSERT_EQ(Run({"/silent", "/offlineload", folder.string()}), kExitNormal) << Log();
   EXPECT_NE(Log().find("\nAll mandatory offline installation data successfully loaded."), std::string::npos);
-  EXPECT_TRUE(fs::exists(home_ / "Downloads" / "Vorlund" / "Tonvault_Strings_Essentials.mproduct"));
+  EXPECT_TRUE(fs::exists(Home() / "Downloads" / "Vorlund" / "Tonvault_Strings_Essentials.mproduct"));
   ASSERT_EQ(Run({"/silent", "/uninstall"}), kExitNormal) << Log();
   ASSERT_EQ(Run({"/silent"}), kExitNormal) << Log();
   EXPECT_NE(Log().find("Kestrix is in OFFLINE mode!"), std::string::npos);
@@ -122,8 +86,8 @@ TEST_F(OfflineDataTest, IncompleteNewerAndFalseFoldersAreRefusedOrHandedOver) {
                        "packages. \nPlease download the offline installation data again."),
             std::string::npos)
       << Log();
-  EXPECT_TRUE(fs::exists(Data() / "MINSTALLERDATABASE.mbx"));
-  fs::remove(Data() / "MINSTALLERDATABASE.mbx");
+  EXPECT_TRUE(fs::exists(DataFolder() / "MINSTALLERDATABASE.mbx"));
+  fs::remove(DataFolder() / "MINSTALLERDATABASE.mbx");
 
   // Not what the names say: a database that is no tree, a package that does not
   // match its .md5, a link out of the folder. Nothing of them is taken.
@@ -131,7 +95,7 @@ TEST_F(OfflineDataTest, IncompleteNewerAndFalseFoldersAreRefusedOrHandedOver) {
   fs::copy(folder, bad, fs::copy_options::recursive);
   std::ofstream(bad / "MINSTALLERDATABASE.mbx") << "not a tree";
   EXPECT_EQ(Run({"/silent", "/offlineload", bad.string()}), kExitAnotherInstance);
-  EXPECT_FALSE(fs::exists(Data() / "MINSTALLERDATABASE.mbx")) << Log();
+  EXPECT_FALSE(fs::exists(DataFolder() / "MINSTALLERDATABASE.mbx")) << Log();
   fs::copy_file(folder / "MINSTALLERDATABASE.mbx", bad / "MINSTALLERDATABASE.mbx",
                 fs::copy_options::overwrite_existing);
   fs::path package;
@@ -142,18 +106,18 @@ TEST_F(OfflineDataTest, IncompleteNewerAndFalseFoldersAreRefusedOrHandedOver) {
   fs::create_symlink(sandbox.Root() / "secret.txt", bad / "PKG" / "secret.txt");
   EXPECT_EQ(Run({"/silent", "/offlineload", bad.string()}), kExitAnotherInstance);
   EXPECT_NE(Log().find("does not match its security info."), std::string::npos) << Log();
-  EXPECT_FALSE(fs::exists(Data() / "PKG"));
-  EXPECT_FALSE(fs::exists(Data() / "PKG.loading"));
+  EXPECT_FALSE(fs::exists(DataFolder() / "PKG"));
+  EXPECT_FALSE(fs::exists(DataFolder() / "PKG.loading"));
 
   // A newer setup in the folder is run first, told to load the folder when it starts.
   const fs::path setup = folder / "Kestrix_99.0.0_setup.run";
   std::ofstream(setup) << "#!/bin/sh\necho \"$@\" > \"$HOME/setup-arguments\"\n";
   EXPECT_EQ(Run({"/silent", "/offlineload", folder.string()}), kExitNormal);
-  for (int round = 0; round < 500 && !fs::exists(home_ / "setup-arguments"); ++round)
+  for (int round = 0; round < 500 && !fs::exists(Home() / "setup-arguments"); ++round)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  EXPECT_EQ(ReadFileBytes(home_ / "setup-arguments"), "/silent /run\n") << Log();
+  EXPECT_EQ(ReadFileBytes(Home() / "setup-arguments"), "/silent /run\n") << Log();
   EXPECT_NE(Log().find("A new version 99.0.0 of Kestrix is available. Updating now."), std::string::npos);
-  EXPECT_NE(ReadFileBytes(Data() / "SettingsPackage.xml").find(folder.string()), std::string::npos);
+  EXPECT_NE(ReadFileBytes(DataFolder() / "SettingsPackage.xml").find(folder.string()), std::string::npos);
 }
 
 }  // namespace
