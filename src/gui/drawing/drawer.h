@@ -14,6 +14,7 @@ namespace kx {
 class MBitmap;
 class MAlphaMask;
 class MFont;
+class MStyles;
 
 // Text alignment flags: bits 0-1 horizontal, bits 2-3 vertical, bit 4 one line.
 enum MTextFlags : uint32_t {
@@ -82,6 +83,14 @@ class MDrawer {
                                             const int32_t* maximums, int32_t count,
                                             const MBrush& brush) = 0;
   virtual void SetPixel(int32_t x, int32_t y, MColor color) = 0;
+
+  // The style whose fonts, colours, metrics and scaling the drawer answers for
+  // (rich text asks through it); not owned, null until a window ties one.
+  void SetStyle(MStyles* style) { style_ = style; }
+  MStyles* GetStyle() const { return style_; }
+
+ private:
+  MStyles* style_ = nullptr;
 };
 
 }  // namespace kx
