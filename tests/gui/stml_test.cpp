@@ -268,6 +268,80 @@ TEST_F(StmlLayout, EmptyParagraphIsOneLineOfTheFontAndPaintNeverParses) {
   EXPECT_EQ(MContent::ParseCount(), parses);
 }
 
+TEST_F(StmlLayout, CellWidthsShareWhatFixedCellsLeave) {
+  struct Case {
+    const char* row;
+    int32_t width;
+    int scale;
+    std::vector<int32_t> widths;
+  };
+  const Case cases[] = {
+      // 200 - 2 * 2 padding - 2 * 4 spaces = 188; 30% and two cells sharing 70%.
+      {"<tr padding=2 cellspaces=4><td width=30%><td><td>", 200, 1, {56, 65, 65}},
+      // Rounding falls on the later cells: 33, 33, 34 percent.
+      {"<tr><td><td><td>", 100, 1, {33, 33, 34}},
+      {"<tr><td width=50 padding=1><td width=25%><td>", 300, 1, {52, 62, 186}},
+      // Pixels and metrics scale; the metric is the style's, scaled already.
+      {"<tr><td width=10><td width=MaxStdIconSizeX><td>", 300, 2, {20, 32, 248}},
+      {"<tr><td width=200%><td width=0%>", 100, 1, {100, 0}},
+  };
+  MBitmap probe(1, 1);
+  for (const Case& c : cases) {
+    MDrawerToMBitmap drawer(probe);
+    drawer.SetStyle(styles_[c.scale - 1]);
+    MContent content(MString(c.row));
+    auto& row = dynamic_cast<MContentRow&>(*content.Elements[0]);
+    row.ComputeCellWidths(drawer, c.width);
+    EXPECT_EQ(row.CellWidths(), c.widths) << c.row;
+  }
+}
+
+TEST_F(StmlLayout, ColoursMultiplyAlphaAndGradientsMoveTheStrongestChannel) {
+  MBitmap probe(1, 1);
+  MDrawerToMBitmap drawer(probe);
+  drawer.SetStyle(styles_[0]);
+  const MColor red = styles_[0]->GetColor(MStyleColor::kRed), text = styles_[0]->GetColor(MStyleColor::kText);
+  MContentRun run;
+  run.ColorIndex = 2;
+  run.Alpha = 120;
+  EXPECT_EQ(ResolveRunColor(drawer, run), (MColor{red.b, red.g, red.r, static_cast<uint8_t>((red.a + 1) * 120 >> 8)}));
+  run.ColorIndex = 0;
+  run.CustomColor = 0xFF0000FF;  // blue takes the text colour's brightness
+  const uint8_t strongest = std::max({text.r, text.g, text.b});
+  EXPECT_EQ(ResolveRunColor(drawer, run), (MColor{strongest, 0, 0, static_cast<uint8_t>((text.a + 1) * 120 >> 8)}));
+
+  EXPECT_EQ(GradientPartner(MColor::RGBA(0, 0, 0, 9)), MColor::RGBA(16, 16, 16, 9));
+  EXPECT_EQ(GradientPartner(MColor::RGBA(100, 50, 0)), MColor::RGBA(116, 58, 0));
+  EXPECT_EQ(GradientPartner(MColor::RGBA(200, 100, 20)), MColor::RGBA(184, 92, 18));
+}
+
+TEST_F(StmlLayout, JustifiedLinesReachTheRightEdge) {
+  const int32_t w = 220;
+  MContent content(MString("<justify>Justified text stretches its blanks so that every line but the last "
+                           "ends at the right edge of the box, whatever the words."));
+  MBitmap probe(1, 1);
+  MDrawerToMBitmap measure(probe);
+  measure.SetStyle(styles_[0]);
+  const int32_t h = content.ComputeHeight(measure, w);
+  auto& paragraph = dynamic_cast<MContentParagraph&>(*content.Elements[0]);
+  ASSERT_GE(paragraph.LineCount(), 3);
+  MBitmap target(w, h);
+  MDrawerToMBitmap drawer(target);
+  drawer.SetStyle(styles_[0]);
+  content.Paint(drawer, {0, 0, w - 1, h - 1});
+  const int32_t line = styles_[0]->GetFont(0).LineHeight();
+  for (int32_t l = 0; l < paragraph.LineCount(); ++l) {
+    int32_t right = -1;
+    for (int32_t y = l * line; y < (l + 1) * line; ++y) {
+      for (int32_t x = 0; x < w; ++x) {
+        if (target.Pixels()[static_cast<int64_t>(y) * w + x] != 0) right = std::max(right, x);
+      }
+    }
+    if (l + 1 < paragraph.LineCount()) EXPECT_GE(right, w - 3) << "line " << l;
+    else EXPECT_LT(right, w - 20) << "the last line keeps its blanks";
+  }
+}
+
 // ---- hostile texts ---------------------------------------------------------------
 
 std::string Repeat(const std::string& piece, int times) {
