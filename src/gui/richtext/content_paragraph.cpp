@@ -77,7 +77,10 @@ void MContentParagraph::BuildUnits(MDrawer& drawer, int32_t width) {
     MContentRun& run = Runs[r];
     const auto runIndex = static_cast<int32_t>(r);
     if (run.Object) {
-      const MPoint size = run.Object->PlacedSize(drawer, width, kContentMaxExtent);
+      // Without a width (natural and minimal sizes) a share of it means nothing.
+      const MPoint size = width < kContentMaxExtent
+                              ? run.Object->PlacedSize(drawer, width, kContentMaxExtent)
+                              : MPoint{run.Object->GetMinimalWidth(drawer), run.Object->GetMinimalHeight(drawer)};
       units_.push_back(Unit{kObjectUnit, size.x, size.y, runIndex});
       continue;
     }
@@ -152,6 +155,7 @@ void MContentParagraph::Layout(int32_t width) {
       lastBreak = -1;
       continue;
     }
+    if (u.code == kObjectUnit && i > begin) lastBreak = i - 1;
     while (x + u.advance > width && i > begin) {
       const int32_t end = lastBreak >= begin ? lastBreak + 1 : i;
       CloseLine(begin, end, false);
@@ -161,7 +165,7 @@ void MContentParagraph::Layout(int32_t width) {
       for (int32_t k = begin; k < i; ++k) x += units_[k].advance;
     }
     x += u.advance;
-    if (u.code != kObjectUnit && IsBreak(u.code)) lastBreak = i;
+    if (u.code == kObjectUnit || IsBreak(u.code)) lastBreak = i;
   }
   if (begin < count) CloseLine(begin, count, true);
 }
@@ -207,7 +211,12 @@ int32_t MContentParagraph::GetMinimalWidth(MDrawer& drawer) {
   // The widest piece between break points.
   int64_t widest = 0, piece = 0;
   for (const Unit& u : units_) {
-    if (u.code != kObjectUnit && IsBreak(u.code)) {
+    if (u.code == kObjectUnit) {
+      widest = std::max<int64_t>(widest, u.advance);
+      piece = 0;
+      continue;
+    }
+    if (IsBreak(u.code)) {
       piece = 0;
       continue;
     }

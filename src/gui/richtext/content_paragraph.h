@@ -5,8 +5,10 @@
 // A line takes characters while the sum of advances stays within the width; at
 // overflow it ends at the last break point, or before the overflowing
 // character when it has none; at least one character or object stands on a
-// line. Tabs and blanks are the gaps that `justify` stretches. A single-line
-// paragraph is one line as wide as its content.
+// line. An inline object may also start or end a line, so a bar or a picture
+// does not drag the word before it along. Tabs and blanks are the gaps that
+// `justify` stretches. A single-line paragraph is one line as wide as its
+// content.
 //
 // The lines found by ComputeHeight are kept with their width, so the paint that
 // follows a measure at the same width only draws.
