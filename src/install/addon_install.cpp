@@ -129,12 +129,12 @@ void InstallProduct(AddonHost& host, const MString& path, const MString& name) {
   AddonRecord record(pluginId, name);
   if (MXMLItem* devices = root.FindSubItem(kDevices)) {
     host.AddonStatus(MString("Installing devices"), false, 0.0);
-    ExtractAddonSubtree(host, path, PrepareDeviceFolder(pluginId), *devices,
+    ExtractAddonSubtree(host, library, PrepareDeviceFolder(pluginId), *devices,
                         &record.Child(MString("Devices")));
   }
   if (MXMLItem* samples = root.FindSubItem(kSamples)) {
     host.AddonStatus(MString("Installing samples"), false, 0.0);
-    ExtractAddonSubtree(host, path, host.SamplePath(), *samples,
+    ExtractAddonSubtree(host, library, host.SamplePath(), *samples,
                         &record.Child(MString("Samples")));
   }
   record.Save(host.RecordFolder());
@@ -173,7 +173,7 @@ void InstallPack(AddonHost& host, const MString& path, const MString& name) {
   MXMLItem& root = library.Open(path);
   AddonRecord record(MString("Kitvault"), name);
   if (MXMLItem* pack = root.FindSubItem(kKitvault)) {
-    ExtractAddonSubtree(host, path, host.FactoryPath(), *pack,
+    ExtractAddonSubtree(host, library, host.FactoryPath(), *pack,
                         &record.Child(MString("Kitvault")));
   }
   record.Save(host.RecordFolder());
@@ -230,7 +230,7 @@ void InstallAddonFile(AddonHost& host, Addon* item, const MString& path) {
   }
 }
 
-int64_t ExtractAddonSubtree(AddonHost& host, const MString& libraryPath, const MString& target,
+int64_t ExtractAddonSubtree(AddonHost& host, MPackageFile& library, const MString& target,
                             MXMLItem& subtree, MXMLItem* recordChild) {
   CheckSubtree(subtree);
   double total = 0.0;
@@ -251,7 +251,8 @@ int64_t ExtractAddonSubtree(AddonHost& host, const MString& libraryPath, const M
     if (recordChild) AddonRecord::AddPath(*recordChild, "dir", path);
   }
 
-  ContentReadAhead ahead(libraryPath, contents);
+  ContentReadAhead ahead(library, library.GetPath(), contents);
+  auto buffer = std::make_unique_for_overwrite<char[]>(ContentReadAhead::kPieceSize);
   int64_t size = recordChild ? recordChild->GetAttributeInt(kSizeKey, 0) : 0;
   int64_t count = recordChild ? recordChild->GetAttributeInt(kCountKey, 0) : 0;
   int64_t written = 0;
@@ -265,12 +266,13 @@ int64_t ExtractAddonSubtree(AddonHost& host, const MString& libraryPath, const M
     if (recordChild) AddonRecord::AddPath(*recordChild, "file", path);
     {
       MFileStream out(file, MFileStream::kModeCreate);
-      while (const ContentReadAhead::Piece* piece = ahead.Next(index)) {
-        out.Write(piece->data.get(), piece->size);
-        written += piece->size;
-        size += piece->size;
-        barValue += static_cast<double>(piece->size) / total;
-        ahead.Done(index);
+      std::unique_ptr<MStream> content = ahead.Open(index);
+      for (int64_t got; (got = content->Read(buffer.get(), ContentReadAhead::kPieceSize)) > 0;) {
+        out.Write(buffer.get(), got);
+        written += got;
+        size += got;
+        barValue += static_cast<double>(got) / total;
+        host.AddonStatus(MFormat("Extracting {0}").Add(path), true, barValue);
       }
       out.Close();
     }
