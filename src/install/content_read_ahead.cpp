@@ -66,7 +66,7 @@ ContentReadAhead::ContentReadAhead(MPackageFile& library, const MString& library
     : path_(libraryPath), items_(items), library_(library) {
   if (lanes < 1) lanes = static_cast<int32_t>(std::clamp(std::thread::hardware_concurrency(), 1U, 4U));
   lanes_ = std::min(lanes, std::max<int32_t>(items_.Count(), 1));
-  window_ = lanes_ + 1;
+  window_ = lanes_;
   slots_ = std::make_unique<Slot[]>(static_cast<size_t>(items_.Count()));
   group_ = std::make_unique<MTaskGroup>();
   group_->Start(false, lanes_);

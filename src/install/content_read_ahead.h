@@ -38,7 +38,7 @@ class MTaskGroup;
 class ContentReadAhead {
  public:
   static constexpr int64_t kPieceSize = 1048576;
-  static constexpr int32_t kPiecesPerItem = 3;
+  static constexpr int32_t kPiecesPerItem = 2;
 
   // `items` give `filestart` and `filesize` of each content, in the order they
   // will be asked for. Items read on the calling thread come from `library`, the
