@@ -103,7 +103,9 @@ sed -e "s|^Exec=kestrix|Exec=\"$escaped/bin/kestrix\"|" \
     "$target/share/applications/kestrix.desktop" >"$work/desktop" &&
   mv -T "$work/desktop" "$desktop" || fail "Could not write $desktop."
 
-# Only the version just installed and the one before it stay.
+# Work folders of other setups stay, unless an hour old (left by a killed setup).
+find "$root" -mindepth 1 -maxdepth 1 -name '.setup.*' -mmin +60 -exec rm -rf {} + 2>/dev/null
+# Of the versions, only the one just installed and the one before it stay.
 for folder in "$root"/*; do
   entry=${folder##*/}
   [ -d "$folder" ] && [ ! -L "$folder" ] || continue
