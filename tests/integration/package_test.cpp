@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "kestrix_version.h"
 #include "tool_process.h"
 
 namespace kx {
@@ -23,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const fs::path kPackages = KESTRIX_BINARY_DIR "/packages";
-const std::string kVersion = KESTRIX_VERSION_TEXT;
+const std::string kVersion = kKestrixVersion;
 
 std::string Missing(const fs::path& file) {
   return file.string() + " is missing: build the target kx_packages first";
