@@ -33,7 +33,7 @@ silent=0
 run=0
 for argument in "$@"; do
   # Options are compared without case, as the program compares its own.
-  case $(printf '%s' "$argument" | tr 'A-Z' 'a-z') in
+  case $(printf '%s' "$argument" | tr '[:upper:]' '[:lower:]') in
     /silent) silent=1 ;;
     /run) run=1 ;;
     --help | -h) usage; exit 0 ;;
