@@ -114,8 +114,7 @@ class MuteServer {
     bind(socket_, reinterpret_cast<sockaddr*>(&address), size);
     listen(socket_, 8);
     getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
-    setenv("KESTRIX_SERVER", ("127.0.0.1:" + std::to_string(port_)).c_str(), 1);
+    setenv("KESTRIX_SERVER", ("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str(), 1);
   }
   ~MuteServer() {
     unsetenv("KESTRIX_SERVER");
@@ -124,7 +123,6 @@ class MuteServer {
 
  private:
   int socket_ = -1;
-  uint16_t port_ = 0;
 };
 
 // A program started without waiting; killed and reaped at the end of the test.
