@@ -11,9 +11,9 @@ JOBS ?= $(shell nproc)
 TEST_DIR := build/test
 BENCH_DIR := build/release
 TSAN_DIR := build/tsan
-# CTest names of the thread, task and event tests and of the download thread,
-# whose transfers hash and write on a helper thread (suite.case).
-TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload)Test\.
+# CTest names of the thread, task and event tests, of the download thread and
+# of add-on extraction, which hash, write or decompress on helper threads (suite.case).
+TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload|AddonInstall)Test\.
 
 .PHONY: all deps test tsan tsan-run bench demo package fuzz-smoke clean format
 
@@ -40,7 +40,7 @@ tsan: deps tsan-run
 tsan-run:
 	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 	  -DKESTRIX_TSAN=ON -DKESTRIX_WERROR=ON -DKESTRIX_TESTS=ON
-	cmake --build $(TSAN_DIR) -j $(JOBS) --target foundation_tests transfer_tests
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target foundation_tests transfer_tests install_tests
 	cd $(TSAN_DIR) && TSAN_OPTIONS=second_deadlock_stack=1 \
 	  ctest --output-on-failure -j $(JOBS) -R '$(TSAN_TESTS)'
 

@@ -150,6 +150,12 @@ void KestrixApp::AdvanceAddonUpdate(InstallableItem& addon) {
 }
 
 void KestrixApp::Idle() {
+  // Everything the offline folder needs is fetched: the next step copies it.
+  if (thread_->OfflinePhase.load() == 1) {
+    thread_->OfflinePhase = 2;
+    thread_->Wake();
+    return;
+  }
   if (SilentMode && silentPackagesDone_.load()) thread_->CloseRequests.fetch_add(1);
 }
 

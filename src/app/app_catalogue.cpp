@@ -119,7 +119,10 @@ void KestrixApp::LoadAddonList() {
         "Error: Could not fully connect to Vorlund servers. You either have no internet "
         "connection or are behind a firewall.\nPlease connect to the internet and allow HTTP "
         "protocol and port 80 (TCP), if you are using VPN.");
-    if (!UninstallMode) SilentFailureCode = 2;
+    // Loaded offline installation data stands in for the server; a run that only
+    // loads such data needs none.
+    if (!UninstallMode && OfflineLoadFolder.IsEmpty() && !HasLoadedOfflineData())
+      SilentFailureCode = 2;
   }
   const MString path = JoinPath(DataFolder, "PRODUCTSX.xml");
   if (MFile::IsFile(path)) {

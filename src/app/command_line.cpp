@@ -4,6 +4,9 @@
 
 namespace kx {
 
+MString OfflineCreateFolder;
+MString OfflineLoadFolder;
+
 const char* const kUsageText =
     "Usage: {kestrix} [/silent {list_of_plugins}] [/uninstall]<p>"
     "If list_of_plugins is empty, all will be (un)installed ";
@@ -42,6 +45,10 @@ CommandLineOptions RunOptionLoop(const std::vector<MString>& arguments) {
       }
     } else if (IsOption(argument, "/glustol")) {
       options.cloudLaunchMode = true;
+    } else if (IsOption(argument, "/offlinecreate") && i + 1 < arguments.size()) {
+      options.offlineCreateFolder = arguments[++i];
+    } else if (IsOption(argument, "/offlineload") && i + 1 < arguments.size()) {
+      options.offlineLoadFolder = arguments[++i];
     }
   }
   options.silentAllPlugins = options.silentMode && options.silentPluginNames.IsEmpty();
@@ -55,6 +62,8 @@ void ApplyToRunFlags(const CommandLineOptions& options) {
   if (options.launchedFromPlugin) LaunchedFromPlugin = true;
   if (options.silentAllPlugins) SilentAllPlugins = true;
   for (const MString& name : options.silentPluginNames) SilentPluginNames.Add(name);
+  if (!options.offlineCreateFolder.IsEmpty()) OfflineCreateFolder = options.offlineCreateFolder;
+  if (!options.offlineLoadFolder.IsEmpty()) OfflineLoadFolder = options.offlineLoadFolder;
 }
 
 }  // namespace kx

@@ -7,7 +7,8 @@
 // (names joined by ';', empty fields kept) unless that is /uninstall; the next
 // argument is then visited as an ordinary argument too. Unknown arguments are
 // ignored. Only when the loop ends without /help does /silent with an empty list
-// mean "all plug-ins".
+// mean "all plug-ins". /offlinecreate and /offlineload take the next argument as
+// their folder.
 #pragma once
 
 #include <vector>
@@ -28,6 +29,9 @@ struct CommandLineOptions {
   bool launchedFromPlugin = false;
   bool silentAllPlugins = false;
   MArray<MString> silentPluginNames;
+  // /offlinecreate FOLDER and /offlineload FOLDER: the folder that follows.
+  MString offlineCreateFolder;
+  MString offlineLoadFolder;
 };
 
 CommandLineOptions RunOptionLoop(const std::vector<MString>& arguments);

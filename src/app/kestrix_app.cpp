@@ -13,7 +13,9 @@
 #include "foundation/files/file_ops.h"
 #include "foundation/files/path_text.h"
 #include "foundation/text/format.h"
+#include "kestrix_version.h"
 #include "transfer/download_thread.h"
+#include "transfer/self_update.h"
 
 namespace kx {
 
@@ -35,8 +37,8 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   ReadStartupSettings();
   // 11
   ConnectionTest();
-  // 12: the self-update check is not made in a silent run; a run with a window
-  // comes with the GUI.
+  // 12: a silent run is never replaced by a new setup.
+  if (!SilentMode) CheckForSelfUpdate();
   // 13
   CurrentPluginVersion = ReadSettingString(Settings.PackageSettings, kSettingInstalledVersion,
                                            kDefaultInstalledVersion);
@@ -66,8 +68,11 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   BuildPlugins();
   // 26
   Scale = ReadSettingDouble(Settings.PackageSettings, kSettingScale, 1.0);
-  // 27
-  if (!UninstallMode) {
+  // 27: a run for the offline folder installs nothing here.
+  const bool offlineAction = !OfflineCreateFolder.IsEmpty() || !OfflineLoadFolder.IsEmpty();
+  if (offlineAction) {
+    NothingToDo = OfflineCreateFolder.IsEmpty();
+  } else if (!UninstallMode) {
     bool updating = false;
     if (PackageDatabase.subItemCount > 0) {
       updating = CheckForPackageUpdates(false);
@@ -79,6 +84,10 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
   }
   // 28: the add-on records; their tab comes with the window.
   BuildAddons();
+  if (!OfflineCreateFolder.IsEmpty() && SilentFailureCode == 0) {
+    closeAfterOfflineCopy_ = true;
+    if (!StartOfflineCreation(OfflineCreateFolder, true)) NothingToDo = true;
+  }
   // 29
   if (!NothingToDo && SilentFailureCode == 0) {
     MLog::Line("\nStarting download thread ...");
@@ -98,7 +107,26 @@ KestrixApp::KestrixApp() : thread_(std::make_unique<DownloadThread>(*this)) {
       return;
     }
   }
-  // 32: loading offline data from a folder comes with the offline loader.
+  // 32: offline data asked for on the command line, or left for this start by
+  // an earlier run that handed over to a new setup.
+  MString startupFolder =
+      ReadSettingString(Settings.PackageSettings, kSettingOfflineDataStartupPath, MString());
+  if (!startupFolder.IsEmpty())
+    WriteSetting(Settings.PackageSettings, kSettingOfflineDataStartupPath, MString());
+  if (!OfflineLoadFolder.IsEmpty()) startupFolder = OfflineLoadFolder;
+  if (!startupFolder.IsEmpty()) OfflineDataLoaded = LoadOfflineInstallData(startupFolder);
+}
+
+void KestrixApp::CheckForSelfUpdate() {
+  SelfUpdateRequest request;
+  request.installedVersion = MString(kKestrixVersion);
+  request.downloadFolder = DownloadPath;
+  request.autoUpdate = General.checkAutoSelfUpdate;
+  request.status = [this](const MString& text) { Show(text, 0.0F); };
+  const SelfUpdateResult result = CheckSelfUpdate(endpoints_, SelfUpdateList, request);
+  UpToDate = result.upToDate;
+  AvailableSelfVersion = result.availableVersion;
+  SetupPath = result.setupPath;
 }
 
 void KestrixApp::LoadDownloadOverride() {

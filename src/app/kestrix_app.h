@@ -72,6 +72,9 @@ class KestrixApp : public DownloadHost,
   // --- start-up pieces
   // True when offline; sets OfflineMode.
   bool ConnectionTest();
+  // Fills SelfUpdateList, AvailableSelfVersion and SetupPath; clears UpToDate
+  // when a new setup is to be run.
+  void CheckForSelfUpdate();
   // The definition is asked for as a range from 0, the other catalogues whole.
   bool FetchCatalogue(const char* remotePath, MMemoryStream& memory, const char* failureText,
                       int64_t rangeFrom = -1);
@@ -107,6 +110,18 @@ class KestrixApp : public DownloadHost,
   // Records chosen for removal; refused (false) while a removal is pending.
   bool RequestAddonUninstall(const MArray<AddonRecordEntry>& chosen);
 
+  // --- offline installation data (app_offline.cpp)
+  // Flags every package of this platform (and, with `allAddons`, every add-on)
+  // for download without install, for the thread's copy into `folder`.
+  bool StartOfflineCreation(const MString& folder, bool allAddons);
+  // Loads the folder into the data folder; true when loaded, or when a newer
+  // setup in it is to be run (UpToDate false).
+  bool LoadOfflineInstallData(const MString& path);
+  // The data folder holds what a run without a server needs: packages, database
+  // and definition.
+  bool HasLoadedOfflineData() const;
+  bool OfflineFolderReady() const;
+
   // --- closing: true when the window may close.
   bool CloseRequest();
 
@@ -130,6 +145,8 @@ class KestrixApp : public DownloadHost,
   void InstallAddon(InstallableItem& addon, const MString& path) override;
   void AdvanceAddonUpdate(InstallableItem& addon) override;
   void Idle() override;
+  bool CopyOfflineData() override;
+  void FinishOfflineWork(bool copied) override;
 
   // --- AddonHost
   MLockable& AddonLock() override { return mainLock_; }
@@ -195,6 +212,7 @@ class KestrixApp : public DownloadHost,
   float PackagesToProcess = 0.0F;
   float UninstallProgress = 0.0F;
   std::atomic<bool> RunFinished{false};
+  bool OfflineDataLoaded = false;  // the start's offline folder was loaded
   // The add-on under install, for its row.
   std::atomic<Addon*> CurrentAddon{nullptr};
   AddonContentPaths AddonPaths;
@@ -211,6 +229,7 @@ class KestrixApp : public DownloadHost,
   Package* EffectsBinary() const;
   bool IsWanted(const Plugin& plugin) const;
   MString PackageFilePath(const Package& package) const;
+  void CopyOfflineSetups(const MString& target);
 
   TransferEndpoints endpoints_;
   MCriticalSection mainLock_;
@@ -223,6 +242,9 @@ class KestrixApp : public DownloadHost,
   // A silent run's package work is over: the thread ends when it next finds
   // nothing to do, after any add-on work.
   std::atomic<bool> silentPackagesDone_{false};
+  // This run writes an offline folder (the thread copies once all is fetched).
+  std::atomic<bool> offlineCreation_{false};
+  bool closeAfterOfflineCopy_ = false;  // the command line's creation: the run ends with it
   std::unique_ptr<DownloadThread> thread_;
 };
 

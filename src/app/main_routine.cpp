@@ -49,6 +49,14 @@ int WaitForSilentWork(DownloadThread& thread) {
   return kExitAnotherInstance;
 }
 
+// A run for an offline folder ends with 1 when its folder was not written or
+// not loaded.
+int OfflineActionExitCode(const KestrixApp& app, int waitCode) {
+  if (!OfflineCreateFolder.IsEmpty() && !app.OfflineFolderReady()) return kExitAnotherInstance;
+  if (!OfflineLoadFolder.IsEmpty() && !app.OfflineDataLoaded) return kExitAnotherInstance;
+  return waitCode;
+}
+
 void LaunchNewSetup(const MString& setupPath) {
   try {
     MLog::Line("Launching new Kestrix setup for update.");
@@ -106,12 +114,15 @@ int RunEntry(MModule& module, const std::vector<MString>& arguments) {
   // the application goes, except after the window loop (released last) and after
   // the silent wait (kept until the process is gone).
   auto app = std::make_unique<KestrixApp>();
-  if (SilentMode) {
+  // A silent run skips the self-update check; only a newer setup found in an
+  // offline folder hands over from one.
+  if (SilentMode && app->UpToDate) {
     if (SilentFailureCode > 0) {
       instance.Release();
       return SilentFailureCode;
     }
-    const int exitCode = WaitForSilentWork(app->Thread());
+    int exitCode = WaitForSilentWork(app->Thread());
+    exitCode = OfflineActionExitCode(*app, exitCode);
     app.reset();
     return exitCode;
   }
@@ -119,6 +130,12 @@ int RunEntry(MModule& module, const std::vector<MString>& arguments) {
     instance.Release();
     LaunchNewSetup(app->SetupPath);
     return kExitNormal;
+  }
+  if (!OfflineCreateFolder.IsEmpty() || !OfflineLoadFolder.IsEmpty()) {
+    const int exitCode = OfflineActionExitCode(*app, WaitForSilentWork(app->Thread()));
+    app.reset();
+    instance.Release();
+    return exitCode;
   }
   // The window loop comes with the GUI; without it the run ends here.
   app.reset();

@@ -4,3 +4,12 @@
 #pragma once
 
 #include "foundation/core/run_state.h"
+
+namespace kx {
+
+// The offline folder actions of the command line (/offlinecreate FOLDER,
+// /offlineload FOLDER); empty when not asked for. Written before KestrixApp.
+extern MString OfflineCreateFolder;
+extern MString OfflineLoadFolder;
+
+}  // namespace kx

@@ -78,6 +78,7 @@ class Addon : public InstallableItem {
   MString Type;  // the instrument it belongs to
   MArray<MXMLItem*> Updates;
   MXMLItem* ActiveUpdate = nullptr;
+  bool InOfflineSet = false;  // picked for the offline folder being written
   bool Essential = false;
   bool Beta = false;
   MString MinVersion;

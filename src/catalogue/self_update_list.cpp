@@ -16,29 +16,34 @@ const MXMLName kInstallers("kestrix_installers");
 const MXMLName kKestrix("kestrix");
 const MXMLName kVersion("version");
 const MXMLName kSetupName("setupname");
-const char* const kPlatformItem = "AVAILABLE_VERSIONS_PC";
-
-bool IsPlatformItem(const MXMLItem& item) {
+bool IsPlatformItem(const MXMLItem& item, const char* platformItem) {
   if (HasSetting(item, kName))
-    return ReadSettingString(item, kName, MString()).EqualsNoCase(kPlatformItem);
-  return item.name.EqualsNoCase(kPlatformItem);
+    return ReadSettingString(item, kName, MString()).EqualsNoCase(platformItem);
+  return item.name.EqualsNoCase(platformItem);
 }
 
-// The first "kestrix" element below `item`, depth first in file order.
+bool HasFollowingKestrix(const MXMLItem& item) {
+  for (const MXMLItem* at = item.next; at; at = at->next)
+    if (kKestrix.MatchesText(at->name)) return true;
+  return false;
+}
+
+// The newest "kestrix" element below `item`: depth first in file order, the first
+// one that no sibling of its name follows (entries are appended as they come out).
 MXMLItem* FindKestrixElement(MXMLItem& item) {
   MXMLIterator walk;
   for (MXMLItem* at = walk.Begin(item); at; at = walk.Next()) {
-    if (at != &item && kKestrix.MatchesText(at->name)) return at;
+    if (at != &item && kKestrix.MatchesText(at->name) && !HasFollowingKestrix(*at)) return at;
   }
   return nullptr;
 }
 
 }  // namespace
 
-SelfUpdateEntry FindSelfUpdateEntry(MXMLItem& list) {
+SelfUpdateEntry FindSelfUpdateEntry(MXMLItem& list, const char* platformItem) {
   for (MXMLItem& installers : MXMLNameIterator(list, kInstallers)) {
     for (MXMLItem* item = installers.firstSubItem; item; item = item->next) {
-      if (!IsPlatformItem(*item)) continue;
+      if (!IsPlatformItem(*item, platformItem)) continue;
       MXMLItem* found = FindKestrixElement(*item);
       if (!found) continue;
       SelfUpdateEntry entry;

@@ -9,10 +9,11 @@
 //     </kestrix_installers>
 //   </SelfUpdateList>
 //
-// Below the root's `kestrix_installers` children, the item named
-// AVAILABLE_VERSIONS_PC (by its `name` attribute, or failing that its element
-// name) is walked depth first in order, and the first element named "kestrix"
-// gives `version` and `setupname`, both required. When there is none, the log
+// Below the root's `kestrix_installers` children, the item of the platform (by
+// its `name` attribute, or failing that its element name) is walked depth first
+// in order, and the first element named "kestrix" that no sibling of that name
+// follows (the newest, as entries are appended) gives `version` and `setupname`,
+// both required. When there is none, the log
 // receives "No corresponding Kestrix version found in KESTRIXDATABASE! XML is
 // corrupted. " and the same text without the trailing blank is thrown. A
 // `setupname` that would leave the download folder (absolute, or with a ".."
@@ -31,6 +32,12 @@ struct SelfUpdateEntry {
   MString setupName;
 };
 
-SelfUpdateEntry FindSelfUpdateEntry(MXMLItem& list);
+// The item this build reads and the name of its setups ({0}: the version). The
+// Windows build's are "AVAILABLE_VERSIONS_PC" and "Kestrix_{0}_setup.exe".
+inline constexpr const char* kSelfUpdatePlatformItem = "AVAILABLE_VERSIONS_LINUX";
+inline constexpr const char* kSetupNamePattern = "Kestrix_{0}_setup.run";
+
+SelfUpdateEntry FindSelfUpdateEntry(MXMLItem& list,
+                                    const char* platformItem = kSelfUpdatePlatformItem);
 
 }  // namespace kx

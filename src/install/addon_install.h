@@ -68,8 +68,9 @@ void InstallAddonFile(AddonHost& host, Addon* item, const MString& path);
 
 // The extraction loop: the subtree's `dir` items, then its `file` items, below
 // `target`; with a record child, each path is listed in it and its `size` and
-// `count` grow. Returns the bytes written.
-int64_t ExtractAddonSubtree(AddonHost& host, MPackageFile& library, const MString& target,
+// `count` grow. The contents of the library at `libraryPath` are decompressed
+// ahead on the other processors and written in order. Returns the bytes written.
+int64_t ExtractAddonSubtree(AddonHost& host, const MString& libraryPath, const MString& target,
                             MXMLItem& subtree, MXMLItem* recordChild);
 
 // A record that can be removed, as the uninstall list shows it.

@@ -28,7 +28,7 @@ TEST(SelfUpdateListTest, FirstKestrixElementOfThePlatformItem) {
       </item>
     </kestrix_installers>
   </SelfUpdateList>)");
-  SelfUpdateEntry entry = FindSelfUpdateEntry(list);
+  SelfUpdateEntry entry = FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC");
   EXPECT_EQ(ToStd(entry.version), "3.2.1");
   EXPECT_EQ(ToStd(entry.setupName), "kestrix-3.2.1-setup");
   ASSERT_NE(entry.node, nullptr);
@@ -37,7 +37,7 @@ TEST(SelfUpdateListTest, FirstKestrixElementOfThePlatformItem) {
   MXMLItem named;
   Parse(named, R"(<SelfUpdateList><kestrix_installers><AVAILABLE_VERSIONS_PC>
       <kestrix version="3.3" setupname="s"/></AVAILABLE_VERSIONS_PC></kestrix_installers></SelfUpdateList>)");
-  EXPECT_EQ(ToStd(FindSelfUpdateEntry(named).version), "3.3");
+  EXPECT_EQ(ToStd(FindSelfUpdateEntry(named, "AVAILABLE_VERSIONS_PC").version), "3.3");
 }
 
 TEST(SelfUpdateListTest, SetupNameThatLeavesTheDownloadFolderIsRefused) {
@@ -47,7 +47,7 @@ TEST(SelfUpdateListTest, SetupNameThatLeavesTheDownloadFolderIsRefused) {
                             "<kestrix version=\"3\" setupname=\"") +
                     name + "\"/></item></kestrix_installers></SelfUpdateList>");
     try {
-      FindSelfUpdateEntry(list);
+      FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC");
       ADD_FAILURE() << name;
     } catch (MException& e) {
       EXPECT_EQ(ToStd(e.message),
@@ -67,7 +67,7 @@ TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
     MXMLItem list;
     Parse(list, xml);
     try {
-      FindSelfUpdateEntry(list);
+      FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC");
       ADD_FAILURE() << xml;
     } catch (MException& e) {
       EXPECT_EQ(ToStd(e.message),

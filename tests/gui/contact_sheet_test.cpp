@@ -1,6 +1,9 @@
 // Writes the contact sheet of "Neon": every part of every element, state sets
 // in all seven states, at scales 1.0 and 2.0, as one PNG among the build's
-// artefacts (artefacts/gui/neon-contact-sheet.png) for a person to look at.
+// artefacts (artefacts/gui/neon-contact-sheet.png) for a person to look at;
+// and the controls as PaintControl draws them, in every state, with values
+// across the range, at both scales and under a second MainColor
+// (artefacts/gui/neon-controls.png).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -96,6 +99,74 @@ TEST(ContactSheet, NeonInEveryStateAtBothScales) {
   }
   MFileStream out(MString(KESTRIX_BINARY_DIR "/artefacts/gui/neon-contact-sheet.png"),
                   MFileStream::kModeCreate);
+  sheet.SavePNG(out);
+}
+
+struct ControlRow {
+  const char* element;
+  int32_t width, height;  // design pixels
+  const char* caption;
+};
+
+constexpr ControlRow kControlRows[] = {
+    {"button", 84, 26, "Install"},  {"captionbutton", 20, 20, ""},  {"checkbox", 96, 20, "Tonvault"},
+    {"radiobutton", 96, 20, "VST3"}, {"controlcheckbox", 96, 20, "AAX"}, {"edit", 96, 24, "~/.vst3"},
+    {"value", 84, 24, "-6.0 dB"},    {"selector", 96, 24, "Kitvault"}, {"menu", 96, 22, "Repair"},
+    {"tracker", 96, 16, ""},         {"progressbar", 96, 12, ""},     {"hscrollbar", 96, 12, ""},
+    {"knob", 56, 64, "Drive"},       {"rotator", 40, 48, ""},         {"tabset", 84, 26, "Plug-ins"},
+    {"listcontrol", 84, 40, ""},     {"splitter", 84, 6, ""},         {"panel", 96, 56, "Add-ons"},
+};
+
+TEST(ContactSheet, NeonControlsInEveryStateWithValuesAcrossTheRange) {
+  const MControlState states[7] = {
+      MControlState::kNormal, MControlState::kFocused, MControlState::kHighlighted,
+      MControlState::kFocused | MControlState::kHighlighted, MControlState::kClicked,
+      MControlState::kClicked | MControlState::kHighlighted, MControlState::kDisabled};
+  struct Variant {
+    double scale;
+    bool recoloured;
+  };
+  const Variant variants[] = {{1.0, false}, {1.0, true}, {2.0, false}};
+  const int32_t gap = 8;
+  int32_t width = 0, height = gap;
+  for (const Variant& v : variants) {
+    for (const ControlRow& row : kControlRows) {
+      width = std::max<int32_t>(width, gap + 7 * static_cast<int32_t>((row.width + gap) * v.scale));
+      height += static_cast<int32_t>((row.height + gap) * v.scale);
+    }
+    height += 2 * gap;
+  }
+  MBitmap sheet(width, height);
+  MDrawerToMBitmap drawer(sheet);
+  int32_t y = gap;
+  for (const Variant& v : variants) {
+    MStyleSettings settings;
+    settings.resize = v.scale;
+    if (v.recoloured) {
+      settings.hasMainColor = true;
+      settings.mainColor = MColor::RGBA(0xF2, 0x8C, 0x28);
+    }
+    auto style = MTexturedStyles::LoadStyle(settings);
+    drawer.FillRectangle({0, y - gap, width - 1, height - 1},
+                         MBrush{style->GetColor(MStyleColor::kBackground), 1, MDrawingMode::kCopy});
+    for (const ControlRow& row : kControlRows) {
+      const int32_t w = style->ScaleX(row.width), h = style->ScaleY(row.height);
+      for (int i = 0; i < 7; ++i) {
+        MStyledControl control;
+        control.element = row.element;
+        control.rect = {gap + i * (w + style->ScaleX(gap)), y, gap + i * (w + style->ScaleX(gap)) + w - 1, y + h - 1};
+        control.state = states[i];
+        control.caption = MString::FromUTF8(row.caption);
+        control.checked = i % 2 == 1;
+        control.value = i / 6.0;
+        control.pageSize = 0.3;
+        style->PaintControl(drawer, control);
+      }
+      y += h + style->ScaleY(gap);
+    }
+    y += 2 * gap;
+  }
+  MFileStream out(MString(KESTRIX_BINARY_DIR "/artefacts/gui/neon-controls.png"), MFileStream::kModeCreate);
   sheet.SavePNG(out);
 }
 

@@ -57,6 +57,11 @@ TEST(DrawerEdges, NothingIsDrawnForRefusedSourcesEmptyClipsOrNoneMode) {
   MDrawerToMBitmap drawer(target);
   drawer.StretchBlt({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
   drawer.PatBlt({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltH({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltV({0, 0, 7, 7}, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.RotatedBlt({4, 4}, emptySource, {0, 0, 3, 3}, 1.0, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltArc({4, 4}, 1, 4, 0, 3, emptySource, {0, 0, 3, 3}, 255, MDrawingMode::kAlphaBlend);
+  drawer.StretchBltArc({4, 4}, 1, 4, 0, 3, white, {0, 0, 3, 3}, 255, MDrawingMode::kNone);
   drawer.StretchBlt({0, 0, 7, 7}, white, {0, 0, 3, 3}, 255, MDrawingMode::kNone);
   drawer.BitBlt({0, 0}, white, {0, 0, 3, 3}, 255, static_cast<MDrawingMode>(99));
   drawer.FillCircle(4, 4, 3, MBrush{MColor::RGBA(255, 0, 0), 1, MDrawingMode::kNone});
@@ -103,6 +108,25 @@ TEST(DrawerEdges, BlendedBlitRowEqualsThePerChannelFormula) {
     const int a = alphas[i];
     auto blend = [a](int sc, int dc) { return a == 255 ? sc : a == 0 ? dc : (sc * a + dc * (255 - a)) >> 8; };
     EXPECT_EQ(got, MColor::RGBA(blend(s.r, d.r), blend(s.g, d.g), blend(s.b, d.b), d.a)) << i;
+  }
+}
+
+TEST(DrawerEdges, WideRowsKeepTheDestinationAlphaAndStopAtTheEdges) {
+  // 37 pixels: whole registers, then a partial one; the pixels either side stay.
+  MBitmap target(41, 2), source(37, 1);
+  for (int i = 0; i < 41 * 2; ++i) target.Pixels()[i] = uint32_t(i * 3) << 24 | 0x123456u;
+  for (int i = 0; i < 37; ++i) source.Pixels()[i] = uint32_t(i * 7) << 24 | 0x80FF20u;
+  MBitmap before(41, 2);
+  before.CopyFrom(target);
+  MDrawerToMBitmap drawer(target);
+  drawer.FillRectangle({2, 0, 38, 0}, MBrush{MColor::RGBA(9, 8, 7)});
+  drawer.BitBlt({2, 1}, source, {0, 0, 36, 0}, 255, MDrawingMode::kAlphaBlend);
+  for (int x = 0; x < 41; ++x) {
+    const bool inside = x >= 2 && x <= 38;
+    const uint32_t was = before.Pixels()[x], under = before.Pixels()[41 + x];
+    EXPECT_EQ(target.Pixels()[x], inside ? (was & 0xFF000000u) | 0x090807u : was) << x;
+    if (!inside) EXPECT_EQ(target.Pixels()[41 + x], under) << x;
+    else EXPECT_EQ(target.Pixels()[41 + x] >> 24, under >> 24) << x;
   }
 }
 

@@ -5,14 +5,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
 
 #include "app/main_routine.h"
+#include "demo_run_fixture.h"
 #include "foundation/files/path_text.h"
 #include "foundation/xml/xml_item.h"
-#include "support/nginx_server.h"
-#include "tool_process.h"
 
 namespace kx {
 namespace {
@@ -21,26 +19,8 @@ namespace fs = std::filesystem;
 using testing::RunTool;
 using testing::ToolResult;
 
-const char* const kBinary = KESTRIX_BINARY_DIR "/src/app/kestrix";
-const char* const kPack = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
-
-class AddonRunTest : public ::testing::Test {
+class AddonRunTest : public testing::DemoRunTest {
  protected:
-  void SetUp() override {
-    if (!MNginxServer::IsInstalled()) GTEST_SKIP() << "nginx is not installed";
-    server_ = std::make_unique<MNginxServer>();
-    ASSERT_TRUE(server_->IsRunning());
-    const std::string host = "127.0.0.1:" + std::to_string(server_->Port());
-    ToolResult build = RunTool("/bin/bash",
-                               {KESTRIX_SOURCE_DIR "/scripts/build-demo-server",
-                                server_->DocumentRoot().string(), "--tools",
-                                KESTRIX_BINARY_DIR "/tools", "--server", host},
-                               sandbox.Root());
-    ASSERT_EQ(build.exitCode, 0) << build.output << build.errorOutput;
-    setenv("KESTRIX_SERVER", host.c_str(), 1);
-  }
-  void TearDown() override { unsetenv("KESTRIX_SERVER"); }
-
   fs::path Served(const std::string& name) const {
     return server_->DocumentRoot() / "download" / "Addons" / name;
   }
@@ -54,10 +34,6 @@ class AddonRunTest : public ::testing::Test {
     RunTool("/bin/bash", {"-c", command}, sandbox.Root());
     return ReadFileBytes(file);
   }
-  std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
-
-  MTestSandbox sandbox;
-  std::unique_ptr<MNginxServer> server_;
 };
 
 TEST_F(AddonRunTest, QueuedAddonsAreFetchedInstalledAndRemovedByTheirRecords) {
@@ -65,8 +41,7 @@ TEST_F(AddonRunTest, QueuedAddonsAreFetchedInstalledAndRemovedByTheirRecords) {
   std::ofstream(sandbox.KestrixDataFolder() / "Settings.xml")
       << "<KestrixAddonsSettings><item name=\"Tonvault Strings Essentials\" Download=\"1\"/>"
          "<item name=\"Kitvault Dusty Kits\" Download=\"1\"/></KestrixAddonsSettings>";
-  ToolResult run = RunTool(kBinary, {"/silent"}, sandbox.Root());
-  ASSERT_EQ(run.exitCode, kExitNormal) << Log();
+  ASSERT_EQ(Run({"/silent"}), kExitNormal) << Log();
 
   const fs::path documents = sandbox.Home() / "Documents" / "Vorlund";
   const fs::path samples = documents / "Tonvault Samples" / "Strings Essentials";
@@ -92,10 +67,7 @@ TEST_F(AddonRunTest, QueuedAddonsAreFetchedInstalledAndRemovedByTheirRecords) {
 
   // Removal by record: only the listed files and the folders left empty go.
   std::ofstream(samples / "mine.wav") << "the user's";
-  ToolResult removal = RunTool(kPack,
-                               {"addon-uninstall", "Tonvault Strings Essentials", "Kitvault Dusty Kits",
-                                "--quiet"},
-                               sandbox.Root());
+  ToolResult removal = Pack({"addon-uninstall", "Tonvault Strings Essentials", "Kitvault Dusty Kits", "--quiet"});
   ASSERT_EQ(removal.exitCode, 0) << removal.errorOutput;
   EXPECT_FALSE(fs::exists(samples / "Bowed A3.wav"));
   EXPECT_TRUE(fs::exists(samples / "mine.wav"));

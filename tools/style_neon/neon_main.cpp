@@ -177,6 +177,12 @@ void BuildNeon(StyleBuilder& style) {
   colors.SetAttribute("focusedalpha", 255);
   colors.SetAttribute("highlightedalpha", 255);
   colors.SetAttribute("clickedalpha", 255);
+  // Under another MainColor the teal accents turn, the grey surfaces stay.
+  colors.SetAttribute("changecolortomain", 1);
+  colors.SetAttribute("changerectcolortomain", 1);
+  colors.SetAttribute("colorizationalgorithm", 0);
+  colors.SetAttribute("colorizewithsaturation", 255);
+  colors.SetAttribute("colorizewithbrightness", 160);
 
   MXMLItem& metrics = style.Section("metrics");
   metrics.SetAttribute("XSpaceInMContent", 6);

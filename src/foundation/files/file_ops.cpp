@@ -195,6 +195,16 @@ void MFile::RemoveDirectory(const MString& path) {
     ThrowWithSystemText(MFormat("Could not remove directory \"{0}\".").Add(path), error);
 }
 
+bool MFile::IsLink(const MString& path) {
+  platform::FileStatus status;
+  return platform::GetFileStatus(ToSystem(path), false, status) == 0 && status.isLink;
+}
+
+void MFile::MakeExecutable(const MString& path) {
+  if (int error = platform::AddExecutePermission(ToSystem(path)))
+    ThrowWithSystemText(MFormat("Could not make file \"{0}\" executable.").Add(path), error);
+}
+
 void MFile::RemoveTree(const MString& path) {
   // A link to a folder goes as a link: what it points at is not ours to empty.
   platform::FileStatus self;

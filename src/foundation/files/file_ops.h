@@ -27,6 +27,8 @@ class MFile {
   static bool Exists(const MString& path);
   static bool IsDirectory(const MString& path);
   static bool IsFile(const MString& path);
+  // The entry itself is a symbolic link (not followed).
+  static bool IsLink(const MString& path);
   // A drive root ("x:" on other systems): on Linux any directory, "/" above all.
   static bool ExistsDrive(const MString& root);
   // The directory holds a file "setup.state".
@@ -66,6 +68,9 @@ class MFile {
   static void RemoveDirectory(const MString& path);
   // The directory with everything in it. Links are removed, never followed.
   static void RemoveTree(const MString& path);
+  // Lets the file be started as a program (a downloaded setup): "Could not make
+  // file \"{0}\" executable. <text>".
+  static void MakeExecutable(const MString& path);
 
   // --- whole files
   // Appends the file's bytes to `target` at its position.

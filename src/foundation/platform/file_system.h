@@ -63,6 +63,9 @@ int ReadDirectory(const std::string& path, std::vector<DirectoryEntry>& entries)
 
 // A regular file that the process may execute.
 bool IsExecutableFile(const std::string& path);
+// Adds the execute permission wherever the read permission stands (user, group,
+// others), as a downloaded program needs before it can be started.
+int AddExecutePermission(const std::string& path);
 
 // The error number of "File exists", for a target that must not be replaced.
 int FileExistsError();

@@ -110,6 +110,13 @@ int ReadDirectory(const std::string& path, std::vector<DirectoryEntry>& entries)
   return error;
 }
 
+int AddExecutePermission(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return errno;
+  const mode_t readable = info.st_mode & (S_IRUSR | S_IRGRP | S_IROTH);
+  return ::chmod(path.c_str(), info.st_mode | (readable >> 2)) == 0 ? 0 : errno;
+}
+
 bool IsExecutableFile(const std::string& path) {
   struct stat info {};
   return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&

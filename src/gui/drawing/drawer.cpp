@@ -6,9 +6,22 @@
 #include "foundation/core/exception.h"
 #include "media/bitmap/alpha_mask.h"
 #include "media/bitmap/bitmap.h"
+#include "gui/styles/styles.h"
 #include "media/fonts/font.h"
 
 namespace kx {
+
+MStyles& MDrawer::Style() const {
+  if (!style_) throw MException(MString("Style resources have not been loaded."));
+  return *style_;
+}
+
+MFont& MDrawer::GetFont(int32_t index) { return Style().GetFont(index); }
+MColor MDrawer::GetColor(MStyleColor index) { return Style().GetColor(index); }
+MColor MDrawer::TransformColor(MColor color) { return style_ ? style_->TransformColor(color) : color; }
+int32_t MDrawer::GetMetric(int32_t index) { return Style().GetMetric(index); }
+int32_t MDrawer::ScaleX(double v) { return Style().ScaleX(v); }
+int32_t MDrawer::ScaleY(double v) { return Style().ScaleY(v); }
 
 void MDrawer::StretchBltF(double left, double top, double right, double bottom,
                           const MBitmap& source, const MRect& sourceRect, uint8_t alpha,

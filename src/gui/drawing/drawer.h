@@ -14,6 +14,8 @@ namespace kx {
 class MBitmap;
 class MAlphaMask;
 class MFont;
+class MStyles;
+enum class MStyleColor : uint8_t;
 
 // Text alignment flags: bits 0-1 horizontal, bits 2-3 vertical, bit 4 one line.
 enum MTextFlags : uint32_t {
@@ -33,6 +35,17 @@ class MDrawer {
   virtual int32_t GetWidth() const = 0;
   virtual int32_t GetHeight() const = 0;
 
+  // The style of the drawer's window; the queries below forward to it and
+  // throw "Style resources have not been loaded." without one.
+  void SetStyle(MStyles* style) { style_ = style; }
+  MStyles* GetStyle() const { return style_; }
+  virtual MFont& GetFont(int32_t index);
+  virtual MColor GetColor(MStyleColor index);
+  virtual MColor TransformColor(MColor color);
+  virtual int32_t GetMetric(int32_t index);
+  virtual int32_t ScaleX(double v);
+  virtual int32_t ScaleY(double v);
+
   virtual MRect GetClip() const = 0;
   virtual void SetClip(const MRect& clip) = 0;
 
@@ -51,6 +64,24 @@ class MDrawer {
                    const MRect& sourceRect, uint8_t alpha, MDrawingMode mode);
   void BitBlt(const MBitmap& source, MPoint dest, uint8_t alpha = 255,
               MDrawingMode mode = MDrawingMode::kAlphaBlend);
+  // Stretch along one axis: StretchBltH fits the source's width to destRect's
+  // and takes its rows one to one from the top (as many as both have);
+  // StretchBltV the same turned.
+  virtual void StretchBltH(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
+                           uint8_t alpha, MDrawingMode mode) = 0;
+  virtual void StretchBltV(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
+                           uint8_t alpha, MDrawingMode mode) = 0;
+  // sourceRect turned by `angle` (radians, clockwise on screen) about its
+  // middle, which lands on `centre`.
+  virtual void RotatedBlt(MPointF centre, const MBitmap& source, const MRect& sourceRect,
+                          double angle, uint8_t alpha, MDrawingMode mode) = 0;
+  // sourceRect bent into a ring around `centre`: its columns run along the
+  // arc from startAngle to endAngle (radians, clockwise from twelve o'clock),
+  // its top row on the outer radius and its bottom row on the inner one.
+  // Knobs draw their value arcs with it.
+  virtual void StretchBltArc(MPointF centre, double innerRadius, double outerRadius,
+                             double startAngle, double endAngle, const MBitmap& source,
+                             const MRect& sourceRect, uint8_t alpha, MDrawingMode mode) = 0;
 
   // Lays `text` out in `rect` line by line with the glyphs of `font`, each
   // glyph through AlphaMask.
@@ -82,6 +113,11 @@ class MDrawer {
                                             const int32_t* maximums, int32_t count,
                                             const MBrush& brush) = 0;
   virtual void SetPixel(int32_t x, int32_t y, MColor color) = 0;
+
+ private:
+  MStyles& Style() const;
+
+  MStyles* style_ = nullptr;
 };
 
 }  // namespace kx

@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 #include "foundation/core/exception.h"
+#include "gui/drawing/blend_rows.h"
 #include "gui/drawing/drawer_to_bitmap.h"
 #include "gui/drawing/pixel_modes.h"
 #include "media/bitmap/alpha_mask.h"
@@ -17,55 +14,10 @@ namespace kx {
 
 using pixel::Fold;
 using pixel::Mix;
+using pixel::AlphaBlendRow;
+using pixel::WithModeAndAlpha;
 
 namespace {
-
-// AlphaBlend of a row by its source alpha, written without branches so that
-// the compiler can work on several pixels at once; equal to Mix<kAlphaBlend>.
-void AlphaBlendRow(uint32_t* d, const uint32_t* s, int32_t n) {
-  int32_t i = 0;
-#if defined(__SSE2__)
-  // Four pixels at a time in 16-bit lanes: s * a + d * (a ^ 255) stays below 2^16.
-  const __m128i zero = _mm_setzero_si128(), all = _mm_set1_epi16(255);
-  const __m128i full = _mm_set1_epi32(255), alphaBits = _mm_set1_epi32(static_cast<int>(0xFF000000u));
-  for (; i + 4 <= n; i += 4) {
-    const __m128i sv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
-    const __m128i dv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + i));
-    const __m128i a32 = _mm_srli_epi32(sv, 24);
-    const __m128i a16 = _mm_or_si128(a32, _mm_slli_epi32(a32, 16));
-    const __m128i aLo = _mm_unpacklo_epi32(a16, a16), aHi = _mm_unpackhi_epi32(a16, a16);
-    const __m128i lo = _mm_srli_epi16(
-        _mm_add_epi16(_mm_mullo_epi16(_mm_unpacklo_epi8(sv, zero), aLo),
-                      _mm_mullo_epi16(_mm_unpacklo_epi8(dv, zero), _mm_xor_si128(aLo, all))), 8);
-    const __m128i hi = _mm_srli_epi16(
-        _mm_add_epi16(_mm_mullo_epi16(_mm_unpackhi_epi8(sv, zero), aHi),
-                      _mm_mullo_epi16(_mm_unpackhi_epi8(dv, zero), _mm_xor_si128(aHi, all))), 8);
-    __m128i out = _mm_packus_epi16(lo, hi);
-    const __m128i opaque = _mm_cmpeq_epi32(a32, full), clear = _mm_cmpeq_epi32(a32, zero);
-    out = _mm_or_si128(_mm_andnot_si128(opaque, out), _mm_and_si128(opaque, sv));
-    out = _mm_or_si128(_mm_andnot_si128(clear, out), _mm_and_si128(clear, dv));
-    out = _mm_or_si128(_mm_andnot_si128(alphaBits, out), _mm_and_si128(alphaBits, dv));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), out);
-  }
-#endif
-  for (; i < n; ++i) {
-    const uint32_t sv = s[i], dv = d[i];
-    const uint32_t a = sv >> 24, ia = a ^ 255;
-    const uint32_t rb = (((sv & 0x00FF00FFu) * a + (dv & 0x00FF00FFu) * ia) >> 8) & 0x00FF00FFu;
-    const uint32_t g = (((sv & 0x0000FF00u) * a + (dv & 0x0000FF00u) * ia) >> 8) & 0x0000FF00u;
-    const uint32_t colour = a == 255 ? (sv & 0x00FFFFFFu) : a == 0 ? (dv & 0x00FFFFFFu) : (rb | g);
-    d[i] = (dv & 0xFF000000u) | colour;
-  }
-}
-
-// Calls body(tag, constantAlpha) with both chosen at compile time.
-template <typename Body>
-void WithModeAndAlpha(MDrawingMode mode, uint8_t alpha, Body&& body) {
-  pixel::WithMode(mode, [&](auto tag) {
-    if (alpha == 255) body(tag, std::false_type{});
-    else body(tag, std::true_type{});
-  });
-}
 
 MRect SourceBounds(const MBitmap& source, const MRect& sourceRect) {
   return sourceRect.Intersect(MRect{0, 0, source.Width() - 1, source.Height() - 1});
@@ -156,6 +108,67 @@ void MDrawerToMBitmap::PatBlt(const MRect& destRect, const MBitmap& source,
   });
 }
 
+namespace {
+
+// Source sample of each destination index under a stretch of `sourceLength`
+// pixels from `sourceStart` over `destLength` pixels: the pixel under each
+// destination pixel's centre. Indices run from `first` to `last` of the
+// destination, counted from its start.
+std::vector<int32_t> SampleTable(int32_t sourceStart, int64_t sourceLength, int64_t destLength,
+                                 int32_t first, int32_t last) {
+  std::vector<int32_t> table(last - first + 1);
+  for (int32_t i = first; i <= last; ++i) {
+    table[i - first] = static_cast<int32_t>(sourceStart + (2 * int64_t{i} + 1) * sourceLength / (2 * destLength));
+  }
+  return table;
+}
+
+// Blends over each pixel of `d` the source pixel of row rows[y - d.top] and
+// column columns[x - d.left]; a null `columns` reads the source row in order
+// from `firstColumn`.
+void BlitMapped(MBitmap& target, const MRect& d, const MBitmap& source, const int32_t* rows,
+                const int32_t* columns, int32_t firstColumn, uint8_t alpha, MDrawingMode mode) {
+  const int32_t width = d.Width();
+  WithModeAndAlpha(mode, alpha, [&](auto tag, auto constantAlpha) {
+    constexpr MDrawingMode M = decltype(tag)::value;
+    constexpr bool kConstant = decltype(constantAlpha)::value;
+    if constexpr (M == MDrawingMode::kAlphaBlend && !kConstant) {
+      // Each source row is gathered once into a scratch row, which every
+      // destination row it lands on blends with the wide row routine.
+      std::vector<uint32_t> sampled(columns ? width : 0);
+      int32_t sampledRow = -1;
+      for (int32_t y = d.top; y <= d.bottom; ++y) {
+        const uint32_t* row = source.Pixels() + static_cast<int64_t>(rows[y - d.top]) * source.Stride();
+        uint32_t* out = reinterpret_cast<uint32_t*>(target.Row(y)) + d.left;
+        if (!columns) {
+          AlphaBlendRow(out, row + firstColumn, width);
+          continue;
+        }
+        if (rows[y - d.top] != sampledRow) {
+          for (int32_t i = 0; i < width; ++i) sampled[i] = row[columns[i]];
+          sampledRow = rows[y - d.top];
+        }
+        AlphaBlendRow(out, sampled.data(), width);
+      }
+      return;
+    }
+    for (int32_t y = d.top; y <= d.bottom; ++y) {
+      const uint8_t* row = source.Row(rows[y - d.top]);
+      uint8_t* p = target.Row(y) + static_cast<int64_t>(d.left) * 4;
+      if (!columns) {
+        const uint8_t* s = row + static_cast<int64_t>(firstColumn) * 4;
+        for (int32_t i = 0; i < width; ++i, p += 4, s += 4) pixel::BlitPixel<M, kConstant>(p, s, alpha);
+      } else {
+        for (int32_t i = 0; i < width; ++i, p += 4) {
+          pixel::BlitPixel<M, kConstant>(p, row + static_cast<int64_t>(columns[i]) * 4, alpha);
+        }
+      }
+    }
+  });
+}
+
+}  // namespace
+
 void MDrawerToMBitmap::StretchBlt(const MRect& destRect, const MBitmap& source,
                                   const MRect& sourceRect, uint8_t alpha, MDrawingMode mode) {
   Guarded("MDrawerToMBitmap::StretchBlt", [&] {
@@ -163,42 +176,47 @@ void MDrawerToMBitmap::StretchBlt(const MRect& destRect, const MBitmap& source,
     const MRect src = SourceBounds(source, sourceRect);
     const MRect d = destRect.Intersect(clip_);
     if (src.IsEmpty() || d.IsEmpty()) return;
-    // The source pixel under each destination pixel's centre, per column and row.
-    const int64_t sw = src.Width(), sh = src.Height();
-    const int64_t dw = destRect.Width(), dh = destRect.Height();
-    std::vector<int32_t> columns(d.Width());
-    for (int32_t x = d.left; x <= d.right; ++x) {
-      columns[x - d.left] = static_cast<int32_t>(src.left + (2 * (x - destRect.left) + 1) * sw / (2 * dw)) * 4;
-    }
-    WithModeAndAlpha(mode, alpha, [&](auto tag, auto constantAlpha) {
-      constexpr MDrawingMode M = decltype(tag)::value;
-      if constexpr (M == MDrawingMode::kAlphaBlend && !decltype(constantAlpha)::value) {
-        // Each source row is sampled once into a scratch row, which every
-        // destination row it lands on blends with the wide row routine.
-        std::vector<uint32_t> sampled(d.Width());
-        int32_t sampledRow = -1;
-        for (int32_t y = d.top; y <= d.bottom; ++y) {
-          const auto sy = static_cast<int32_t>(src.top + (2 * (y - destRect.top) + 1) * sh / (2 * dh));
-          if (sy != sampledRow) {
-            const uint32_t* row = source.Pixels() + static_cast<int64_t>(sy) * source.Stride();
-            for (int32_t i = 0; i < d.Width(); ++i) sampled[i] = row[columns[i] / 4];
-            sampledRow = sy;
-          }
-          AlphaBlendRow(reinterpret_cast<uint32_t*>(PixelAt(d.left, y)), sampled.data(), d.Width());
-        }
-        return;
-      }
-      for (int32_t y = d.top; y <= d.bottom; ++y) {
-        const uint8_t* row = source.Row(static_cast<int32_t>(src.top + (2 * (y - destRect.top) + 1) * sh / (2 * dh)));
-        uint8_t* p = PixelAt(d.left, y);
-        for (int32_t i = 0; i < d.Width(); ++i, p += 4) {
-          const uint8_t* s = row + columns[i];
-          int a = s[3];
-          if constexpr (decltype(constantAlpha)::value) a = Fold(a, alpha);
-          Mix<M>(p, s, a);
-        }
-      }
-    });
+    const auto columns = SampleTable(src.left, src.Width(), destRect.Width(), d.left - destRect.left,
+                                     d.right - destRect.left);
+    const auto rows = SampleTable(src.top, src.Height(), destRect.Height(), d.top - destRect.top,
+                                  d.bottom - destRect.top);
+    BlitMapped(target_, d, source, rows.data(), columns.data(), 0, alpha, mode);
+  });
+}
+
+void MDrawerToMBitmap::StretchBltH(const MRect& destRect, const MBitmap& source,
+                                   const MRect& sourceRect, uint8_t alpha, MDrawingMode mode) {
+  Guarded("MDrawerToMBitmap::StretchBltH", [&] {
+    if (!PrepareBitmap(source) || target_.IsEmpty() || destRect.IsEmpty()) return;
+    const MRect src = SourceBounds(source, sourceRect);
+    if (src.IsEmpty()) return;
+    // Rows one to one from the top, no more than the source has.
+    const MRect d = MRect{destRect.left, destRect.top, destRect.right,
+                          std::min(destRect.bottom, destRect.top + src.Height() - 1)}
+                        .Intersect(clip_);
+    if (d.IsEmpty()) return;
+    const auto columns = SampleTable(src.left, src.Width(), destRect.Width(), d.left - destRect.left,
+                                     d.right - destRect.left);
+    std::vector<int32_t> rows(d.Height());
+    for (int32_t y = d.top; y <= d.bottom; ++y) rows[y - d.top] = src.top + (y - destRect.top);
+    BlitMapped(target_, d, source, rows.data(), columns.data(), 0, alpha, mode);
+  });
+}
+
+void MDrawerToMBitmap::StretchBltV(const MRect& destRect, const MBitmap& source,
+                                   const MRect& sourceRect, uint8_t alpha, MDrawingMode mode) {
+  Guarded("MDrawerToMBitmap::StretchBltV", [&] {
+    if (!PrepareBitmap(source) || target_.IsEmpty() || destRect.IsEmpty()) return;
+    const MRect src = SourceBounds(source, sourceRect);
+    if (src.IsEmpty()) return;
+    // Columns one to one from the left, no more than the source has.
+    const MRect d = MRect{destRect.left, destRect.top,
+                          std::min(destRect.right, destRect.left + src.Width() - 1), destRect.bottom}
+                        .Intersect(clip_);
+    if (d.IsEmpty()) return;
+    const auto rows = SampleTable(src.top, src.Height(), destRect.Height(), d.top - destRect.top,
+                                  d.bottom - destRect.top);
+    BlitMapped(target_, d, source, rows.data(), nullptr, src.left + (d.left - destRect.left), alpha, mode);
   });
 }
 

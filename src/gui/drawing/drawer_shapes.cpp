@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/core/exception.h"
+#include "gui/drawing/blend_rows.h"
 #include "gui/drawing/coverage_raster.h"
 #include "gui/drawing/drawer_to_bitmap.h"
 #include "gui/drawing/pixel_modes.h"
@@ -174,11 +175,9 @@ void MDrawerToMBitmap::FillRectangle(const MRect& rect, const MBrush& brush) {
           for (int32_t y = r.top; y <= r.bottom; ++y) {
             uint32_t* p = reinterpret_cast<uint32_t*>(PixelAt(r.left, y));
             if constexpr (M == MDrawingMode::kCopy) {
-              std::fill_n(p, r.Width(), value);
+              pixel::FillRow(p, value, r.Width());
             } else {
-              // The destination keeps its alpha.
-              const uint32_t colour = value & 0x00FFFFFFu;
-              for (int32_t i = 0; i < r.Width(); ++i) p[i] = (p[i] & 0xFF000000u) | colour;
+              pixel::OpaqueColourRow(p, value, r.Width());  // the destination keeps its alpha
             }
           }
           return;

@@ -30,6 +30,15 @@ class MDrawerToMBitmap : public MDrawer {
                  MDrawingMode mode) override;
   void StretchBlt(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
                   uint8_t alpha, MDrawingMode mode) override;
+  void StretchBltH(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
+                   uint8_t alpha, MDrawingMode mode) override;
+  void StretchBltV(const MRect& destRect, const MBitmap& source, const MRect& sourceRect,
+                   uint8_t alpha, MDrawingMode mode) override;
+  void RotatedBlt(MPointF centre, const MBitmap& source, const MRect& sourceRect, double angle,
+                  uint8_t alpha, MDrawingMode mode) override;
+  void StretchBltArc(MPointF centre, double innerRadius, double outerRadius, double startAngle,
+                     double endAngle, const MBitmap& source, const MRect& sourceRect,
+                     uint8_t alpha, MDrawingMode mode) override;
 
   void LineTo(int32_t x, int32_t y, const MBrush& brush) override;
   void Line(int32_t x0, int32_t y0, int32_t x1, int32_t y1, const MBrush& brush) override;

@@ -49,8 +49,10 @@ void MStyleImage::ReadFields(const MXMLItem& item) {
   if (item.FindAttribute("op")) mode_ = DrawingModeFromName(StyleText(item, "op").ToUTF8String().c_str());
 }
 
-void MStyleImage::Paint(MDrawer& drawer, const MRect& rect, double scale, uint8_t alpha) const {
+void MStyleImage::Paint(MDrawer& drawer, const MRect& rect, double scale, uint8_t alpha,
+                        MDrawingMode mode) const {
   if (bitmap_.IsEmpty() || rect.IsEmpty()) return;
+  if (mode == MDrawingMode::kNone) mode = mode_;
   const int32_t sw = bitmap_.Width(), sh = bitmap_.Height();
   // Corners in source and device pixels, never more than half of either side.
   int32_t sx = std::min(hCorner_ * oversampling_, (sw - 1) / 2);
@@ -71,9 +73,9 @@ void MStyleImage::Paint(MDrawer& drawer, const MRect& rect, double scale, uint8_
       MStyleFill how = centre ? fill_ : side ? (row == 1 ? vFill_ : hFill_) : MStyleFill::kStretch;
       if (how == MStyleFill::kDisabled) continue;
       if (how == MStyleFill::kStretch || oversampling_ != 1 || scale != 1.0) {
-        drawer.StretchBlt(dest, bitmap_, src, alpha, mode_);
+        drawer.StretchBlt(dest, bitmap_, src, alpha, mode);
       } else {
-        drawer.PatBlt(dest, bitmap_, src, alpha, mode_);
+        drawer.PatBlt(dest, bitmap_, src, alpha, mode);
       }
     }
   }

@@ -32,10 +32,14 @@ class MStyleImage {
   int32_t DesignHeight() const { return bitmap_.Height() / oversampling_; }
   int32_t MinWidth() const { return minWidth_; }
   int32_t MinHeight() const { return minHeight_; }
+  int32_t HCorner() const { return hCorner_; }
+  int32_t VCorner() const { return vCorner_; }
 
   // Paints into `rect`; `scale` turns design pixels into device pixels (the
-  // fixed corners keep their design size times the scale).
-  void Paint(MDrawer& drawer, const MRect& rect, double scale, uint8_t alpha) const;
+  // fixed corners keep their design size times the scale). `mode` None means
+  // the image's own `op`.
+  void Paint(MDrawer& drawer, const MRect& rect, double scale, uint8_t alpha,
+             MDrawingMode mode = MDrawingMode::kNone) const;
 
  private:
   MBitmap bitmap_;

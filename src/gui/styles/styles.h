@@ -39,7 +39,25 @@ struct MStyleSettings {
 
   // The keys of a settings item; a Resize below 0.1 resets to 1.0.
   void Read(const MXMLItem& item);
+  // All keys into `item`; MainColor only when one is chosen.
+  void Write(MXMLItem& item) const;
 };
+
+// What a control gives its style to be painted and measured; the controls
+// fill it from their own state.
+struct MStyledControl {
+  const char* element = "button";  // the style element that draws it
+  MRect rect;                      // device pixels
+  MControlState state = MControlState::kNormal;
+  MString caption;                 // its text, if any
+  int32_t fontIndex = 0;
+  bool checked = false;            // check boxes, radio buttons, toggles, the current tab
+  double value = 0;                // 0 to 1: trackers, progress bars, knobs, scroll bars
+  double pageSize = 0.2;           // scroll bars: the visible share, 0 to 1
+  const char* container = "";      // "control", "display" or "editor" around a knob
+};
+
+enum class MAxis : uint8_t { kHorizontal, kVertical };
 
 // Indices of GetColor.
 enum class MStyleColor : uint8_t {
@@ -61,6 +79,24 @@ class MStyles {
   // into `rect`; false when the style has no such element or part.
   virtual bool PaintElement(MDrawer& drawer, const char* element, const char* part,
                             const MRect& rect, MControlState state) = 0;
+  // A colour through the window's colouring (MainColor).
+  virtual MColor TransformColor(MColor color) const = 0;
+
+  // The whole control: its element's images by state and value, then its
+  // content. A control type the style has no element for is drawn as a
+  // generated rectangle.
+  virtual void PaintControl(MDrawer& drawer, const MStyledControl& control) = 0;
+  // The caption inside the chrome; a clicked control's content moves by the
+  // element's content offset.
+  virtual void PaintContent(MDrawer& drawer, const MStyledControl& control) = 0;
+  // The chrome on each side (left, top, right, bottom), device pixels.
+  virtual MRect GetBorders(const MStyledControl& control) const = 0;
+  // The room left for content in `size` along `axis`, and its reverse: the
+  // control's size for content of `contentSize`, no less than its element's
+  // minimum.
+  virtual int32_t ComputeContentSize(const MStyledControl& control, MAxis axis, int32_t size) const = 0;
+  virtual int32_t ComputeControlSize(const MStyledControl& control, MAxis axis,
+                                     int32_t contentSize) const = 0;
 };
 
 }  // namespace kx

@@ -46,6 +46,7 @@ void MTexturedStyle::Load(std::unique_ptr<MResourceLibrary> owned, const MStyleS
   library_ = std::move(owned);
   MResourceLibrary& library = *library_;
   MXMLItem& root = library.GetDefinition();
+  settings_ = settings;
   scale_ = settings.resize;
   if (MXMLItem* colors = root.FindSubItem("colors")) ReadColors(*colors, settings);
   for (int i = 0; i < kStyleMetricCount; ++i) metrics_[i] = kStyleMetrics[i].defaultValue;
@@ -61,6 +62,7 @@ void MTexturedStyle::Load(std::unique_ptr<MResourceLibrary> owned, const MStyleS
     else if (kStyleMetrics[i].kind == 2) metrics_[i] = ScaleY(metrics_[i]);
   }
   if (MXMLItem* elements = root.FindSubItem("elements")) ReadElements(library, *elements);
+  Colorize();
   ReadFonts(library, root.FindSubItem("fonts"));
 }
 
@@ -69,7 +71,18 @@ void MTexturedStyle::ReadColors(const MXMLItem& colors, const MStyleSettings& se
     MColor c;
     if (ParseColor(StyleText(colors, kColorNames[i]), c)) colors_[i] = c;
   }
-  if (settings.hasMainColor) colors_[static_cast<int>(MStyleColor::kMain)] = settings.mainColor;
+  colorization_.Read(colors);
+  const int main = static_cast<int>(MStyleColor::kMain);
+  styleMain_ = colors_[main];
+  if (settings.hasMainColor) {
+    colors_[main] = settings.mainColor;
+    // The accent colours beside the main one follow it.
+    for (int i = 5; i < kStyleColorCount; ++i) {
+      if (i != main && colorization_.changeColorToMain) {
+        colors_[i] = ColorizeColor(colors_[i], styleMain_, settings.mainColor, colorization_);
+      }
+    }
+  }
   if (settings.invertColors) {
     for (int i = 0; i < 5; ++i) {
       colors_[i] = MColor::RGBA(255 - colors_[i].r, 255 - colors_[i].g, 255 - colors_[i].b, colors_[i].a);
@@ -120,8 +133,11 @@ void MTexturedStyle::ReadFonts(MResourceLibrary& library, const MXMLItem* fonts)
 void MTexturedStyle::ReadElements(MResourceLibrary& library, const MXMLItem& elements) {
   for (MXMLItem* item = elements.firstSubItem; item; item = item->next) {
     MStyleElement& element = elements_[item->GetName().ToUTF8String()];
-    element.borderX = StyleInt(*item, "borderx", 0);
-    element.borderY = StyleInt(*item, "bordery", 0);
+    element.borderX = StyleInt(*item, "borderx", -1);
+    element.borderY = StyleInt(*item, "bordery", -1);
+    for (const char* key : {"captionheight", "captionfont", "baseangle", "enablepointer", "colorize", "enabled"}) {
+      if (item->FindAttribute(key)) element.numbers[key] = StyleInt(*item, key, 0);
+    }
     element.contentOffsetX = StyleInt(*item, "contentoffsetx", 0);
     element.contentOffsetY = StyleInt(*item, "contentoffsety", 0);
     auto loadPart = [&](const char* part) {
@@ -141,6 +157,23 @@ void MTexturedStyle::ReadElements(MResourceLibrary& library, const MXMLItem& ele
     }
     for (const char* part : kNamedParts) loadPart(part);
   }
+}
+
+void MTexturedStyle::Colorize() {
+  if (!settings_.hasMainColor || !colorization_.changeColorToMain || settings_.mainColor == styleMain_) return;
+  for (auto& [name, element] : elements_) {
+    if (element.Number("colorize", 1) == 0) continue;
+    for (auto& [part, image] : element.parts) {
+      MBitmap recoloured;
+      ColorizeBitmap(image.Bitmap(), styleMain_, settings_.mainColor, colorization_, recoloured);
+      image.SetBitmap(std::move(recoloured));
+    }
+  }
+}
+
+MColor MTexturedStyle::TransformColor(MColor color) const {
+  if (!settings_.hasMainColor || !colorization_.changeColorToMain) return color;
+  return ColorizeColor(color, styleMain_, settings_.mainColor, colorization_);
 }
 
 const MStyleElement* MTexturedStyle::FindElement(const std::string& name) const {
