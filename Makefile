@@ -5,6 +5,8 @@
 #   make demo   build the demo catalogue into a server tree, serve it with nginx on
 #               127.0.0.1 and run the program against it in a sandboxed HOME
 #   make tsan   build with ThreadSanitizer, run the thread, task and event tests
+#   make package  release build, then the .deb and the per-user setup file
+#               Kestrix_<version>_setup.run in build/release/packages
 JOBS ?= $(shell nproc)
 TEST_DIR := build/test
 BENCH_DIR := build/release
@@ -13,7 +15,7 @@ TSAN_DIR := build/tsan
 # of add-on extraction, which hash, write or decompress on helper threads (suite.case).
 TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload|AddonInstall|Walk)Test\.
 
-.PHONY: all deps test tsan tsan-run bench demo fuzz-smoke clean format
+.PHONY: all deps test tsan tsan-run bench demo package fuzz-smoke clean format
 
 all: $(TEST_DIR)/build.ninja
 	cmake --build $(TEST_DIR) -j $(JOBS)
@@ -53,6 +55,11 @@ demo: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack kestrix-tree
 	scripts/demo $(BENCH_DIR)/src/app/kestrix
+
+package: deps
+	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kx_packages
+	@ls -l $(BENCH_DIR)/packages/*.deb $(BENCH_DIR)/packages/*_setup.run
 
 fuzz-smoke:
 	scripts/install-deps --fuzz
