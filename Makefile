@@ -53,7 +53,7 @@ bench:
 
 demo: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
-	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack kestrix-tree
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack kestrix-tree kx_packages
 	scripts/demo $(BENCH_DIR)/src/app/kestrix
 
 package: deps
