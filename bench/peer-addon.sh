@@ -5,7 +5,7 @@
 # The line "ratio: ours/peer = X" divides wall times (below 1: ours is faster).
 #
 #   bench/peer-addon.sh [build-folder]
-#   ADDON_BENCH_MIB (512), ADDON_BENCH_FILES (2000)
+#   ADDON_BENCH_MIB (512), ADDON_BENCH_FILES (2000), BENCH_RUNS (5: medians)
 # The data is generated once under <build-folder>/addon-bench.
 set -euo pipefail
 build=${1:-build/release}
@@ -44,29 +44,18 @@ dest=$scratch/dest
 cat "$data.mproduct" "$data.tgz" >/dev/null
 # The tool reads the user's folders for its defaults: a home of its own.
 export HOME=$scratch/home XDG_CONFIG_HOME=$scratch/home/.config XDG_DATA_HOME=$scratch/home/.local/share
+# Records land in the destination too, so that every run starts without them.
 ours=(env "$pack" addon-install "$data.mproduct" --samples "$dest" --factory "$scratch/factory"
-      --records "$scratch/records" --quiet)
+      --records "$dest/.records" --quiet)
 
-declare -A wall
-measure() {  # measure NAME COMMAND...: wall seconds of one run into an empty folder
-  local name=$1
-  shift
-  rm -rf "$dest" "$scratch/records"
-  mkdir -p "$dest"
-  sync
-  local TIMEFORMAT='%R' real
-  real=$({ time "$@" >/dev/null 2>&1; } 2>&1)
-  wall[$name]=$real
-  printf '%-26s %8.2f s wall\n' "$name" "$real"
-}
+. "$(dirname "$0")/measure-lib.sh"
 
 echo "data: $count files, $mib MiB; $(nproc) processors"
 measure ours-addon "${ours[@]}"
 measure tar-xzf tar -xzf "$data.tgz" -C "$dest"
-awk -v o="${wall[ours-addon]}" -v p="${wall[tar-xzf]}" \
-  'BEGIN { printf "%-40s ratio: ours/peer = %.2f  (goal <= 0.6)\n", "add-on extraction vs tar -xzf", o / p }'
+ratio "add-on extraction vs tar -xzf" ours-addon tar-xzf "<= 0.6"
 if [ -x /usr/bin/time ]; then
-  rm -rf "$dest" "$scratch/records"
+  rm -rf "$dest"
   peak=$(/usr/bin/time -f '%M' "${ours[@]}" 2>&1 >/dev/null | tail -1)
   echo "add-on extraction peak memory: $peak KiB (goal under 24 MiB)"
 fi
