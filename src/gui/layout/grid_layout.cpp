@@ -33,6 +33,20 @@ void Share(std::vector<int64_t>& sizes, const std::vector<int64_t>& ratios, int6
   }
 }
 
+// The least total that Share turns into sizes no smaller than `needs`: the
+// fixed entries plus enough free room for every proportional entry.
+int64_t Needed(const std::vector<int64_t>& needs, const std::vector<int64_t>& ratios) {
+  int64_t fixed = 0, ratioSum = 0, extent = 0;
+  for (size_t i = 0; i < needs.size(); ++i) {
+    if (ratios[i] > 0) ratioSum += ratios[i];
+    else fixed += needs[i];
+  }
+  for (size_t i = 0; i < needs.size(); ++i) {
+    if (ratios[i] > 0) extent = std::max(extent, (needs[i] * ratioSum + ratios[i] - 1) / ratios[i]);
+  }
+  return fixed + extent;
+}
+
 }  // namespace
 
 void MGridLayout::ReadAttributes(MXMLItem& definition) {
@@ -270,19 +284,15 @@ MPoint MGridLayout::ComputeMinimalSizeWithPolicy(MMeasurePolicy policy) {
   std::vector<uint8_t> used;
   MeasureColumns(policy, widths, columnRatios, used);
   MeasureRows(policy, heights, rowRatios);
-  int64_t w = 0, h = 0, columns = 0, rows = 0;
+  if (!VerticalFill) std::fill(rowRatios.begin(), rowRatios.end(), 0);
+  int64_t columns = 0, rows = 0;
+  for (int32_t col = 0; col < Columns; ++col) columns += used[static_cast<size_t>(col)];
+  for (int32_t row = 0; row < Rows; ++row) rows += heights[static_cast<size_t>(row)] > 0 || rowRatios[static_cast<size_t>(row)] > 0;
   for (int32_t col = 0; col < Columns; ++col) {
-    if (!used[static_cast<size_t>(col)]) continue;
-    w += widths[static_cast<size_t>(col)];
-    ++columns;
+    if (!used[static_cast<size_t>(col)]) columnRatios[static_cast<size_t>(col)] = widths[static_cast<size_t>(col)] = 0;
   }
-  for (int32_t row = 0; row < Rows; ++row) {
-    if (heights[static_cast<size_t>(row)] <= 0) continue;
-    h += heights[static_cast<size_t>(row)];
-    ++rows;
-  }
-  w += std::max<int64_t>(0, columns - 1) * LayoutGap(true);
-  h += std::max<int64_t>(0, rows - 1) * RowGap();
+  const int64_t w = Needed(widths, columnRatios) + std::max<int64_t>(0, columns - 1) * LayoutGap(true);
+  const int64_t h = Needed(heights, rowRatios) + std::max<int64_t>(0, rows - 1) * RowGap();
   return {Clamp(w), Clamp(h)};
 }
 
