@@ -269,8 +269,8 @@ void MControl::SetSize(int32_t x, int32_t y) {
     x = MinSizeX;
     y = MinSizeY;
   }
-  SizeX = std::clamp(std::max(x, MinSizeX), 0, kMaxExtent);
-  SizeY = std::clamp(std::max(y, MinSizeY), 0, kMaxExtent);
+  SizeX = AskedSizeX = std::clamp(std::max(x, MinSizeX), 0, kMaxExtent);
+  SizeY = AskedSizeY = std::clamp(std::max(y, MinSizeY), 0, kMaxExtent);
   if (IsWindow() && Has(MControlFlag::kShown)) {
     PlaceChildren();
     OnSize();
@@ -511,8 +511,8 @@ void MControl::ReadAttributes(MXMLItem& node) {
   if (node.FindAttribute("sizey")) DesignSizeY = AttributeInt(node, "sizey", 0, -kDesignLimit, kDesignLimit);
   PosX = ScaleX(DesignPosX);
   PosY = ScaleY(DesignPosY);
-  SizeX = std::max(0, ScaleX(DesignSizeX));
-  SizeY = std::max(0, ScaleY(DesignSizeY));
+  SizeX = AskedSizeX = std::max(0, ScaleX(DesignSizeX));
+  SizeY = AskedSizeY = std::max(0, ScaleY(DesignSizeY));
   if (node.FindAttribute("minclientsizex"))
     MinClientSizeX = AttributeInt(node, "minclientsizex", 0, 0, kDesignLimit);
   if (node.FindAttribute("minclientsizey"))

@@ -214,6 +214,10 @@ class MControl {
   std::vector<std::unique_ptr<MControl>> SubWindows;
 
   int32_t PosX = 0, PosY = 0, SizeX = 0, SizeY = 0;
+  // The size asked for by the definition or by SetSize, device pixels. Layouts
+  // measure fixed members by it, never by the size the last run gave them, so
+  // that a run does not feed into the next.
+  int32_t AskedSizeX = 0, AskedSizeY = 0;
   int32_t MinSizeX = 0, MinSizeY = 0;
   int32_t MaxSizeX = kNoSizeLimit, MaxSizeY = kNoSizeLimit;
   int32_t MinClientSizeX = 0, MinClientSizeY = 0;

@@ -78,10 +78,10 @@ void MControl::ComputeMinimalSize() {
         continue;
       if (Has(MControlFlag::kAutoDetectMinimalSizeX))
         clientX = std::max<int64_t>(clientX, int64_t{child->PosX} - Chrome.left +
-                                                 std::max(child->SizeX, child->MinSizeX));
+                                                 std::max(child->AskedSizeX, child->MinSizeX));
       if (Has(MControlFlag::kAutoDetectMinimalSizeY))
         clientY = std::max<int64_t>(clientY, int64_t{child->PosY} - Chrome.top +
-                                                 std::max(child->SizeY, child->MinSizeY));
+                                                 std::max(child->AskedSizeY, child->MinSizeY));
     }
   }
   MinSizeX = Clamp(clientX + Chrome.left + Chrome.right);
@@ -109,13 +109,13 @@ void MControl::PlaceInRectangle(const MRect& rect) {
   } else if (!saveX && !saveY && LayoutPlacement != kPlacementFill) {
     const bool plastic = Has(MControlFlag::kPlastic);
     if (!(LayoutRatioX > 0 || plastic)) {
-      w = collapsed ? std::max(SizeX, CollapsedSizeX) : SizeX;
+      w = collapsed ? std::max(AskedSizeX, CollapsedSizeX) : std::max(MinSizeX, AskedSizeX);
       if (LayoutPlacement & 1) x = rect.left + bx;
       else if (LayoutPlacement & 2) x = rect.right + 1 - w - bx;
       else x = rect.left + (int64_t{rect.right} + 1 - rect.left - w) / 2;
     }
     if (!(LayoutRatioY > 0 || plastic)) {
-      h = collapsed ? CollapsedSizeY : SizeY;
+      h = collapsed ? CollapsedSizeY : std::max(MinSizeY, AskedSizeY);
       if (LayoutPlacement & 4) y = rect.top + by;
       else if (LayoutPlacement & 8) y = rect.bottom + 1 - h - by;
       else y = rect.top + (int64_t{rect.bottom} + 1 - rect.top - h) / 2;

@@ -33,18 +33,55 @@ void Share(std::vector<int64_t>& sizes, const std::vector<int64_t>& ratios, int6
   }
 }
 
+// True when Share gives every proportional entry at least its need out of `free`.
+bool ShareSuffices(const std::vector<int64_t>& needs, const std::vector<int64_t>& ratios, int64_t free) {
+  int64_t ratioSum = 0;
+  for (int64_t r : ratios) ratioSum += std::max<int64_t>(0, r);
+  for (size_t i = 0; i < needs.size() && ratioSum > 0; ++i) {
+    if (ratios[i] <= 0) continue;
+    const int64_t share = free * ratios[i] / ratioSum;
+    if (share < needs[i]) return false;
+    free -= share;
+    ratioSum -= ratios[i];
+  }
+  return true;
+}
+
 // The least total that Share turns into sizes no smaller than `needs`: the
-// fixed entries plus enough free room for every proportional entry.
+// fixed entries plus the least free room that serves every proportional one.
+// A spanning cell's need may follow the shares of the last pass, so the bound
+// must be exact for a second pass to find the same sizes.
 int64_t Needed(const std::vector<int64_t>& needs, const std::vector<int64_t>& ratios) {
-  int64_t fixed = 0, ratioSum = 0, extent = 0;
+  int64_t fixed = 0, ratioSum = 0, upper = 0, lower = 0;
   for (size_t i = 0; i < needs.size(); ++i) {
-    if (ratios[i] > 0) ratioSum += ratios[i];
-    else fixed += needs[i];
+    if (ratios[i] > 0) {
+      ratioSum += ratios[i];
+      lower += needs[i];
+    } else {
+      fixed += needs[i];
+    }
   }
   for (size_t i = 0; i < needs.size(); ++i) {
-    if (ratios[i] > 0) extent = std::max(extent, (needs[i] * ratioSum + ratios[i] - 1) / ratios[i]);
+    if (ratios[i] > 0) upper = std::max(upper, (needs[i] * ratioSum + ratios[i] - 1) / ratios[i]);
   }
-  return fixed + extent;
+  upper = std::max(upper, lower);
+  while (lower < upper) {
+    const int64_t middle = lower + (upper - lower) / 2;
+    if (ShareSuffices(needs, ratios, middle)) upper = middle;
+    else lower = middle + 1;
+  }
+  return fixed + upper;
+}
+
+// A cell's width need.
+int64_t CellWidth(const MControl& c, MMeasurePolicy policy) {
+  return MeasureWidth(c, policy);
+}
+
+// A row is as tall as its tallest cell's own height, ratio or not.
+int64_t CellHeight(const MControl& c) {
+  const int64_t h = c.IsCollapsed() ? c.CollapsedSizeY : std::max(c.MinSizeY, c.AskedSizeY);
+  return h + 2 * int64_t{c.EffectiveBorderY};
 }
 
 }  // namespace
@@ -127,7 +164,7 @@ void MGridLayout::MeasureColumns(MMeasurePolicy policy, std::vector<int64_t>& wi
       const int32_t span = Span(*c);
       for (int32_t k = 0; k < span; ++k) used[static_cast<size_t>(col + k)] = 1;
       if (span > 1) continue;
-      widths[static_cast<size_t>(col)] = std::max(widths[static_cast<size_t>(col)], MeasureWidth(*c, policy));
+      widths[static_cast<size_t>(col)] = std::max(widths[static_cast<size_t>(col)], CellWidth(*c, policy));
       ratios[static_cast<size_t>(col)] = std::max<int64_t>(ratios[static_cast<size_t>(col)], c->LayoutRatioX);
     }
   }
@@ -150,15 +187,22 @@ void MGridLayout::MeasureColumns(MMeasurePolicy policy, std::vector<int64_t>& wi
           if (r == largest && r < c->LayoutRatioX) r = c->LayoutRatioX;
         }
       }
-      const int64_t excess = MeasureWidth(*c, policy) - have;
+      const int64_t excess = CellWidth(*c, policy) - have;
       if (excess <= 0) continue;
       if (ratioSum > 0) {
-        int64_t left = excess, sum = ratioSum;
+        // What the span must hold, less its fixed columns, shared by ratio as
+        // Place shares: the columns then need no more than they get.
+        int64_t left = CellWidth(*c, policy) - (span - 1) * gap, sum = 0;
+        for (int32_t k = 0; k < span; ++k) {
+          if (ratios[static_cast<size_t>(col + k)] <= 0) left -= widths[static_cast<size_t>(col + k)];
+          else sum += ratios[static_cast<size_t>(col + k)];
+        }
         for (int32_t k = 0; k < span; ++k) {
           const int64_t r = ratios[static_cast<size_t>(col + k)];
           if (r <= 0) continue;
-          const int64_t part = left * r / sum;
-          widths[static_cast<size_t>(col + k)] += part;
+          const int64_t part = std::max<int64_t>(0, left) * r / sum;
+          int64_t& width = widths[static_cast<size_t>(col + k)];
+          width = std::max(width, part);
           left -= part;
           sum -= r;
         }
@@ -182,7 +226,7 @@ void MGridLayout::MeasureRows(MMeasurePolicy policy, std::vector<int64_t>& heigh
       allPlastic = any ? allPlastic && c->Has(MControlFlag::kPlastic) : c->Has(MControlFlag::kPlastic);
       any = true;
       if (c->LayoutSpanY > 1) continue;
-      heights[static_cast<size_t>(row)] = std::max(heights[static_cast<size_t>(row)], MeasureHeight(*c, policy));
+      heights[static_cast<size_t>(row)] = std::max(heights[static_cast<size_t>(row)], CellHeight(*c));
       ratios[static_cast<size_t>(row)] = std::max<int64_t>(ratios[static_cast<size_t>(row)], c->LayoutRatioY);
     }
     RowRecords[static_cast<size_t>(row)].allPlastic = allPlastic;
@@ -196,7 +240,7 @@ void MGridLayout::MeasureRows(MMeasurePolicy policy, std::vector<int64_t>& heigh
       const int32_t last = std::min(Rows - 1, row + c->LayoutSpanY - 1);
       int64_t have = 0;
       for (int32_t k = row; k <= last; ++k) have += heights[static_cast<size_t>(k)] + (k > row ? gap : 0);
-      const int64_t excess = MeasureHeight(*c, policy) - have;
+      const int64_t excess = CellHeight(*c) - have;
       if (excess > 0) heights[static_cast<size_t>(last)] += excess;
     }
   }
@@ -265,12 +309,13 @@ MRect MGridLayout::Place(const MRect& r) {
       for (int32_t k = row; k <= lastRow; ++k) {
         if (heights[static_cast<size_t>(k)] > 0) h += heights[static_cast<size_t>(k)] + (k > row ? gapY : 0);
       }
-      if (h <= 0) continue;
       const int64_t left = lefts[static_cast<size_t>(col)];
       const int64_t right = left - 1 + widths[static_cast<size_t>(lastCol)] +
                             (lefts[static_cast<size_t>(lastCol)] - left);
+      // A cell in rows of no height gets no height either, rather than keep
+      // the place of an earlier run.
       c->PlaceInRectangle({Clamp(left), Clamp(tops[static_cast<size_t>(row)]), Clamp(right),
-                           Clamp(tops[static_cast<size_t>(row)] + h - 1)});
+                           Clamp(tops[static_cast<size_t>(row)] + std::max<int64_t>(0, h) - 1)});
     }
   }
   MRect rest = r;

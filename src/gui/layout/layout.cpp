@@ -25,10 +25,12 @@ int64_t MeasureWidth(const MControl& m, MMeasurePolicy policy) {
   const bool plastic = m.Has(MControlFlag::kPlastic);
   int64_t w;
   if (policy == MMeasurePolicy::kMinimal) {
-    if (m.IsCollapsed()) w = m.CollapsedSizeX;
-    else w = !plastic && m.LayoutRatioX == 0 ? std::max(m.MinSizeX, m.SizeX) : m.MinSizeX;
+    // A collapsed member is placed as wide as it asked, at least its
+    // collapsed width; its minimal width says the same.
+    if (m.IsCollapsed()) w = std::max(m.AskedSizeX, m.CollapsedSizeX);
+    else w = !plastic && m.LayoutRatioX == 0 ? std::max(m.MinSizeX, m.AskedSizeX) : m.MinSizeX;
   } else {
-    const int64_t size = m.IsCollapsed() ? std::max(m.SizeX, m.CollapsedSizeX) : m.SizeX;
+    const int64_t size = m.IsCollapsed() ? std::max(m.AskedSizeX, m.CollapsedSizeX) : m.AskedSizeX;
     w = plastic ? m.MinSizeX : std::max<int64_t>(m.MinSizeX, size);
   }
   return w + Border(m, false);
@@ -39,10 +41,10 @@ int64_t MeasureHeight(const MControl& m, MMeasurePolicy policy) {
   int64_t h;
   if (policy == MMeasurePolicy::kMinimal) {
     if (m.IsCollapsed()) h = m.CollapsedSizeY;
-    else h = !plastic && m.LayoutRatioY == 0 ? std::max(m.MinSizeY, m.SizeY) : m.MinSizeY;
+    else h = !plastic && m.LayoutRatioY == 0 ? std::max(m.MinSizeY, m.AskedSizeY) : m.MinSizeY;
   } else {
     h = m.IsCollapsed() ? 0 : m.MinSizeY;
-    if (!plastic) h = std::max<int64_t>(h, m.IsCollapsed() ? m.CollapsedSizeY : m.SizeY);
+    if (!plastic) h = std::max<int64_t>(h, m.IsCollapsed() ? m.CollapsedSizeY : m.AskedSizeY);
   }
   return h + Border(m, true);
 }
@@ -193,8 +195,8 @@ void ArrangeStack(const MLayout& layout, const std::vector<MControl*>& controls,
       h = cursor - rect.left + 1;
     } else if ((vertical && collapsed) || ratio == 0) {
       if (plastic) h = vertical ? m.SizeY : m.SizeX;
-      else if (vertical) h = collapsed ? m.CollapsedSizeY : m.SizeY;
-      else h = collapsed ? std::max(m.SizeX, m.CollapsedSizeX) : m.SizeX;
+      else if (vertical) h = collapsed ? m.CollapsedSizeY : std::max(m.MinSizeY, m.AskedSizeY);
+      else h = collapsed ? std::max(m.AskedSizeX, m.CollapsedSizeX) : std::max(m.MinSizeX, m.AskedSizeX);
       h += 2 * int64_t{vertical ? m.EffectiveBorderY : m.EffectiveBorderX};
     } else {
       h = ratioSum > 0 ? ratio * free / ratioSum : 0;
