@@ -177,6 +177,8 @@ void MOffscreenHost::Paint(MControl& window, bool all) {
   const int32_t w = std::max(1, window.SizeX), h = std::max(1, window.SizeY);
   if (record.frame.Width() != w || record.frame.Height() != h) {
     record.frame.Create(w, h);
+    // A window surface starts opaque black, as a screen would show it.
+    std::fill(record.frame.Pixels(), record.frame.Pixels() + int64_t{w} * h, 0xFF000000u);
     all = true;
   }
   if (all) {
