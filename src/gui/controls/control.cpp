@@ -398,6 +398,8 @@ int32_t MControl::HitTestNonClient(MPoint pos) {
 void MControl::Hide() {
   if (!Has(MControlFlag::kShown)) return;
   Set(MControlFlag::kModalRunning, false);
+  if (IsWindow() && Has(MControlFlag::kAutoSaveState) && !Module->stateFolder.IsEmpty())
+    Guarded("MControl::Hide", [&] { SaveWindowState(Module->stateFolder); });
   for (auto& sub : SubWindows) sub->Hide();
   PathChild = nullptr;
   if (IsWindow() && host_) host_->DestroyWindow(*this);

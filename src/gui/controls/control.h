@@ -51,6 +51,9 @@ struct MGUIModule {
   MControl* inputControl = nullptr;  // FlushMessagesOfThisWindow
   bool noWorkAreaLimit = false;
   int32_t sizeStep = 1;
+  // Where "Window_{0}.winstate" files live (the user data folder); empty:
+  // windows neither save nor restore their state on their own.
+  MString stateFolder;
 };
 MGUIModule& GUIModule();
 

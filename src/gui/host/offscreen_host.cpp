@@ -71,6 +71,10 @@ void MOffscreenHost::Open(MControl& window) {
   CreateWindow(window, window.Caption, false, {window.PosX, window.PosY}, {window.SizeX, window.SizeY}, false);
   window.Realise();
   Record(window).shown = true;
+  // The first show restores what the last close saved.
+  const MString& folder = window.Module->stateFolder;
+  if (window.Has(MControlFlag::kAutoSaveState) && !folder.IsEmpty())
+    Guarded("MOffscreenHost::Open", [&] { window.LoadWindowState(folder); });
   window.Set(MControlFlag::kVisible, true);
   window.Layout();
   Paint(window, true);
