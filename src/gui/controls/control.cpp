@@ -39,7 +39,8 @@ void MControlEventSource::Remove(int32_t id) {
 }
 
 bool MControlEventSource::Raise(MInputEvent& event) const {
-  for (const auto& [id, handler] : handlers_) {
+  for (const auto& entry : handlers_) {
+    const Handler& handler = entry.second;
     Guarded("MControl::RaiseEvent", [&] { handler(event); });
     if (event.Result == -1) return false;
   }
