@@ -78,6 +78,19 @@ const LayoutCase kCases[] = {
         </vertical></w>)",
      {"a", "b", "c"}, "a=90,0,10x10 b=45,11,10x10 c=3,22,10x10",
      "a=112,0,13x13 b=56,14,13x13 c=4,28,13x13", "a=180,0,20x20 b=90,22,20x20 c=6,44,20x20"},
+    {"CornerFramesTheCentre",
+     R"(<w sizex="100" sizey="100"><corner>
+          <panel id="c0" target="corner0" sizex="10" sizey="10"/>
+          <panel id="t" target="top" sizex="20" sizey="6"/><panel id="l" target="left" sizex="8" sizey="20"/>
+        </corner><vertical><panel id="m"/></vertical></w>)",
+     {"c0", "t", "l", "m"}, "c0=0,0,10x10 t=11,0,89x10 l=0,11,10x89 m=11,11,89x89",
+     "c0=0,0,13x13 t=14,0,111x13 l=0,14,13x111 m=14,14,111x111",
+     "c0=0,0,20x20 t=22,0,178x20 l=0,22,20x178 m=22,22,178x178"},
+    {"SavedRatioKeepsTheAspectCentred",
+     R"(<w sizex="100" sizey="60"><vertical>
+          <panel id="s" layoutsaveratiox="1" layoutsaveratioy="1" minclientsizex="40" minclientsizey="20"/>
+        </vertical></w>)",
+     {"s"}, "s=0,5,100x50", "s=0,6,125x62", "s=0,10,200x100"},
 };
 
 class LayoutTable : public ::testing::TestWithParam<LayoutCase> {};
