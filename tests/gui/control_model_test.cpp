@@ -190,3 +190,57 @@ TEST(ControlModel, TimersTickOnTheHostClock) {
 
 }  // namespace
 }  // namespace kx
+
+namespace kx {
+namespace {
+
+TEST(ControlModel, RoundControlsAnswerInsideTheirCircleOnly) {
+  auto window = BuildWindow(R"(<w sizex="100" sizey="40"><horizontal><knob id="k" sizex="40" sizey="40"/>
+      <panel layoutratiox="1"/></horizontal></w>)");
+  MControl& knob = ById(*window, "k");
+  knob.Set(MControlFlag::kRound, true);
+  const std::pair<MPoint, bool> probes[] = {{{20, 20}, true}, {{1, 1}, false}, {{39, 20}, true}, {{38, 38}, false}};
+  for (const auto& [point, inside] : probes) {
+    EXPECT_EQ(window->ControlAtPoint(point, true) == &knob, inside) << point.x << "," << point.y;
+  }
+}
+
+TEST(ControlModel, ShortcutsMatchTheirFlags) {
+  MOffscreenHost host;
+  auto window = BuildWindow(R"(<w sizex="100" sizey="40"><vertical><button id="save"/><button id="any"/></vertical></w>)",
+                            1.0, nullptr, &host);
+  host.Open(*window);
+  std::string fired;
+  ById(*window, "save").OnActivate = [&] { fired += "save "; };
+  ById(*window, "any").OnActivate = [&] { fired += "any "; };
+  window->AddShortcut({'S', kFlagCtrl, false, &ById(*window, "save")});
+  window->AddShortcut({'A', kFlagCtrl | kFlagAlt, true, &ById(*window, "any")});
+  host.Key(*window, 'S');
+  host.Key(*window, 'S', kFlagCtrl);
+  host.Key(*window, 'S', kFlagCtrl | kFlagShift);
+  host.Key(*window, 'A', kFlagAlt);
+  host.Key(*window, 'A', kFlagShift);
+  EXPECT_EQ(fired, "save any ");
+}
+
+TEST(ControlModel, ARepaintPaintsOnlyWhatItTouches) {
+  MOffscreenHost host;
+  auto window = BuildWindow(R"(<w sizex="100" sizey="60"><vertical><panel id="a" layoutratioy="1"/>
+      <panel id="b" layoutratioy="1"/></vertical></w>)", 1.0, nullptr, &host);
+  host.Open(*window);
+  host.Advance(20);
+  const int32_t paints = host.PaintCount();
+  host.Advance(20);
+  EXPECT_EQ(host.PaintCount(), paints);  // nothing asked, nothing painted
+  MControl& b = ById(*window, "b");
+  b.Repaint();
+  host.Advance(20);
+  ASSERT_EQ(window->UpdateList().size(), 2u);  // the window under b, then b
+  for (const MRect& r : window->UpdateList()) {
+    EXPECT_EQ(r.top, b.ClipRect.top);
+    EXPECT_EQ(r.bottom, b.ClipRect.bottom);
+  }
+}
+
+}  // namespace
+}  // namespace kx
