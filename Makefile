@@ -5,15 +5,17 @@
 #   make demo   build the demo catalogue into a server tree, serve it with nginx on
 #               127.0.0.1 and run the program against it in a sandboxed HOME
 #   make tsan   build with ThreadSanitizer, run the thread, task and event tests
+#   make package  release build, then the .deb and the per-user setup file
+#               Kestrix_<version>_setup.run in build/release/packages
 JOBS ?= $(shell nproc)
 TEST_DIR := build/test
 BENCH_DIR := build/release
 TSAN_DIR := build/tsan
-# CTest names of the thread, task and event tests and of the download thread,
-# whose transfers hash and write on a helper thread (suite.case).
-TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload)Test\.
+# CTest names of the thread, task and event tests, of the download thread and
+# of add-on extraction, which hash, write or decompress on helper threads (suite.case).
+TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload|AddonInstall|Walk)Test\.
 
-.PHONY: all deps test tsan tsan-run bench demo fuzz-smoke clean format
+.PHONY: all deps test tsan tsan-run bench demo package fuzz-smoke clean format
 
 all: $(TEST_DIR)/build.ninja
 	cmake --build $(TEST_DIR) -j $(JOBS)
@@ -38,7 +40,7 @@ tsan: deps tsan-run
 tsan-run:
 	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 	  -DKESTRIX_TSAN=ON -DKESTRIX_WERROR=ON -DKESTRIX_TESTS=ON
-	cmake --build $(TSAN_DIR) -j $(JOBS) --target foundation_tests transfer_tests
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target foundation_tests transfer_tests install_tests
 	cd $(TSAN_DIR) && TSAN_OPTIONS=second_deadlock_stack=1 \
 	  ctest --output-on-failure -j $(JOBS) -R '$(TSAN_TESTS)'
 
@@ -51,8 +53,13 @@ bench:
 
 demo: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
-	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack kestrix-tree
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kestrix kestrix-pack kestrix-tree kx_packages
 	scripts/demo $(BENCH_DIR)/src/app/kestrix
+
+package: deps
+	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DKESTRIX_TESTS=OFF
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target kx_packages
+	@ls -l $(BENCH_DIR)/packages/*.deb $(BENCH_DIR)/packages/*_setup.run
 
 fuzz-smoke:
 	scripts/install-deps --fuzz

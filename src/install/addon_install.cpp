@@ -17,7 +17,9 @@
 #include "foundation/text/format.h"
 #include "foundation/threads/lock.h"
 #include "foundation/xml/xml_item.h"
+#include "foundation/resources/resource_keys.h"
 #include "install/addon_record.h"
+#include "install/content_read_ahead.h"
 #include "install/item_date_time.h"
 #include "install/package_file.h"
 #include "install/path_guard.h"
@@ -36,9 +38,8 @@ const MXMLName kDir("dir");
 const MXMLName kFile("file");
 const MXMLName kPath("path");
 const MXMLName kTime("time");
-const MXMLName kFileSize("filesize");
 
-constexpr int64_t kPiece = 1048576;
+constexpr int64_t kPiece = 1048576;  // the pack check's read size
 
 enum class AddonKind { kProduct, kPack };
 
@@ -128,13 +129,11 @@ void InstallProduct(AddonHost& host, const MString& path, const MString& name) {
   AddonRecord record(pluginId, name);
   if (MXMLItem* devices = root.FindSubItem(kDevices)) {
     host.AddonStatus(MString("Installing devices"), false, 0.0);
-    CheckSubtree(*devices);
     ExtractAddonSubtree(host, library, PrepareDeviceFolder(pluginId), *devices,
                         &record.Child(MString("Devices")));
   }
   if (MXMLItem* samples = root.FindSubItem(kSamples)) {
     host.AddonStatus(MString("Installing samples"), false, 0.0);
-    CheckSubtree(*samples);
     ExtractAddonSubtree(host, library, host.SamplePath(), *samples,
                         &record.Child(MString("Samples")));
   }
@@ -174,7 +173,6 @@ void InstallPack(AddonHost& host, const MString& path, const MString& name) {
   MXMLItem& root = library.Open(path);
   AddonRecord record(MString("Kitvault"), name);
   if (MXMLItem* pack = root.FindSubItem(kKitvault)) {
-    CheckSubtree(*pack);
     ExtractAddonSubtree(host, library, host.FactoryPath(), *pack,
                         &record.Child(MString("Kitvault")));
   }
@@ -234,43 +232,47 @@ void InstallAddonFile(AddonHost& host, Addon* item, const MString& path) {
 
 int64_t ExtractAddonSubtree(AddonHost& host, MPackageFile& library, const MString& target,
                             MXMLItem& subtree, MXMLItem* recordChild) {
+  CheckSubtree(subtree);
   double total = 0.0;
-  for (MXMLItem* child = subtree.firstSubItem; child; child = child->next)
-    if (kFile.MatchesText(child->name))
-      total += static_cast<double>(child->GetAttributeInt(kFileSize, 0));
+  MArray<MXMLItem*> files;
+  MArray<std::pair<int64_t, int64_t>> contents;
+  for (MXMLItem* child = subtree.firstSubItem; child; child = child->next) {
+    if (!kFile.MatchesText(child->name)) continue;
+    total += static_cast<double>(child->GetAttributeInt(kFileSizeKey, 0));
+    files.Add(child);
+    contents.Add({child->GetAttribute(kFileStartKey).AsInt64(), child->GetAttribute(kFileSizeKey).AsInt64()});
+  }
   total = std::max(total, 1.0);
 
   for (MXMLItem* child = subtree.firstSubItem; child; child = child->next) {
     if (!kDir.MatchesText(child->name)) continue;
     const MString path = child->GetAttribute(kPath).AsString();
-    CheckItemName(path);
     MFile::CreatePath(JoinPath(target, path));
     if (recordChild) AddonRecord::AddPath(*recordChild, "dir", path);
   }
 
-  auto buffer = std::make_unique_for_overwrite<char[]>(kPiece);
+  ContentReadAhead ahead(library, library.GetPath(), contents);
+  auto buffer = std::make_unique_for_overwrite<char[]>(ContentReadAhead::kPieceSize);
   int64_t size = recordChild ? recordChild->GetAttributeInt(kSizeKey, 0) : 0;
   int64_t count = recordChild ? recordChild->GetAttributeInt(kCountKey, 0) : 0;
   int64_t written = 0;
   double barValue = 0.0;
-  for (MXMLItem* child = subtree.firstSubItem; child; child = child->next) {
-    if (!kFile.MatchesText(child->name)) continue;
+  for (int32_t index = 0; index < files.Count(); ++index) {
+    MXMLItem* child = files[index];
     const MString path = child->GetAttribute(kPath).AsString();
-    CheckItemName(path);
+    host.AddonStatus(MFormat("Extracting {0}").Add(path), true, barValue);
     const MString file = JoinPath(target, path);
     MFile::CreatePath(GetDirectory(file));
     if (recordChild) AddonRecord::AddPath(*recordChild, "file", path);
-    std::unique_ptr<MStream> content = library.OpenContent(*child);
     {
       MFileStream out(file, MFileStream::kModeCreate);
-      for (;;) {
-        const int64_t got = content->Read(buffer.get(), kPiece);
-        if (got > 0) out.Write(buffer.get(), got);
-        written += got > 0 ? got : 0;
-        size += got > 0 ? got : 0;
-        barValue += static_cast<double>(std::max<int64_t>(got, 0)) / total;
+      std::unique_ptr<MStream> content = ahead.Open(index);
+      for (int64_t got; (got = content->Read(buffer.get(), ContentReadAhead::kPieceSize)) > 0;) {
+        out.Write(buffer.get(), got);
+        written += got;
+        size += got;
+        barValue += static_cast<double>(got) / total;
         host.AddonStatus(MFormat("Extracting {0}").Add(path), true, barValue);
-        if (got < kPiece) break;
       }
       out.Close();
     }

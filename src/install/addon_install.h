@@ -68,7 +68,8 @@ void InstallAddonFile(AddonHost& host, Addon* item, const MString& path);
 
 // The extraction loop: the subtree's `dir` items, then its `file` items, below
 // `target`; with a record child, each path is listed in it and its `size` and
-// `count` grow. Returns the bytes written.
+// `count` grow. The contents of the library (opened from a file) are decompressed
+// ahead on the other processors and written in order. Returns the bytes written.
 int64_t ExtractAddonSubtree(AddonHost& host, MPackageFile& library, const MString& target,
                             MXMLItem& subtree, MXMLItem* recordChild);
 

@@ -10,13 +10,16 @@
 
 #include <cstdint>
 #include <memory>
+#include <unordered_map>
 
 #include "foundation/containers/containers.h"
 #include "foundation/text/text_string.h"
 
 namespace kx {
 
+class ContentReadAhead;
 class MPackageFile;
+class MXMLItem;
 class MPresetContext;
 
 // Where status text and the bar go; the GUI's status line, a console, or nothing.
@@ -68,6 +71,9 @@ struct InstallContext {
   ProgressTarget* progress = nullptr;
   float progressValue = 0.0F;
   MArray<MString> EnabledItems;
+  // While an installation walks: the contents decompressed ahead, by item.
+  ContentReadAhead* ahead = nullptr;
+  std::unordered_map<const MXMLItem*, int32_t> aheadIndex;
 };
 
 }  // namespace kx

@@ -13,6 +13,8 @@
 #include "foundation/text/format.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
+#include "install/content_read_ahead.h"
+#include "install/package_file.h"
 #include "install/path_guard.h"
 #include "install/walk_steps.h"
 
@@ -253,8 +255,31 @@ void WalkCopies(InstallContext& context, MXMLItem& tree, WalkMode mode, WalkOpti
   }
 }
 
+// The contents the walk may write, in the order it meets them, decompressed
+// ahead on the other processors; none for a removal, a package that is no file,
+// or one with a single content.
+std::unique_ptr<ContentReadAhead> StartReadAhead(InstallContext& context, MXMLItem& tree,
+                                                 const InstallTreeOptions& request) {
+  if (request.mode != WalkMode::kInstall || !request.library || request.library->GetPath().IsEmpty())
+    return nullptr;
+  MArray<std::pair<int64_t, int64_t>> contents;
+  MXMLIterator walk;
+  for (MXMLItem* item = walk.Begin(tree); item; item = walk.Next()) {
+    if (!IsNamed(*item, "file") || !MPackageFile::HasContent(*item)) continue;
+    const MString op = item->GetAttributeText("op");
+    if (!OpIs(op, "create") && !OpIs(op, "update")) continue;
+    context.aheadIndex[item] = contents.Count();
+    contents.Add({item->GetAttribute(kFileStartKey).AsInt64(), item->GetAttribute(kFileSizeKey).AsInt64()});
+  }
+  if (contents.Count() < 2) {
+    context.aheadIndex.clear();
+    return nullptr;
+  }
+  auto ahead = std::make_unique<ContentReadAhead>(*request.library, request.library->GetPath(), contents);
+  context.ahead = ahead.get();
+  return ahead;
+}
 }  // namespace
-
 void InstallPackageTree(InstallContext& context, MXMLItem& tree, const InstallTreeOptions& request) {
   StartPackage(context, request);
   // Nothing is written before the whole tree has proved that it stays inside.
@@ -264,6 +289,15 @@ void InstallPackageTree(InstallContext& context, MXMLItem& tree, const InstallTr
   if (request.mode == WalkMode::kUninstall && !tree.GetAttributeBool("uninstall", true)) return;
 
   WalkOptions options = DetectionOptions(tree, request.allowAllPossible);
+  std::unique_ptr<ContentReadAhead> ahead = StartReadAhead(context, tree, request);
+  // Undone before the read-ahead goes, whichever way the walk ends.
+  struct ForgetReadAhead {
+    InstallContext& context;
+    ~ForgetReadAhead() {
+      context.ahead = nullptr;
+      context.aheadIndex.clear();
+    }
+  } forget{context};
   if (tree.GetAttributeBool("enabled", false) &&
       !WalkMainDestination(context, tree, request.mode, options))
     return;

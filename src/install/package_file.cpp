@@ -13,11 +13,14 @@ namespace {
 }  // namespace
 
 MXMLItem& MPackageFile::Open(const MString& path) {
+  path_.Clear();
   library_.OpenLarge(path);
+  path_ = path;
   return library_.GetDefinition();
 }
 
 MXMLItem& MPackageFile::Attach(MStream& stream) {
+  path_.Clear();
   library_.AttachLarge(stream);
   return library_.GetDefinition();
 }

@@ -50,6 +50,8 @@ class MPackageFile {
   bool IsOpen() const { return library_.IsAttached(); }
 
   MXMLItem& GetRoot() { return library_.GetDefinition(); }
+  // The file Open was given; empty for an attached stream.
+  const MString& GetPath() const { return path_; }
   uint32_t GetFlags() const { return library_.GetFlags(); }
   // Whether a `file` item has a stored content (a `delete` item has none).
   static bool HasContent(MXMLItem& item);
@@ -64,6 +66,7 @@ class MPackageFile {
 
  private:
   MResourceLibrary library_;
+  MString path_;
 };
 
 }  // namespace kx

@@ -12,6 +12,7 @@
 #include "foundation/core/run_state.h"
 #include "foundation/streams/stream.h"
 #include "foundation/xml/xml_item.h"
+#include "install/content_read_ahead.h"
 #include "install/item_date_time.h"
 #include "install/package_file.h"
 #include "install/walk_steps.h"
@@ -35,6 +36,10 @@ int64_t ContentSize(InstallContext& context, MXMLItem& item) {
 
 std::unique_ptr<MStream> OpenContent(InstallContext& context, MXMLItem& item) {
   if (!context.library) throw MException(MString("Could not find required attribute (filestart)."));
+  if (context.ahead) {
+    auto found = context.aheadIndex.find(&item);
+    if (found != context.aheadIndex.end()) return context.ahead->Open(found->second);
+  }
   return context.library->OpenContent(item);
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <string>
@@ -250,6 +251,33 @@ TEST_F(AddonInstallTest, LibrariesAndRecordsCannotLeaveTheirFolders) {
   // Only records with the uninstall flag are offered.
   MArray<AddonRecordEntry> offered = ListUninstallableAddons(RecordFolder());
   EXPECT_EQ(offered.Count(), 0);
+}
+
+// Contents are decompressed ahead on other threads but written in order: a
+// damaged one stops the extraction there, with what came before it in place.
+TEST_F(AddonInstallTest, DamagedContentStopsInOrder) {
+  std::map<std::string, std::string> files;
+  for (char name = 'a'; name <= 'f'; ++name)
+    files[std::string(1, name) + ".wav"] = std::string((2 << 20) + name, name);
+  Subtree("Samples", {}, files);
+  const MString product = Build("Damaged.mproduct");
+  int64_t start = 0;
+  {
+    MPackageFile library;
+    MXMLItem& root = library.Open(product);
+    MXMLItem* file = &root.GetSubItem("Samples").GetSubItemIndexed(2);  // c.wav
+    start = file->GetAttributeInt("filestart", 0);
+  }
+  {
+    std::fstream bytes(Native("Damaged.mproduct"), std::ios::in | std::ios::out | std::ios::binary);
+    bytes.seekp(start + 100);
+    bytes.write("\xff\xff\xff\xff\xff\xff\xff\xff", 8);
+  }
+  EXPECT_FALSE(MessageOf([&] { InstallAddonFile(*this, nullptr, product); }).empty());
+  EXPECT_EQ(Read("samples/a.wav"), files["a.wav"]);
+  EXPECT_EQ(Read("samples/b.wav"), files["b.wav"]);
+  EXPECT_FALSE(fs::exists(Native("samples/d.wav")));
+  EXPECT_FALSE(fs::exists(Native("records/Damaged.xml")));
 }
 
 // A record without `count` weighs 1000 files in the bar.

@@ -161,13 +161,14 @@ bool MXMLParser::ReadText(MString& text) {
     }
     if (unit == '<') {
       Advance();
+      if (!scratch_.empty()) afterWord_ = scratch_.back() != u' ';
       text = MString(scratch_.data(), static_cast<int32_t>(scratch_.size()));
       return true;
     }
     if (ClassOf(unit) == kBlankUnit) {
       // A run of blanks is one blank, and none before the first word.
       SkipBlanks();
-      if (!scratch_.empty()) scratch_.push_back(u' ');
+      if (!scratch_.empty() || (keepBlankAfterWord_ && afterWord_)) scratch_.push_back(u' ');
       continue;
     }
     int32_t start = position_;

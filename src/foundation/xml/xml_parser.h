@@ -55,6 +55,10 @@ class MXMLParser {
   MXMLParser(const MXMLParser&) = delete;
   MXMLParser& operator=(const MXMLParser&) = delete;
 
+  // Keeps the blank that starts a text when a word ended the text before it
+  // ("a</b> c"): mark-up of running text needs it, data files do not.
+  void KeepBlankAfterWord(bool keep) { keepBlankAfterWord_ = keep; }
+
   // Runs to the end of input or until the handler stops it. True when the
   // parse completed (at the end of input or by the handler).
   bool Parse(MXMLHandler& handler);
@@ -96,6 +100,8 @@ class MXMLParser {
   bool ended_ = false;
   std::u16string scratch_;
   MXMLParsedAttributes attributes_;
+  bool keepBlankAfterWord_ = false;
+  bool afterWord_ = false;  // the last text read ended with a word
 };
 
 }  // namespace kx

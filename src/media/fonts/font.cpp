@@ -3,6 +3,7 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include <atomic>
 #include <cstring>
 
 #include "foundation/core/exception.h"
@@ -36,6 +37,8 @@ void MFont::Take(std::unique_ptr<MFontFace> face, int32_t pixelSize) {
     throw MException(MString("Unable to accept required font size."));
   face_ = std::move(face);
   pixelSize_ = pixelSize;
+  static std::atomic<uint64_t> serials{0};
+  serial_ = ++serials;
 }
 
 void MFont::Load(const MString& path, int32_t pixelSize) {

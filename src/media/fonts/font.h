@@ -53,6 +53,9 @@ class MFont {
 
   bool IsLoaded() const { return face_ != nullptr; }
   int32_t PixelSize() const { return pixelSize_; }
+  // Which face and size the font holds: new with every load, never repeated, so
+  // glyph caches elsewhere can key on it.
+  uint64_t Serial() const { return serial_; }
   // Pixels above and below the baseline, and from one baseline to the next.
   int32_t Ascent() const;
   int32_t Descent() const;
@@ -72,6 +75,7 @@ class MFont {
   std::unique_ptr<uint8_t[]> ownData_;  // inflated resource bytes, when any
   std::unique_ptr<MFontFace> face_;
   int32_t pixelSize_ = 0;
+  uint64_t serial_ = 0;
 };
 
 }  // namespace kx
