@@ -19,7 +19,7 @@ constexpr const char* kWindow = R"(
     <panel id="header" controltype="panel" caption="Kestrix">
       <occupyborder x1="8" y1="4" x2="8"/>
       <horizontal>
-        <static caption="Vorlund plug-ins and content" sizex="260" sizey="22" layoutplacement="left,center"/>
+        <static caption="&lt;b&gt;Vorlund&lt;/b&gt; plug-ins and &lt;cgreen&gt;content" sizex="260" sizey="22" layoutplacement="left,center"/>
         <edit caption="~/.vst3" sizex="140" sizey="24" layoutratiox="1"/>
         <button caption="Browse" sizex="84" sizey="24"/>
       </horizontal>

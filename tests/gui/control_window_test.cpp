@@ -6,6 +6,7 @@
 #include "control_test_support.h"
 #include "gui/host/offscreen_host.h"
 #include "gui/layout/layouts.h"
+#include "gui/richtext/content.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -76,6 +77,10 @@ TEST(ControlWindow, StructureDumpAndHelpTexts) {
   const MString help = window->FindByID(MString("a"))->BuildContextHelp();
   EXPECT_NE(help.Find(MString("<p><s/><left><name>Drive</name> sets the amount.<p/><p><i><cgreen>Move mouse cursor")), -1);
   EXPECT_EQ(window->FindByID(MString("b"))->BuildContextHelp(), MString("Sorry, no help is defined for this control."));
+  // The document is rich text with the ten semantic tagsets defined.
+  MContent document(help);
+  ASSERT_EQ(document.Tagsets().size(), 10u);
+  EXPECT_EQ(document.Tagsets()[0].name, MString("name"));
 }
 
 class DropTarget : public MControl {

@@ -8,6 +8,7 @@
 #include "gui/controls/control_factory.h"
 #include "gui/host/window_host.h"
 #include "gui/layout/layout.h"
+#include "gui/richtext/content.h"
 #include "gui/styles/styles.h"
 
 namespace kx {
@@ -240,6 +241,15 @@ void MControl::SetCollapsed(bool collapsed) {
 
 void MControl::SetCaption(const MString& caption) {
   Caption = caption;
+  if (ControlType == MControlType::kStatic) {
+    // Statics show their caption as rich text; a faulty mark-up keeps what
+    // parsed before the fault.
+    if (!CaptionContent) CaptionContent = std::make_unique<MContent>();
+    try {
+      CaptionContent->SetText(caption);
+    } catch (const MException&) {
+    }
+  }
   Repaint();
 }
 

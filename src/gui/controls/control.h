@@ -24,6 +24,7 @@
 namespace kx {
 
 class MDrawer;
+class MContent;
 class MLayout;
 class MStyles;
 class MWindowHost;
@@ -252,6 +253,8 @@ class MControl {
   MColor ColorizeColor;
   bool HasColorize = false;
   MString Caption;
+  // A static's caption as rich text, parsed when the caption is set.
+  std::unique_ptr<MContent> CaptionContent;
   MString Help;
   uint8_t HelpFlags = 0;
   std::vector<std::unique_ptr<MControl>> ExtraLabels;

@@ -7,6 +7,7 @@
 #include "foundation/threads/global_lock.h"
 #include "gui/controls/control.h"
 #include "gui/drawing/drawer.h"
+#include "gui/richtext/content.h"
 #include "gui/styles/styles.h"
 
 namespace kx {
@@ -45,9 +46,15 @@ void MControl::Paint(MDrawer& drawer) {
   if (!style || ControlType == MControlType::kEmpty || ControlType == MControlType::kNoBackground) return;
   MStyledControl styled;
   FillStyled(styled);
-  // A static is its text only.
-  if (ControlType == MControlType::kStatic) style->PaintContent(drawer, styled);
-  else style->PaintControl(drawer, styled);
+  // A static is its text only, as rich text, centred vertically.
+  if (ControlType == MControlType::kStatic) {
+    if (!CaptionContent || ShownSizeX() <= 0) return;
+    const int32_t height = CaptionContent->ComputeHeight(drawer, ShownSizeX());
+    const int32_t top = OffsetY + std::max(0, (ShownSizeY() - height) / 2);
+    CaptionContent->Paint(drawer, {OffsetX, top, OffsetX + ShownSizeX() - 1, top + height - 1});
+    return;
+  }
+  style->PaintControl(drawer, styled);
 }
 
 void MControl::Repaint() { Repaint(ClipRect); }
