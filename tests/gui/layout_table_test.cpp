@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "control_test_support.h"
+#include "gui/layout/layout.h"
 
 namespace kx {
 namespace {
@@ -106,6 +107,32 @@ TEST_P(LayoutTable, RectanglesAtThreeScales) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, LayoutTable, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace kx
+
+namespace kx {
+namespace {
+
+// Height half the width, as wrapped text would give.
+class HalfHeight : public MControl {
+ public:
+  int32_t ComputePlasticSize(bool vertical, int32_t other) override { return vertical ? other / 2 : other * 2; }
+};
+
+TEST(LayoutPlastic, HeightFollowsTheWidthInAColumn) {
+  auto window = BuildWindow(R"(<w sizex="100" sizey="100"><vertical/></w>)");
+  auto& plastic = window->AddChild(std::make_unique<HalfHeight>());
+  auto& rest = window->AddChild(std::make_unique<MControl>());
+  plastic.ID = MString("p");
+  rest.ID = MString("q");
+  plastic.Set(MControlFlag::kPlastic, true);
+  rest.LayoutRatioY = 1;
+  window->Layouts[0]->AddControl(plastic);
+  window->Layouts[0]->AddControl(rest);
+  window->Layout();
+  EXPECT_EQ(Rects(*window, {"p", "q"}), "p=0,0,100x50 q=0,51,100x49");
+}
 
 }  // namespace
 }  // namespace kx
