@@ -121,16 +121,16 @@ void MControl::ClearInvalid() {
 void MControl::PerformPaintDispatch(MDrawer& drawer) {
   Guarded("MControl::PerformPaintDispatch", [&] {
     MControl& window = *WindowControl;
-    MRect invalid;
     {
+      // Other threads add pending rectangles under this lock.
       MGlobalLock hold;
-      invalid = window.WindowInvalidRect;
+      const MRect invalid = window.WindowInvalidRect;
       window.WindowInvalidRect = MRect{};
       window.Set(MControlFlag::kWindowNeedsRepaint, false);
+      window.CollectPass(invalid);
     }
     window.updateList_.clear();
     drawer.SetStyle(window.style_);
-    window.CollectPass(invalid);
     window.PaintPass(drawer);
     window.ClearInvalid();
     drawer.SetClip({0, 0, drawer.GetWidth() - 1, drawer.GetHeight() - 1});
