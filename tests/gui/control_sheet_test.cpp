@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 
 #include "control_test_support.h"
+#include "foundation/streams/file_stream.h"
+#include "media/formats/image_formats.h"
 #include "gui/host/offscreen_host.h"
+#include "gui/host/offscreen_render.h"
 #include "gui/styles/textured_styles.h"
 
 namespace kx {
@@ -82,6 +85,32 @@ TEST(ControlSheet, SampleWindowThroughNeonAtTwoScales) {
     host.SavePNG(*window, MString(scale == 1.0 ? KESTRIX_BINARY_DIR "/artefacts/gui/controls-window-100.png"
                                                 : KESTRIX_BINARY_DIR "/artefacts/gui/controls-window-200.png"));
   }
+}
+
+}  // namespace
+}  // namespace kx
+
+namespace kx {
+namespace {
+
+TEST(ControlSheet, DefinitionRenderedToPNGInOneCall) {
+  MStyleSettings settings;
+  settings.resize = 1.25;
+  std::unique_ptr<MTexturedStyle> style = MTexturedStyles::LoadStyle(settings);
+  MXMLItem root;
+  const std::string xml = R"(<window controltype="window" sizex="200" sizey="80"><occupyborder x1="8" y1="8" x2="8"/>
+      <horizontal><button caption="Cancel" layoutratiox="1"/><button caption="OK" layoutratiox="1"/></horizontal></window>)";
+  MConstMemoryStream stream(xml.data(), static_cast<int64_t>(xml.size()));
+  root.LoadXML(stream);
+  const MString path(KESTRIX_BINARY_DIR "/artefacts/gui/controls-dialog-125.png");
+  const MPoint size = RenderDefinitionToPNG(root, *style, 1.25, path);
+  EXPECT_EQ(size.x, 250);
+  EXPECT_EQ(size.y, 100);
+  MFileStream in(path, MFileStream::kModeRead);
+  MBitmap picture;
+  LoadPNG(picture, in);
+  EXPECT_EQ(picture.Width(), 250);
+  EXPECT_EQ(picture.Height(), 100);
 }
 
 }  // namespace
