@@ -74,6 +74,7 @@ class MVariant {
   void SetFloat(float value);
   void SetDouble(double value);
   void SetString(const MShortString& text);
+  void SetString(MShortString&& text);
   // Appends to a string value in place, so that a value built from many pieces
   // grows in amortised steps (any other type first becomes its AsString form).
   void AppendText(const MShortString& text);

@@ -5,9 +5,41 @@
 
 namespace kx {
 
+namespace {
+
+// Unit-exact equality of a parsed name and a kept one.
+bool SameText(const MShortString& kept, const MString& text) {
+  int32_t length = text.Length();
+  if (kept.Length() != length) return false;
+  for (int32_t i = 0; i < length; ++i)
+    if (kept[i] != text[i]) return false;
+  return true;
+}
+
+}  // namespace
+
+const MXMLName& MXMLItemBuilder::AttributeName(const MString& text) {
+  // Names come back in the same order element after element: look from the
+  // slot after the last one found.
+  int slot = lastKnown_;
+  for (int i = 0; i < knownCount_; ++i) {
+    if (++slot == knownCount_) slot = 0;
+    if (SameText(known_[slot].text, text)) {
+      lastKnown_ = slot;
+      return known_[slot];
+    }
+  }
+  lastKnown_ = nextKnown_;
+  MXMLName& entry = known_[nextKnown_];
+  nextKnown_ = (nextKnown_ + 1) % kKnownNames;
+  if (knownCount_ < kKnownNames) ++knownCount_;
+  entry.Set(text);
+  return entry;
+}
+
 bool MXMLItemBuilder::OnElement(const MString& name, const MXMLParsedAttributes* attributes, bool closing) {
   if (closing) {
-    if (!current_ || !current_->name.EqualsNoCase(name))
+    if (!current_ || (current_->name != name && !current_->name.EqualsNoCase(name)))
       throw MException("Invalid file contents. Invalid closing element name.", kErrorIO);
     current_ = current_->parent;
     return current_ == nullptr;
@@ -25,7 +57,7 @@ bool MXMLItemBuilder::OnElement(const MString& name, const MXMLParsedAttributes*
   }
   if (attributes)
     for (const MXMLParsedAttribute& attribute : *attributes)
-      item->AppendAttribute(MXMLName(attribute.name), MVariant(attribute.value));
+      item->AppendAttribute(AttributeName(attribute.name)).value.SetString(MShortString(attribute.value));
   current_ = item;
   return false;
 }
