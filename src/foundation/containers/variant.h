@@ -75,6 +75,10 @@ class MVariant {
   void SetDouble(double value);
   void SetString(const MShortString& text);
   void SetString(MShortString&& text);
+  // A string value copied from `length` units, or from bytes widened one a unit,
+  // into the storage the value already has when it is big enough.
+  void SetStringUnits(const MChar* units, int32_t length);
+  void SetStringBytes(const char* bytes, int32_t length);
   // Appends to a string value in place, so that a value built from many pieces
   // grows in amortised steps (any other type first becomes its AsString form).
   void AppendText(const MShortString& text);

@@ -108,7 +108,7 @@ void MStringT<N>::MoveFrom(MStringT& other) noexcept {
   length_ = other.length_;
   kind_ = other.kind_;
   if (kind_ == kInline) {
-    std::memcpy(u_.inline_units, other.u_.inline_units, sizeof(MChar) * (length_ + 1));
+    CopyInlineUnits(u_.inline_units, other.u_.inline_units, length_);
   } else {
     u_ = other.u_;
   }
@@ -233,6 +233,70 @@ const MChar* MStringT<N>::c_str() {
 }
 
 // ---------------------------------------------------------------- mutation
+
+template <int N>
+MStringT<N>& MStringT<N>::Assign(const MChar* text, int32_t length) {
+  if (length < 0) length = 0;
+  if (MChar* units = ReuseStorage(length)) {
+    // `text` may be our own units, at or after the start: a forward copy is safe.
+    if (length <= 32) {
+      for (int32_t i = 0; i < length; ++i) units[i] = text[i];
+    } else {
+      std::memmove(units, text, sizeof(MChar) * length);
+    }
+    SetLength(length);
+    return *this;
+  }
+  if (length > MStringBuffer::kMaxUnits) ThrowTooLong();
+  const MChar* own = UnitsOrNull();
+  if (own && text >= own && text <= own + length_) {
+    MStringT copy(text, length);  // our own units, which new storage would drop
+    ReleaseStorage();
+    MoveFrom(copy);
+    return *this;
+  }
+  MChar* units = FreshStorage(length);
+  if (length > 0) std::memcpy(units, text, sizeof(MChar) * length);
+  units[length] = 0;
+  return *this;
+}
+
+template <int N>
+MStringT<N>& MStringT<N>::AssignBytes(const char* text, int32_t length) {
+  if (length < 0) length = 0;
+  if (MChar* units = ReuseStorage(length)) {
+    const auto* in = reinterpret_cast<const unsigned char*>(text);
+    for (int32_t i = 0; i < length; ++i) units[i] = in[i];
+    SetLength(length);
+    return *this;
+  }
+  if (length > MStringBuffer::kMaxUnits) ThrowTooLong();
+  MChar* units = FreshStorage(length);
+  const auto* in = reinterpret_cast<const unsigned char*>(text);
+  for (int32_t i = 0; i < length; ++i) units[i] = in[i];
+  units[length] = 0;
+  return *this;
+}
+
+// New private storage for `length` units in place of what the string holds; the
+// buffer comes first, so a failing allocation leaves the string as it was. The
+// caller fills the units and the terminator.
+template <int N>
+MChar* MStringT<N>::FreshStorage(int32_t length) {
+  MChar* units;
+  if (length < N) {
+    ReleaseStorage();
+    kind_ = kInline;
+    units = u_.inline_units;
+  } else {
+    MStringBuffer* buffer = MStringBuffer::Allocate(length);
+    ReleaseStorage();
+    kind_ = kShared;
+    units = u_.shared = buffer->Units();
+  }
+  length_ = length;
+  return units;
+}
 
 template <int N>
 MStringT<N>& MStringT<N>::Append(const char* text, int32_t length) {
@@ -364,8 +428,15 @@ MStringT<N> MStringT<N>::Mid(int32_t start, int32_t count) const {
 template <int N>
 int32_t MStringT<N>::FindChar(MChar unit, int32_t from) const {
   if (from < 0) from = 0;
+  if (from >= length_) return -1;
+  if (kind_ == kExternal) {
+    if (unit > 0xFF) return -1;
+    const void* at = std::memchr(u_.external + from, unit, static_cast<size_t>(length_ - from));
+    return at ? static_cast<int32_t>(static_cast<const char*>(at) - u_.external) : -1;
+  }
+  const MChar* units = Units();
   for (int32_t i = from; i < length_; ++i)
-    if ((*this)[i] == unit) return i;
+    if (units[i] == unit) return i;
   return -1;
 }
 

@@ -46,15 +46,39 @@ int64_t MMBXReader::StringLength() const {
   throw MException("Not a terminated string for GetStringLength.");
 }
 
-MString MMBXReader::ReadItemName() {
+void MMBXReader::ReadItemName(MString& name) {
+  // Items of a file have few names: the last one found first, then the others.
+  for (int i = 0; i < knownItemCount_; ++i) {
+    int slot = (lastKnownItem_ + i) % knownItemCount_;
+    KnownItemName& known = knownItems_[slot];
+    if (TakeKnown(known.offset, known.length)) {
+      lastKnownItem_ = slot;
+      name = known.name;
+      return;
+    }
+  }
   int64_t length = StringLength();
-  MString name = MString::FromBytes(reinterpret_cast<const char*>(data_ + position_),
-                                    static_cast<int32_t>(length));
+  name.AssignBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
+  KnownItemName& entry = knownItems_[nextKnownItem_];
+  lastKnownItem_ = nextKnownItem_;
+  nextKnownItem_ = (nextKnownItem_ + 1) % kKnownItemNames;
+  if (knownItemCount_ < kKnownItemNames) ++knownItemCount_;
+  entry.offset = position_;
+  entry.length = length;
+  entry.name = name;
   position_ += length + 1;
-  return name;
 }
 
 const MXMLName& MMBXReader::ReadAttributeName() {
+  // Most often the name after the last one found, in the same order item after item.
+  if (knownCount_ > 0) {
+    int slot = lastKnown_ + 1 == knownCount_ ? 0 : lastKnown_ + 1;
+    const KnownName& known = known_[slot];
+    if (TakeKnown(known.offset, known.length)) {
+      lastKnown_ = slot;
+      return known.name;
+    }
+  }
   int64_t length = StringLength();
   int64_t offset = position_;
   const char* bytes = reinterpret_cast<const char*>(data_ + offset);
@@ -127,8 +151,7 @@ void MMBXReader::ReadValue(MVariant& value) {
       return;
     case 's': {
       int64_t length = StringLength();
-      value.SetString(MShortString::FromBytes(reinterpret_cast<const char*>(data_ + position_),
-                                              static_cast<int32_t>(length)));
+      value.SetStringBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
       position_ += length + 1;
       return;
     }
@@ -164,19 +187,20 @@ void MMBXReader::ReadTree(MXMLItem& root) {
     unsigned char command = data_[position_++];
     switch (command) {
       case 'X': {
-        MString name = ReadItemName();
         if (!current) {
-          root.name = std::move(name);
+          ReadItemName(root.name);
           current = &root;
         } else {
-          current = &current->AddSubItem(name);
+          // Read first: a bad name adds no item.
+          ReadItemName(itemName_);
+          current = &current->AddSubItem(itemName_);
         }
         break;
       }
       case 'A': {
         if (!current) ThrowIncorrectCommand();
         const MXMLName& name = ReadAttributeName();
-        ReadValue(current->AppendAttribute(name, MVariant()).value);
+        ReadValue(current->AppendAttribute(name).value);
         break;
       }
       case 'V':

@@ -68,10 +68,35 @@ class MMBXReader {
     position_ += sizeof(Number);
     return number;
   }
-  MString ReadItemName();
   // The attribute name at the current place; files repeat a few names over and
   // over, so recent ones are kept with their hash and reused.
   const MXMLName& ReadAttributeName();
+
+  // The item name at the current place, into `name`; names seen lately are
+  // recognised by their bytes and copied as they were read.
+  void ReadItemName(MString& name);
+  // True when the zero-terminated bytes at the current place are the `length`
+  // bytes at `offset`; then the place moves past them.
+  bool TakeKnown(int64_t offset, int64_t length) {
+    int64_t end = position_ + length;
+    if (end >= size_ || data_[end] != 0 ||
+        std::memcmp(data_ + position_, data_ + offset, static_cast<size_t>(length)) != 0)
+      return false;
+    position_ = end + 1;
+    return true;
+  }
+
+  struct KnownItemName {
+    int64_t offset = 0;
+    int64_t length = -1;
+    MString name;
+  };
+  static constexpr int kKnownItemNames = 4;
+  KnownItemName knownItems_[kKnownItemNames];
+  int knownItemCount_ = 0;
+  int nextKnownItem_ = 0;
+  int lastKnownItem_ = 0;
+  MString itemName_;
 
   struct KnownName {
     int64_t offset = 0;  // where its bytes stand in the block

@@ -1,5 +1,7 @@
 #include "foundation/xml/xml_builder.h"
 
+#include <cstring>
+
 #include "foundation/core/exception.h"
 #include "foundation/text/format.h"
 
@@ -11,6 +13,9 @@ namespace {
 bool SameText(const MShortString& kept, const MString& text) {
   int32_t length = text.Length();
   if (kept.Length() != length) return false;
+  const MChar* a = kept.UnitsOrNull();
+  const MChar* b = text.UnitsOrNull();
+  if (a && b) return std::memcmp(a, b, sizeof(MChar) * static_cast<size_t>(length)) == 0;
   for (int32_t i = 0; i < length; ++i)
     if (kept[i] != text[i]) return false;
   return true;
@@ -56,8 +61,13 @@ bool MXMLItemBuilder::OnElement(const MString& name, const MXMLParsedAttributes*
     return true;
   }
   if (attributes)
-    for (const MXMLParsedAttribute& attribute : *attributes)
-      item->AppendAttribute(AttributeName(attribute.name)).value.SetString(MShortString(attribute.value));
+    for (const MXMLParsedAttribute& attribute : *attributes) {
+      MVariant& value = item->AppendAttribute(AttributeName(attribute.name)).value;
+      if (const MChar* units = attribute.value.UnitsOrNull())
+        value.SetStringUnits(units, attribute.value.Length());
+      else
+        value.SetString(MShortString(attribute.value));
+    }
   current_ = item;
   return false;
 }

@@ -22,6 +22,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "foundation/text/codecs.h"
 #include "foundation/containers/containers.h"
@@ -36,7 +37,29 @@ struct MXMLParsedAttribute {
   MString name;
   MString value;
 };
-using MXMLParsedAttributes = MArray<MXMLParsedAttribute>;
+
+// The attributes of one start tag, in order. The parser refills the same slots
+// tag after tag, so their strings keep their storage.
+class MXMLParsedAttributes {
+ public:
+  int32_t Count() const { return used_; }
+  bool IsEmpty() const { return used_ == 0; }
+  const MXMLParsedAttribute& operator[](int32_t index) const { return slots_[index]; }
+  const MXMLParsedAttribute* begin() const { return slots_.data(); }
+  const MXMLParsedAttribute* end() const { return slots_.data() + used_; }
+
+  void Reset() { used_ = 0; }
+  // The next slot, holding whatever an earlier tag left in it.
+  MXMLParsedAttribute& Next() {
+    if (used_ == static_cast<int32_t>(slots_.size())) slots_.emplace_back();
+    return slots_[used_++];
+  }
+  void DropLast() { --used_; }
+
+ private:
+  std::vector<MXMLParsedAttribute> slots_;
+  int32_t used_ = 0;
+};
 
 class MXMLHandler {
  public:
@@ -70,13 +93,21 @@ class MXMLParser {
   void Advance() { ++position_; }
   int LoadLine();
 
-  void SkipBlanks();
+  // Blanks are the units 0 to 32.
+  void SkipBlanks() {
+    while (position_ < length_ && units_[position_] <= 32) ++position_;
+    if (position_ >= length_) SkipBlanksAcrossLines();
+  }
+  void SkipBlanksAcrossLines();
   MString ReadToken();
+  // The same into `token`, whose storage is reused.
+  void ReadToken(MString& token);
   int NextSpecial();
   MString CurrentUnit();
   // The special unit a check met, or the unit under the cursor when it met none.
   MString FoundUnit(int special);
-  MString ReadQuoted(MChar delimiter);
+  // Returns whether the value holds a '&', that is, may hold entities.
+  bool ReadQuoted(MChar delimiter, MString& value);
   MString ReadUntil(const char* delimiter);
   void SkipDeclaration();
   // Text up to the next '<' (consumed); false at the end of input.
@@ -96,6 +127,7 @@ class MXMLParser {
   bool ended_ = false;
   std::u16string scratch_;
   MXMLParsedAttributes attributes_;
+  MString name_;  // the element name being read
 };
 
 }  // namespace kx

@@ -172,6 +172,8 @@ void* MNodePool::Allocate() {
     cache.count = kBatch;
   }
   cache.loaded = node->next;
+  // The next node is wanted soon, and after a clear its memory is cold.
+  if (cache.loaded) __builtin_prefetch(cache.loaded, 1);
   --cache.count;
   KX_UNPOISON(node, nodeSize_);
   return node;
