@@ -14,6 +14,35 @@ const char kEmptyByte[1] = {0};
 
 inline bool IsBlankUnit(MChar unit) { return unit < 33; }
 
+// One unit from each byte. Eight at a time: each half of a word spread into
+// four 16-bit lanes (little-endian, so the units come out in order).
+inline uint64_t SpreadBytes(uint64_t four) {
+  four = (four | (four << 16)) & 0x0000FFFF0000FFFFULL;
+  return (four | (four << 8)) & 0x00FF00FF00FF00FFULL;
+}
+
+void WidenBytes(MChar* out, const unsigned char* in, int32_t length) {
+  int32_t i = 0;
+  if constexpr (std::endian::native == std::endian::little) {
+    for (; length - i >= 8; i += 8) {
+      uint64_t word;
+      std::memcpy(&word, in + i, sizeof word);
+      uint64_t low = SpreadBytes(word & 0xFFFFFFFFULL);
+      uint64_t high = SpreadBytes(word >> 32);
+      std::memcpy(out + i, &low, sizeof low);
+      std::memcpy(out + i + 4, &high, sizeof high);
+    }
+    if (length - i >= 4) {
+      uint32_t four;
+      std::memcpy(&four, in + i, sizeof four);
+      uint64_t units = SpreadBytes(four);
+      std::memcpy(out + i, &units, sizeof units);
+      i += 4;
+    }
+  }
+  for (; i < length; ++i) out[i] = in[i];
+}
+
 // A length beyond what a 32-bit capacity can hold is refused before any size
 // arithmetic could wrap around.
 [[noreturn]] void ThrowTooLong() { throw MException("Text is too long for a string."); }
@@ -186,7 +215,7 @@ MChar* MStringT<N>::ReserveSlow(int32_t units) {
       kind_ = kShared;
       u_.shared = target = buffer->Units();
     }
-    for (int32_t i = 0; i < length; ++i) target[i] = static_cast<unsigned char>(bytes[i]);
+    WidenBytes(target, reinterpret_cast<const unsigned char*>(bytes), length);
     target[length] = 0;
     return target;
   }
@@ -266,14 +295,14 @@ MStringT<N>& MStringT<N>::AssignBytes(const char* text, int32_t length) {
   if (length < 0) length = 0;
   if (MChar* units = ReuseStorage(length)) {
     const auto* in = reinterpret_cast<const unsigned char*>(text);
-    for (int32_t i = 0; i < length; ++i) units[i] = in[i];
+    WidenBytes(units, in, length);
     SetLength(length);
     return *this;
   }
   if (length > MStringBuffer::kMaxUnits) ThrowTooLong();
   MChar* units = FreshStorage(length);
   const auto* in = reinterpret_cast<const unsigned char*>(text);
-  for (int32_t i = 0; i < length; ++i) units[i] = in[i];
+  WidenBytes(units, in, length);
   units[length] = 0;
   return *this;
 }
@@ -304,7 +333,7 @@ MStringT<N>& MStringT<N>::Append(const char* text, int32_t length) {
   if (length > MStringBuffer::kMaxUnits - length_) ThrowTooLong();
   MChar* out = Reserve(length_ + length) + length_;
   const auto* in = reinterpret_cast<const unsigned char*>(text);
-  for (int32_t i = 0; i < length; ++i) out[i] = in[i];
+  WidenBytes(out, in, length);
   SetLength(length_ + length);
   return *this;
 }
