@@ -21,7 +21,7 @@ inline uint64_t SpreadBytes(uint64_t four) {
   return (four | (four << 8)) & 0x00FF00FF00FF00FFULL;
 }
 
-void WidenBytes(MChar* out, const unsigned char* in, int32_t length) {
+[[gnu::always_inline]] inline void WidenBytes(MChar* out, const unsigned char* in, int32_t length) {
   int32_t i = 0;
   if constexpr (std::endian::native == std::endian::little) {
     for (; length - i >= 8; i += 8) {

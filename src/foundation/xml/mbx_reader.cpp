@@ -1,5 +1,6 @@
 #include "foundation/xml/mbx_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -14,6 +15,17 @@
 namespace kx {
 namespace {
 
+// The first eight bytes of a name (fewer: zero-padded), as one little-endian word.
+uint64_t HeadOf(const unsigned char* bytes, int64_t length) {
+  uint64_t head = 0;
+  if (length >= 8) {
+    std::memcpy(&head, bytes, sizeof head);
+  } else {
+    for (int64_t i = 0; i < length; ++i) head |= uint64_t{bytes[i]} << (8 * i);
+  }
+  return head;
+}
+
 [[noreturn]] void ThrowIncorrectCommand() {
   throw MException("Incorrect MBX command identifier.");
 }
@@ -27,7 +39,7 @@ void MMBXReader::Need(int64_t size) const {
   if (size < 0 || size > size_ - position_) throw MException("Data range not available.");
 }
 
-int64_t MMBXReader::StringLength() const {
+int64_t MMBXReader::LongStringLength() const {
   if (position_ < 0 || position_ >= size_) throw MException("Invalid buffer GetStringLength call.");
   // Eight bytes at a time: a word holds a zero byte when subtracting 1 from each
   // byte borrows into a high bit that the byte itself did not have; the lowest
@@ -51,7 +63,7 @@ void MMBXReader::ReadItemName(MString& name) {
   for (int i = 0; i < knownItemCount_; ++i) {
     int slot = (lastKnownItem_ + i) % knownItemCount_;
     KnownItemName& known = knownItems_[slot];
-    if (TakeKnown(known.offset, known.length)) {
+    if (TakeKnown(known.offset, known.length, known.head)) {
       lastKnownItem_ = slot;
       name = known.name;
       return;
@@ -65,16 +77,19 @@ void MMBXReader::ReadItemName(MString& name) {
   if (knownItemCount_ < kKnownItemNames) ++knownItemCount_;
   entry.offset = position_;
   entry.length = length;
+  entry.head = HeadOf(data_ + position_, length);
   entry.name = name;
   position_ += length + 1;
 }
 
 const MXMLName& MMBXReader::ReadAttributeName() {
-  // Most often the name after the last one found, in the same order item after item.
-  if (knownCount_ > 0) {
-    int slot = lastKnown_ + 1 == knownCount_ ? 0 : lastKnown_ + 1;
+  // Names come back in the same order item after item: look from the slot
+  // after the last one found. A short name is one word compared.
+  int slot = lastKnown_;
+  for (int i = 0; i < knownCount_; ++i) {
+    if (++slot == knownCount_) slot = 0;
     const KnownName& known = known_[slot];
-    if (TakeKnown(known.offset, known.length)) {
+    if (TakeKnown(known.offset, known.length, known.head)) {
       lastKnown_ = slot;
       return known.name;
     }
@@ -83,27 +98,6 @@ const MXMLName& MMBXReader::ReadAttributeName() {
   int64_t offset = position_;
   const char* bytes = reinterpret_cast<const char*>(data_ + offset);
   position_ += length + 1;
-  // Names come back in the same order item after item: look from the slot
-  // after the last one found. The first eight bytes decide most comparisons.
-  uint64_t head = 0;
-  if (length >= 8) {
-    std::memcpy(&head, bytes, sizeof head);
-  } else {
-    for (int64_t i = 0; i < length; ++i)
-      head |= uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
-  }
-  int slot = lastKnown_;
-  for (int i = 0; i < knownCount_; ++i) {
-    if (++slot == knownCount_) slot = 0;
-    const KnownName& known = known_[slot];
-    if (known.length == length && known.head == head &&
-        (length <= 8 ||
-         std::memcmp(data_ + known.offset + 8, bytes + 8, static_cast<size_t>(length - 8)) == 0)) {
-      lastKnown_ = slot;
-      return known.name;
-    }
-  }
-
   // A new name takes the next slot, the oldest once all are in use.
   lastKnown_ = nextKnown_;
   KnownName& entry = known_[nextKnown_];
@@ -111,8 +105,8 @@ const MXMLName& MMBXReader::ReadAttributeName() {
   if (knownCount_ < kKnownNames) ++knownCount_;
   entry.offset = offset;
   entry.length = length;
-  entry.head = head;
-  if (!std::memchr(bytes, ' ', static_cast<size_t>(length))) {
+  entry.head = HeadOf(data_ + offset, length);
+  if (std::find(bytes, bytes + length, ' ') == bytes + length) {
     entry.name.Set(MShortString::FromBytes(bytes, static_cast<int32_t>(length)));
     return entry.name;
   }
