@@ -21,7 +21,8 @@ inline uint64_t SpreadBytes(uint64_t four) {
   return (four | (four << 8)) & 0x00FF00FF00FF00FFULL;
 }
 
-[[gnu::always_inline]] inline void WidenBytes(MChar* out, const unsigned char* in, int32_t length) {
+[[gnu::always_inline]] inline void WidenBytes(MChar* __restrict out, const unsigned char* __restrict in,
+                                              int32_t length) {
   int32_t i = 0;
   if constexpr (std::endian::native == std::endian::little) {
     for (; length - i >= 8; i += 8) {
@@ -38,6 +39,20 @@ inline uint64_t SpreadBytes(uint64_t four) {
       uint64_t units = SpreadBytes(four);
       std::memcpy(out + i, &units, sizeof units);
       i += 4;
+    }
+    // At most three left: spelt out, so that no loop machinery is built for them.
+    switch (length - i) {
+      case 3:
+        out[i + 2] = in[i + 2];
+        [[fallthrough]];
+      case 2:
+        out[i + 1] = in[i + 1];
+        [[fallthrough]];
+      case 1:
+        out[i] = in[i];
+        [[fallthrough]];
+      default:
+        return;
     }
   }
   for (; i < length; ++i) out[i] = in[i];

@@ -172,8 +172,12 @@ void* MNodePool::Allocate() {
     cache.count = kBatch;
   }
   cache.loaded = node->next;
-  // The next node is wanted soon, and after a clear its memory is cold.
-  if (cache.loaded) __builtin_prefetch(cache.loaded, 1);
+  // The next node is wanted soon, and after a clear its memory is cold: fetch
+  // all of it for writing while the caller fills this one.
+  if (FreeNode* next = cache.loaded) {
+    const char* line = reinterpret_cast<const char*>(next);
+    for (size_t at = 0; at < nodeSize_; at += 64) __builtin_prefetch(line + at, 1);
+  }
   --cache.count;
   KX_UNPOISON(node, nodeSize_);
   return node;
