@@ -10,8 +10,6 @@
 namespace kx {
 namespace {
 
-const char kEmptyByte[1] = {0};
-
 inline bool IsBlankUnit(MChar unit) { return unit < 33; }
 
 // One unit from each byte. Eight at a time: each half of a word spread into
@@ -128,13 +126,6 @@ void MByteBuffer::Clear() {
 }
 
 // ---------------------------------------------------------------- storage
-
-template <int N>
-void MStringT<N>::SetEmpty() {
-  length_ = 0;
-  kind_ = kExternal;
-  u_.external = kEmptyByte;
-}
 
 template <int N>
 void MStringT<N>::SetExternal(const char* text, size_t length) {
@@ -308,6 +299,14 @@ MStringT<N>& MStringT<N>::Assign(const MChar* text, int32_t length) {
 template <int N>
 MStringT<N>& MStringT<N>::AssignBytes(const char* text, int32_t length) {
   if (length < 0) length = 0;
+  if (kind_ != kShared && length < 16) {
+    // The common case of readers: short text into a string that holds no buffer.
+    kind_ = kInline;
+    length_ = length;
+    WidenBytes(u_.inline_units, reinterpret_cast<const unsigned char*>(text), length);
+    u_.inline_units[length] = 0;
+    return *this;
+  }
   if (MChar* units = ReuseStorage(length)) {
     const auto* in = reinterpret_cast<const unsigned char*>(text);
     WidenBytes(units, in, length);

@@ -300,7 +300,11 @@ class MStringT {
  private:
   const MChar* Units() const { return kind_ == kInline ? u_.inline_units : u_.shared; }
   MChar* MutableUnits() { return kind_ == kInline ? u_.inline_units : u_.shared; }
-  void SetEmpty();
+  void SetEmpty() {  // inline: every new string and every move passes here
+    length_ = 0;
+    kind_ = kExternal;
+    u_.external = "";
+  }
   void SetExternal(const char* text, size_t length);
   template <int Other>
   void CopyFrom(const MStringT<Other>& other);

@@ -58,18 +58,18 @@ int64_t MMBXReader::LongStringLength() const {
   throw MException("Not a terminated string for GetStringLength.");
 }
 
-void MMBXReader::ReadItemName(MString& name) {
+const MString& MMBXReader::ReadItemName(MString& fresh) {
   // Items of a file have few names: the last one found first, then the others.
   for (int i = 0; i < knownItemCount_; ++i) {
     int slot = (lastKnownItem_ + i) % knownItemCount_;
     KnownItemName& known = knownItems_[slot];
     if (TakeKnown(known.offset, known.length, known.head)) {
       lastKnownItem_ = slot;
-      name = known.name;
-      return;
+      return known.name;
     }
   }
   int64_t length = StringLength();
+  MString& name = fresh;
   name.AssignBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
   KnownItemName& entry = knownItems_[nextKnownItem_];
   lastKnownItem_ = nextKnownItem_;
@@ -80,6 +80,7 @@ void MMBXReader::ReadItemName(MString& name) {
   entry.head = HeadOf(data_ + position_, length);
   entry.name = name;
   position_ += length + 1;
+  return name;
 }
 
 const MXMLName& MMBXReader::ReadAttributeName() {
@@ -181,13 +182,13 @@ void MMBXReader::ReadTree(MXMLItem& root) {
     unsigned char command = data_[position_++];
     switch (command) {
       case 'X': {
+        // The name is read first: a bad name adds no item.
+        const MString& name = ReadItemName(itemName_);
         if (!current) {
-          ReadItemName(root.name);
+          root.name = name;
           current = &root;
         } else {
-          // Read first: a bad name adds no item.
-          ReadItemName(itemName_);
-          current = &current->AddSubItem(itemName_);
+          current = &current->AddSubItem(name);
         }
         break;
       }

@@ -82,9 +82,9 @@ class MMBXReader {
   // over, so recent ones are kept with their hash and reused.
   const MXMLName& ReadAttributeName();
 
-  // The item name at the current place, into `name`; names seen lately are
-  // recognised by their bytes and copied as they were read.
-  void ReadItemName(MString& name);
+  // The item name at the current place: a name seen lately, recognised by its
+  // bytes, or else `fresh` filled with it.
+  const MString& ReadItemName(MString& fresh);
   // True when the zero-terminated bytes at the current place are the `length`
   // bytes at `offset`; then the place moves past them.
   bool TakeKnown(int64_t offset, int64_t length, uint64_t head) {
