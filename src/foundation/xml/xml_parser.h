@@ -42,6 +42,20 @@ struct MXMLParsedAttribute {
 // tag after tag, so their strings keep their storage.
 class MXMLParsedAttributes {
  public:
+  MXMLParsedAttributes() = default;
+  // A copy holds the attributes of the tag, not the spare slots.
+  MXMLParsedAttributes(const MXMLParsedAttributes& other)
+      : slots_(other.begin(), other.end()), used_(other.used_) {}
+  MXMLParsedAttributes& operator=(const MXMLParsedAttributes& other) {
+    if (this != &other) {
+      slots_.assign(other.begin(), other.end());
+      used_ = other.used_;
+    }
+    return *this;
+  }
+  MXMLParsedAttributes(MXMLParsedAttributes&&) = default;
+  MXMLParsedAttributes& operator=(MXMLParsedAttributes&&) = default;
+
   int32_t Count() const { return used_; }
   bool IsEmpty() const { return used_ == 0; }
   const MXMLParsedAttribute& operator[](int32_t index) const { return slots_[index]; }
@@ -121,13 +135,13 @@ class MXMLParser {
   MCodec* codec_;
   MTextReader reader_;
   MString line_;
+  MString name_;  // the element name being read
   const MChar* units_ = nullptr;
   int32_t length_ = -1;
   int32_t position_ = 0;
   bool ended_ = false;
   std::u16string scratch_;
   MXMLParsedAttributes attributes_;
-  MString name_;  // the element name being read
 };
 
 }  // namespace kx
