@@ -173,20 +173,6 @@ void MVariant::SetString(MShortString&& text) {
   text_ = std::move(taken);
 }
 
-void MVariant::SetStringUnits(const MChar* units, int32_t length) {
-  FreeBuffer();
-  type_ = kString;
-  value_.i64 = 0;
-  text_.Assign(units, length);
-}
-
-void MVariant::SetStringBytes(const char* bytes, int32_t length) {
-  FreeBuffer();
-  type_ = kString;
-  value_.i64 = 0;
-  text_.AssignBytes(bytes, length);
-}
-
 void MVariant::AppendText(const MShortString& text) {
   if (type_ != kString) SetString(AsString());
   text_.Append(text);
