@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "foundation/xml/xml_item.h"
@@ -43,6 +44,31 @@ TEST(MNodePoolTest, TreesReturnTheirNodesToThePools) {
   EXPECT_EQ(XMLItemPool().TotalNodes(), itemTotal);
   EXPECT_EQ(XMLAttributePool().TotalNodes(), attributeTotal);
   EXPECT_EQ(BufferRecordPool().TotalNodes(), bufferTotal);
+}
+
+// Nodes a thread freed, or holds in its cache, go back to the shared pool when
+// the thread ends: neither lost to the count nor kept from other threads.
+TEST(MNodePoolTest, AThreadsCachedNodesReturnWhenItEnds) {
+  auto build = [](MXMLItem& root) {
+    for (int i = 0; i < 300; ++i) root.AddSubItem("item").SetAttribute("name", "x");
+  };
+  const int64_t items = XMLItemPool().LiveNodes();
+  const int64_t attributes = XMLAttributePool().LiveNodes();
+  auto* handed = new MXMLItem("r");
+  std::thread([&] {
+    MXMLItem local("r");
+    build(local);
+    build(*handed);
+  }).join();
+  EXPECT_EQ(XMLItemPool().LiveNodes(), items + 301);  // the handed root and its items
+  EXPECT_EQ(XMLAttributePool().LiveNodes(), attributes + 300);
+  const int64_t total = XMLItemPool().TotalNodes();
+  std::thread([&] { delete handed; }).join();  // a thread that only frees
+  EXPECT_EQ(XMLItemPool().LiveNodes(), items);
+  MXMLItem again("r");
+  build(again);
+  build(again);
+  EXPECT_EQ(XMLItemPool().TotalNodes(), total);
 }
 
 // The pools hold nodes of their class's size: anything larger (a class derived

@@ -167,6 +167,12 @@ void MVariant::SetString(const MShortString& text) {
   text_ = std::move(copy);
 }
 
+void MVariant::SetString(MShortString&& text) {
+  MShortString taken(std::move(text));  // `text` may be our own
+  Clear();
+  text_ = std::move(taken);
+}
+
 void MVariant::AppendText(const MShortString& text) {
   if (type_ != kString) SetString(AsString());
   text_.Append(text);

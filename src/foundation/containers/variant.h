@@ -61,7 +61,9 @@ class MVariant {
   MVariant(MVariant&& other) noexcept;
   MVariant& operator=(const MVariant& other);
   MVariant& operator=(MVariant&& other) noexcept;
-  ~MVariant() { FreeBuffer(); }
+  ~MVariant() {
+    if (type_ == kBuffer) FreeBuffer();  // the test inline: trees free many variants
+  }
 
   Type GetType() const { return type_; }
   bool IsEmpty() const;
@@ -74,6 +76,21 @@ class MVariant {
   void SetFloat(float value);
   void SetDouble(double value);
   void SetString(const MShortString& text);
+  void SetString(MShortString&& text);
+  // A string value copied from `length` units, or from bytes widened one a unit,
+  // into the storage the value already has when it is big enough.
+  void SetStringUnits(const MChar* units, int32_t length) {
+    if (type_ == kBuffer) FreeBuffer();
+    type_ = kString;
+    value_.i64 = 0;
+    text_.Assign(units, length);
+  }
+  void SetStringBytes(const char* bytes, int32_t length) {
+    if (type_ == kBuffer) FreeBuffer();
+    type_ = kString;
+    value_.i64 = 0;
+    text_.AssignBytes(bytes, length);
+  }
   // Appends to a string value in place, so that a value built from many pieces
   // grows in amortised steps (any other type first becomes its AsString form).
   void AppendText(const MShortString& text);

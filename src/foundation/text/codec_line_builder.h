@@ -1,6 +1,8 @@
 // Internal to the codecs. MLineBuilder gathers the units of a line 64 at a time
 // before they are appended to the string, so that a long line grows its string in
-// a few steps instead of one unit at a time. ReserveUnitPerByte readies the
+// a few steps instead of one unit at a time. A line string that holds a buffer of
+// its own keeps it for the next line: readers call ReadLine on the same string
+// line after line, and most lines of a data file are too long to lie inline. ReserveUnitPerByte readies the
 // decoders that make at most one unit of each byte.
 #pragma once
 
@@ -13,13 +15,30 @@ namespace kx {
 
 class MLineBuilder {
  public:
-  explicit MLineBuilder(MString& line) : line_(line) { line_.Clear(); }
+  explicit MLineBuilder(MString& line) : line_(line) {
+    if (line_.Kind() == kShared && line_.References() == 1)
+      line_.SetLength(0);
+    else
+      line_.Clear();
+  }
   MLineBuilder(const MLineBuilder&) = delete;
   MLineBuilder& operator=(const MLineBuilder&) = delete;
 
   void Put(MChar unit) {
     if (count_ == kBlock) Flush();
     block_[count_++] = unit;
+  }
+  // Bytes below 0x80, one unit each.
+  void PutASCII(const uint8_t* bytes, int32_t count) {
+    if (count_ + count > kBlock) {
+      Flush();
+      if (count > kBlock) {
+        line_.Append(reinterpret_cast<const char*>(bytes), count);
+        return;
+      }
+    }
+    for (int32_t i = 0; i < count; ++i) block_[count_ + i] = bytes[i];
+    count_ += count;
   }
   void Flush() {
     if (count_ > 0) line_.Append(block_, count_);

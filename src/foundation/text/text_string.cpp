@@ -10,9 +10,51 @@
 namespace kx {
 namespace {
 
-const char kEmptyByte[1] = {0};
-
 inline bool IsBlankUnit(MChar unit) { return unit < 33; }
+
+// One unit from each byte. Eight at a time: each half of a word spread into
+// four 16-bit lanes (little-endian, so the units come out in order).
+inline uint64_t SpreadBytes(uint64_t four) {
+  four = (four | (four << 16)) & 0x0000FFFF0000FFFFULL;
+  return (four | (four << 8)) & 0x00FF00FF00FF00FFULL;
+}
+
+[[gnu::always_inline]] inline void WidenBytes(MChar* __restrict out, const unsigned char* __restrict in,
+                                              int32_t length) {
+  int32_t i = 0;
+  if constexpr (std::endian::native == std::endian::little) {
+    for (; length - i >= 8; i += 8) {
+      uint64_t word;
+      std::memcpy(&word, in + i, sizeof word);
+      uint64_t low = SpreadBytes(word & 0xFFFFFFFFULL);
+      uint64_t high = SpreadBytes(word >> 32);
+      std::memcpy(out + i, &low, sizeof low);
+      std::memcpy(out + i + 4, &high, sizeof high);
+    }
+    if (length - i >= 4) {
+      uint32_t four;
+      std::memcpy(&four, in + i, sizeof four);
+      uint64_t units = SpreadBytes(four);
+      std::memcpy(out + i, &units, sizeof units);
+      i += 4;
+    }
+    // At most three left: spelt out, so that no loop machinery is built for them.
+    switch (length - i) {
+      case 3:
+        out[i + 2] = in[i + 2];
+        [[fallthrough]];
+      case 2:
+        out[i + 1] = in[i + 1];
+        [[fallthrough]];
+      case 1:
+        out[i] = in[i];
+        [[fallthrough]];
+      default:
+        return;
+    }
+  }
+  for (; i < length; ++i) out[i] = in[i];
+}
 
 // A length beyond what a 32-bit capacity can hold is refused before any size
 // arithmetic could wrap around.
@@ -86,13 +128,6 @@ void MByteBuffer::Clear() {
 // ---------------------------------------------------------------- storage
 
 template <int N>
-void MStringT<N>::SetEmpty() {
-  length_ = 0;
-  kind_ = kExternal;
-  u_.external = kEmptyByte;
-}
-
-template <int N>
 void MStringT<N>::SetExternal(const char* text, size_t length) {
   if (!text) {
     SetEmpty();
@@ -108,7 +143,7 @@ void MStringT<N>::MoveFrom(MStringT& other) noexcept {
   length_ = other.length_;
   kind_ = other.kind_;
   if (kind_ == kInline) {
-    std::memcpy(u_.inline_units, other.u_.inline_units, sizeof(MChar) * (length_ + 1));
+    CopyInlineUnits(u_.inline_units, other.u_.inline_units, length_);
   } else {
     u_ = other.u_;
   }
@@ -186,7 +221,7 @@ MChar* MStringT<N>::ReserveSlow(int32_t units) {
       kind_ = kShared;
       u_.shared = target = buffer->Units();
     }
-    for (int32_t i = 0; i < length; ++i) target[i] = static_cast<unsigned char>(bytes[i]);
+    WidenBytes(target, reinterpret_cast<const unsigned char*>(bytes), length);
     target[length] = 0;
     return target;
   }
@@ -235,12 +270,84 @@ const MChar* MStringT<N>::c_str() {
 // ---------------------------------------------------------------- mutation
 
 template <int N>
+MStringT<N>& MStringT<N>::Assign(const MChar* text, int32_t length) {
+  if (length < 0) length = 0;
+  if (MChar* units = ReuseStorage(length)) {
+    // `text` may be our own units, at or after the start: a forward copy is safe.
+    if (length <= 32) {
+      for (int32_t i = 0; i < length; ++i) units[i] = text[i];
+    } else {
+      std::memmove(units, text, sizeof(MChar) * length);
+    }
+    SetLength(length);
+    return *this;
+  }
+  if (length > MStringBuffer::kMaxUnits) ThrowTooLong();
+  const MChar* own = UnitsOrNull();
+  if (own && text >= own && text <= own + length_) {
+    MStringT copy(text, length);  // our own units, which new storage would drop
+    ReleaseStorage();
+    MoveFrom(copy);
+    return *this;
+  }
+  MChar* units = FreshStorage(length);
+  if (length > 0) std::memcpy(units, text, sizeof(MChar) * length);
+  units[length] = 0;
+  return *this;
+}
+
+template <int N>
+MStringT<N>& MStringT<N>::AssignBytes(const char* text, int32_t length) {
+  if (length < 0) length = 0;
+  if (kind_ != kShared && length < 16) {
+    // The common case of readers: short text into a string that holds no buffer.
+    kind_ = kInline;
+    length_ = length;
+    WidenBytes(u_.inline_units, reinterpret_cast<const unsigned char*>(text), length);
+    u_.inline_units[length] = 0;
+    return *this;
+  }
+  if (MChar* units = ReuseStorage(length)) {
+    const auto* in = reinterpret_cast<const unsigned char*>(text);
+    WidenBytes(units, in, length);
+    SetLength(length);
+    return *this;
+  }
+  if (length > MStringBuffer::kMaxUnits) ThrowTooLong();
+  MChar* units = FreshStorage(length);
+  const auto* in = reinterpret_cast<const unsigned char*>(text);
+  WidenBytes(units, in, length);
+  units[length] = 0;
+  return *this;
+}
+
+// New private storage for `length` units in place of what the string holds; the
+// buffer comes first, so a failing allocation leaves the string as it was. The
+// caller fills the units and the terminator.
+template <int N>
+MChar* MStringT<N>::FreshStorage(int32_t length) {
+  MChar* units;
+  if (length < N) {
+    ReleaseStorage();
+    kind_ = kInline;
+    units = u_.inline_units;
+  } else {
+    MStringBuffer* buffer = MStringBuffer::Allocate(length);
+    ReleaseStorage();
+    kind_ = kShared;
+    units = u_.shared = buffer->Units();
+  }
+  length_ = length;
+  return units;
+}
+
+template <int N>
 MStringT<N>& MStringT<N>::Append(const char* text, int32_t length) {
   if (length <= 0) return *this;
   if (length > MStringBuffer::kMaxUnits - length_) ThrowTooLong();
   MChar* out = Reserve(length_ + length) + length_;
   const auto* in = reinterpret_cast<const unsigned char*>(text);
-  for (int32_t i = 0; i < length; ++i) out[i] = in[i];
+  WidenBytes(out, in, length);
   SetLength(length_ + length);
   return *this;
 }
@@ -364,8 +471,15 @@ MStringT<N> MStringT<N>::Mid(int32_t start, int32_t count) const {
 template <int N>
 int32_t MStringT<N>::FindChar(MChar unit, int32_t from) const {
   if (from < 0) from = 0;
+  if (from >= length_) return -1;
+  if (kind_ == kExternal) {
+    if (unit > 0xFF) return -1;
+    const void* at = std::memchr(u_.external + from, unit, static_cast<size_t>(length_ - from));
+    return at ? static_cast<int32_t>(static_cast<const char*>(at) - u_.external) : -1;
+  }
+  const MChar* units = Units();
   for (int32_t i = from; i < length_; ++i)
-    if ((*this)[i] == unit) return i;
+    if (units[i] == unit) return i;
   return -1;
 }
 

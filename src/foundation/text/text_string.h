@@ -69,10 +69,21 @@ class MByteBuffer {
 
 enum MStringKind : uint32_t { kExternal = 0, kInline = 1, kShared = 2 };
 
+// Copies `length` units and the terminator between two inline areas (both of at
+// least 16 units). Short texts, most names and values, go as one fixed block of
+// 16 units, which the compiler turns into two moves instead of a call.
+inline void CopyInlineUnits(MChar* to, const MChar* from, int32_t length) {
+  if (length < 16)
+    std::memcpy(to, from, 16 * sizeof(MChar));
+  else
+    std::memcpy(to, from, sizeof(MChar) * (length + 1));
+}
+
 template <int InlineUnits>
 class MStringT {
   template <int>
   friend class MStringT;
+  static_assert(InlineUnits >= 16, "inline areas take a block of 16 units");
 
  public:
   static constexpr int kInlineUnits = InlineUnits;  // inline for lengths below this
@@ -188,6 +199,11 @@ class MStringT {
     units[++length_] = 0;
     return *this;
   }
+  // Replace the content by a copy of `length` units, or of bytes widened one a
+  // unit. Private storage that is big enough is kept, so that a string refilled
+  // token after token allocates nothing.
+  MStringT& Assign(const MChar* text, int32_t length);
+  MStringT& AssignBytes(const char* text, int32_t length);
   MStringT& Append(const char* text, int32_t length);
   MStringT& Append(const MChar* text, int32_t length);
   template <int Other>
@@ -284,7 +300,11 @@ class MStringT {
  private:
   const MChar* Units() const { return kind_ == kInline ? u_.inline_units : u_.shared; }
   MChar* MutableUnits() { return kind_ == kInline ? u_.inline_units : u_.shared; }
-  void SetEmpty();
+  void SetEmpty() {  // inline: every new string and every move passes here
+    length_ = 0;
+    kind_ = kExternal;
+    u_.external = "";
+  }
   void SetExternal(const char* text, size_t length);
   template <int Other>
   void CopyFrom(const MStringT<Other>& other);
@@ -294,6 +314,18 @@ class MStringT {
   void AssignUnits(const MChar* units, int32_t length);  // into fresh storage
   // The units [start, start + count) equal the first `count` units of `other`.
   bool SameUnits(int32_t start, const MStringT& other, int32_t count) const;
+  // Room for `length` units in private storage, discarding the content; null
+  // when the storage held cannot take them.
+  MChar* ReuseStorage(int32_t length) {
+    if (kind_ == kInline) return length < InlineUnits ? u_.inline_units : nullptr;
+    if (kind_ != kShared) return nullptr;
+    MStringBuffer* buffer = MStringBuffer::FromUnits(u_.shared);
+    return 2 * length + 10 <= buffer->capacity &&
+                   buffer->references.load(std::memory_order_acquire) == 1
+               ? u_.shared
+               : nullptr;
+  }
+  MChar* FreshStorage(int32_t length);
   // length_ + add, refused when the result would not fit a buffer.
   int32_t GrownLength(int64_t add) const;
 
@@ -325,6 +357,10 @@ void MStringT<InlineUnits>::CopyFrom(const MStringT<Other>& other) {
   }
   if (other.length_ < InlineUnits) {
     kind_ = kInline;
+    if (other.kind_ == kInline) {
+      CopyInlineUnits(u_.inline_units, other.u_.inline_units, other.length_);
+      return;
+    }
     std::memcpy(u_.inline_units, other.Units(), sizeof(MChar) * other.length_);
     u_.inline_units[other.length_] = 0;
     return;

@@ -1,5 +1,6 @@
 #include "foundation/xml/mbx_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -14,6 +15,17 @@
 namespace kx {
 namespace {
 
+// The first eight bytes of a name (fewer: zero-padded), as one little-endian word.
+uint64_t HeadOf(const unsigned char* bytes, int64_t length) {
+  uint64_t head = 0;
+  if (length >= 8) {
+    std::memcpy(&head, bytes, sizeof head);
+  } else {
+    for (int64_t i = 0; i < length; ++i) head |= uint64_t{bytes[i]} << (8 * i);
+  }
+  return head;
+}
+
 [[noreturn]] void ThrowIncorrectCommand() {
   throw MException("Incorrect MBX command identifier.");
 }
@@ -27,7 +39,7 @@ void MMBXReader::Need(int64_t size) const {
   if (size < 0 || size > size_ - position_) throw MException("Data range not available.");
 }
 
-int64_t MMBXReader::StringLength() const {
+int64_t MMBXReader::LongStringLength() const {
   if (position_ < 0 || position_ >= size_) throw MException("Invalid buffer GetStringLength call.");
   // Eight bytes at a time: a word holds a zero byte when subtracting 1 from each
   // byte borrows into a high bit that the byte itself did not have; the lowest
@@ -46,40 +58,47 @@ int64_t MMBXReader::StringLength() const {
   throw MException("Not a terminated string for GetStringLength.");
 }
 
-MString MMBXReader::ReadItemName() {
+const MString& MMBXReader::ReadItemName(MString& fresh) {
+  // Items of a file have few names: the last one found first, then the others.
+  for (int i = 0; i < knownItemCount_; ++i) {
+    int slot = (lastKnownItem_ + i) % knownItemCount_;
+    KnownItemName& known = knownItems_[slot];
+    if (TakeKnown(known.offset, known.length, known.head)) {
+      lastKnownItem_ = slot;
+      return known.name;
+    }
+  }
   int64_t length = StringLength();
-  MString name = MString::FromBytes(reinterpret_cast<const char*>(data_ + position_),
-                                    static_cast<int32_t>(length));
+  MString& name = fresh;
+  name.AssignBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
+  KnownItemName& entry = knownItems_[nextKnownItem_];
+  lastKnownItem_ = nextKnownItem_;
+  nextKnownItem_ = (nextKnownItem_ + 1) % kKnownItemNames;
+  if (knownItemCount_ < kKnownItemNames) ++knownItemCount_;
+  entry.offset = position_;
+  entry.length = length;
+  entry.head = HeadOf(data_ + position_, length);
+  entry.name = name;
   position_ += length + 1;
   return name;
 }
 
 const MXMLName& MMBXReader::ReadAttributeName() {
-  int64_t length = StringLength();
-  int64_t offset = position_;
-  const char* bytes = reinterpret_cast<const char*>(data_ + offset);
-  position_ += length + 1;
   // Names come back in the same order item after item: look from the slot
-  // after the last one found. The first eight bytes decide most comparisons.
-  uint64_t head = 0;
-  if (length >= 8) {
-    std::memcpy(&head, bytes, sizeof head);
-  } else {
-    for (int64_t i = 0; i < length; ++i)
-      head |= uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
-  }
+  // after the last one found. A short name is one word compared.
   int slot = lastKnown_;
   for (int i = 0; i < knownCount_; ++i) {
     if (++slot == knownCount_) slot = 0;
     const KnownName& known = known_[slot];
-    if (known.length == length && known.head == head &&
-        (length <= 8 ||
-         std::memcmp(data_ + known.offset + 8, bytes + 8, static_cast<size_t>(length - 8)) == 0)) {
+    if (TakeKnown(known.offset, known.length, known.head)) {
       lastKnown_ = slot;
       return known.name;
     }
   }
-
+  int64_t length = StringLength();
+  int64_t offset = position_;
+  const char* bytes = reinterpret_cast<const char*>(data_ + offset);
+  position_ += length + 1;
   // A new name takes the next slot, the oldest once all are in use.
   lastKnown_ = nextKnown_;
   KnownName& entry = known_[nextKnown_];
@@ -87,8 +106,8 @@ const MXMLName& MMBXReader::ReadAttributeName() {
   if (knownCount_ < kKnownNames) ++knownCount_;
   entry.offset = offset;
   entry.length = length;
-  entry.head = head;
-  if (!std::memchr(bytes, ' ', static_cast<size_t>(length))) {
+  entry.head = HeadOf(data_ + offset, length);
+  if (std::find(bytes, bytes + length, ' ') == bytes + length) {
     entry.name.Set(MShortString::FromBytes(bytes, static_cast<int32_t>(length)));
     return entry.name;
   }
@@ -127,8 +146,7 @@ void MMBXReader::ReadValue(MVariant& value) {
       return;
     case 's': {
       int64_t length = StringLength();
-      value.SetString(MShortString::FromBytes(reinterpret_cast<const char*>(data_ + position_),
-                                              static_cast<int32_t>(length)));
+      value.SetStringBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
       position_ += length + 1;
       return;
     }
@@ -164,9 +182,10 @@ void MMBXReader::ReadTree(MXMLItem& root) {
     unsigned char command = data_[position_++];
     switch (command) {
       case 'X': {
-        MString name = ReadItemName();
+        // The name is read first: a bad name adds no item.
+        const MString& name = ReadItemName(itemName_);
         if (!current) {
-          root.name = std::move(name);
+          root.name = name;
           current = &root;
         } else {
           current = &current->AddSubItem(name);
@@ -176,7 +195,7 @@ void MMBXReader::ReadTree(MXMLItem& root) {
       case 'A': {
         if (!current) ThrowIncorrectCommand();
         const MXMLName& name = ReadAttributeName();
-        ReadValue(current->AppendAttribute(name, MVariant()).value);
+        ReadValue(current->AppendAttribute(name).value);
         break;
       }
       case 'V':

@@ -57,7 +57,17 @@ class MMBXReader {
 
  private:
   // Length of the zero-terminated string at the current place (checked).
-  int64_t StringLength() const;
+  int64_t StringLength() const {
+    // Most strings are short: their end lies in the next eight bytes.
+    if (position_ >= 0 && size_ - position_ >= 8) {
+      uint64_t word;
+      std::memcpy(&word, data_ + position_, sizeof word);
+      uint64_t zeros = (word - 0x0101010101010101ULL) & ~word & 0x8080808080808080ULL;
+      if (zeros) return __builtin_ctzll(zeros) / 8;
+    }
+    return LongStringLength();
+  }
+  int64_t LongStringLength() const;
   // Throws "Data range not available." unless `size` bytes lie ahead.
   void Need(int64_t size) const;
   template <typename Number>
@@ -68,10 +78,49 @@ class MMBXReader {
     position_ += sizeof(Number);
     return number;
   }
-  MString ReadItemName();
   // The attribute name at the current place; files repeat a few names over and
   // over, so recent ones are kept with their hash and reused.
   const MXMLName& ReadAttributeName();
+
+  // The item name at the current place: a name seen lately, recognised by its
+  // bytes, or else `fresh` filled with it.
+  const MString& ReadItemName(MString& fresh);
+  // True when the zero-terminated bytes at the current place are the `length`
+  // bytes at `offset`; then the place moves past them.
+  bool TakeKnown(int64_t offset, int64_t length, uint64_t head) {
+    // Up to seven bytes and the zero after them: one word against `head`, the
+    // bytes zero-padded.
+    if (length < 8 && size_ - position_ >= 8) {
+      uint64_t word;
+      std::memcpy(&word, data_ + position_, sizeof word);
+      uint64_t mask = ~uint64_t{0} >> (8 * (7 - length));
+      if ((word & mask) != head) return false;
+      position_ += length + 1;
+      return true;
+    }
+    return TakeKnown(offset, length);
+  }
+  bool TakeKnown(int64_t offset, int64_t length) {
+    int64_t end = position_ + length;
+    if (end >= size_ || data_[end] != 0 ||
+        std::memcmp(data_ + position_, data_ + offset, static_cast<size_t>(length)) != 0)
+      return false;
+    position_ = end + 1;
+    return true;
+  }
+
+  struct KnownItemName {
+    int64_t offset = 0;
+    int64_t length = -1;
+    uint64_t head = 0;  // its first eight bytes (fewer: zero-padded)
+    MString name;
+  };
+  static constexpr int kKnownItemNames = 4;
+  KnownItemName knownItems_[kKnownItemNames];
+  int knownItemCount_ = 0;
+  int nextKnownItem_ = 0;
+  int lastKnownItem_ = 0;
+  MString itemName_;
 
   struct KnownName {
     int64_t offset = 0;  // where its bytes stand in the block

@@ -25,6 +25,15 @@ class MXMLItemBuilder : public MXMLHandler {
   bool HasRoot() const { return started_; }
 
  private:
+  // The key for an attribute name. Files repeat a few names element after
+  // element: recent ones are kept with their hash and reused as they are.
+  const MXMLName& AttributeName(const MString& text);
+
+  static constexpr int kKnownNames = 8;
+  MXMLName known_[kKnownNames];
+  int knownCount_ = 0;  // slots in use
+  int nextKnown_ = 0;   // the slot a new name takes
+  int lastKnown_ = -1;  // the slot found last
   MXMLItem& root_;
   MXMLItem* current_ = nullptr;
   bool started_ = false;

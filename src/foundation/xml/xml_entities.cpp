@@ -23,9 +23,34 @@ const MXMLEntity* EntityAt(const MString& text, int32_t at) {
 }
 
 int32_t EntityIndexOf(MChar unit) {
+  // Most units are none of the table's: one test sends them on.
+  if (unit > u'>' || (unit != u'\n' && unit < u'"')) return -1;
   for (int32_t i = 0; i < kXMLEntityCount; ++i)
     if (kEntities[i].character == unit) return i;
   return -1;
+}
+
+template <int N>
+void AppendEscaped(MString& out, const MStringT<N>& text) {
+  int32_t length = text.Length();
+  int32_t first = 0;
+  while (first < length && EntityIndexOf(text[first]) < 0) ++first;
+  if (first == length) {
+    out.Append(text);
+    return;
+  }
+  out.Append(text.Left(first));
+  for (int32_t i = first; i < length; ++i) {
+    MChar unit = text[i];
+    int32_t index = EntityIndexOf(unit);
+    if (index < 0) {
+      out.Append(unit);
+      continue;
+    }
+    out.Append(u'&');
+    out.Append(kEntities[index].name, kEntities[index].length);
+    out.Append(u';');
+  }
 }
 
 }  // namespace
@@ -61,19 +86,13 @@ MString EscapeXMLText(const MString& text) {
   int32_t first = 0;
   while (first < length && EntityIndexOf(text[first]) < 0) ++first;
   if (first == length) return text;
-  MString out = text.Left(first);
-  for (int32_t i = first; i < length; ++i) {
-    MChar unit = text[i];
-    int32_t index = EntityIndexOf(unit);
-    if (index < 0) {
-      out.Append(unit);
-      continue;
-    }
-    out.Append(u'&');
-    out.Append(kEntities[index].name, kEntities[index].length);
-    out.Append(u';');
-  }
+  MString out;
+  AppendEscaped(out, text);
   return out;
 }
+
+void AppendEscapedXMLText(MString& out, const MString& text) { AppendEscaped(out, text); }
+
+void AppendEscapedXMLText(MString& out, const MShortString& text) { AppendEscaped(out, text); }
 
 }  // namespace kx

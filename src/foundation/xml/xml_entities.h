@@ -26,5 +26,8 @@ const MXMLEntity* XMLEntities();
 void DecodeXMLEntities(MString& text);
 // The text with the table's characters escaped; the same string when there is none.
 MString EscapeXMLText(const MString& text);
+// The same appended to `out`, for writers that compose a line.
+void AppendEscapedXMLText(MString& out, const MString& text);
+void AppendEscapedXMLText(MString& out, const MShortString& text);
 
 }  // namespace kx

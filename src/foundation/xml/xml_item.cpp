@@ -134,6 +134,12 @@ MXMLAttribute& MXMLItem::AppendAttribute(const MXMLName& key, const MVariant& at
   return *attribute;
 }
 
+MXMLAttribute& MXMLItem::AppendAttribute(const MXMLName& key) {
+  auto* attribute = new MXMLAttribute(key);
+  LinkAttribute(attribute);
+  return *attribute;
+}
+
 MXMLAttribute& MXMLItem::SetAttribute(const MXMLName& key, const MVariant& attributeValue) {
   if (MXMLAttribute* attribute = FindAttribute(key)) {
     attribute->value = attributeValue;

@@ -37,6 +37,7 @@ class MXMLAttribute {
   MVariant value;
 
   MXMLAttribute() = default;
+  explicit MXMLAttribute(const MXMLName& attributeName) : name(attributeName) {}
   MXMLAttribute(const MXMLName& attributeName, const MVariant& attributeValue)
       : name(attributeName), value(attributeValue) {}
   MXMLAttribute(const MXMLAttribute&) = delete;
@@ -102,6 +103,8 @@ class MXMLItem {
   MXMLAttribute& SetAttribute(const MXMLName& key, const MVariant& attributeValue);
   // Appends without looking for an existing one (readers of files).
   MXMLAttribute& AppendAttribute(const MXMLName& key, const MVariant& attributeValue);
+  // The same with an empty value, for readers that fill the value in place.
+  MXMLAttribute& AppendAttribute(const MXMLName& key);
   // Unlinks and frees; false when there was none.
   bool RemoveAttribute(const MXMLName& key);
   void RemoveAllAttributes();

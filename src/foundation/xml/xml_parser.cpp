@@ -52,7 +52,7 @@ int MXMLParser::LoadLine() {
   return Peek();
 }
 
-void MXMLParser::SkipBlanks() {
+void MXMLParser::SkipBlanksAcrossLines() {
   for (;;) {
     while (position_ < length_ && ClassOf(units_[position_]) == kBlankUnit) ++position_;
     int unit = Peek();
@@ -62,18 +62,28 @@ void MXMLParser::SkipBlanks() {
 }
 
 MString MXMLParser::ReadToken() {
+  MString token;
+  ReadToken(token);
+  return token;
+}
+
+void MXMLParser::ReadToken(MString& token) {
   SkipBlanks();
   int unit = Peek();
-  if (unit == kEnd) return MString();
+  if (unit == kEnd) {
+    token.Assign(nullptr, 0);
+    return;
+  }
   if (ClassOf(unit) == kSpecialUnit) {
     Advance();
     MChar single = static_cast<MChar>(unit);
-    return MString(&single, 1);
+    token.Assign(&single, 1);
+    return;
   }
   // The line end is a blank, so a run of name units never leaves the line.
   int32_t start = position_;
   while (position_ < length_ && ClassOf(units_[position_]) == kNameUnit) ++position_;
-  return MString(units_ + start, position_ - start);
+  token.Assign(units_ + start, position_ - start);
 }
 
 int MXMLParser::NextSpecial() {
@@ -97,14 +107,17 @@ MString MXMLParser::FoundUnit(int special) {
   return MString(&unit, 1);
 }
 
-MString MXMLParser::ReadQuoted(MChar delimiter) {
+bool MXMLParser::ReadQuoted(MChar delimiter, MString& value) {
   // Usually the value closes on its own line: take it in one piece.
+  bool ampersand = false;
   for (int32_t i = position_; i < length_; ++i) {
-    if (units_[i] == delimiter) {
-      MString value(units_ + position_, i - position_);
+    MChar unit = units_[i];
+    if (unit == delimiter) {
+      value.Assign(units_ + position_, i - position_);
       position_ = i + 1;
-      return value;
+      return ampersand;
     }
+    ampersand |= unit == u'&';
   }
   scratch_.clear();
   for (;;) {
@@ -114,7 +127,8 @@ MString MXMLParser::ReadQuoted(MChar delimiter) {
     if (unit == delimiter) break;
     scratch_.push_back(position_ > length_ ? u' ' : static_cast<MChar>(unit));
   }
-  return MString(scratch_.data(), static_cast<int32_t>(scratch_.size()));
+  value.Assign(scratch_.data(), static_cast<int32_t>(scratch_.size()));
+  return true;
 }
 
 MString MXMLParser::ReadUntil(const char* delimiter) {
@@ -197,7 +211,8 @@ bool MXMLParser::Parse(MXMLHandler& handler) {
 bool MXMLParser::ReadMarkup(MXMLHandler& handler) {
   int special = NextSpecial();
   if (special == '/') {
-    MString name = ReadToken();
+    MString& name = name_;
+    ReadToken(name);
     if (NextSpecial() != '>') Fail(MFormat("Invalid closing element syntax. '{0}'").Add(name));
     return handler.OnElement(name, nullptr, true);
   }
@@ -229,15 +244,19 @@ bool MXMLParser::ReadSection(MXMLHandler& handler) {
 }
 
 bool MXMLParser::ReadElement(MXMLHandler& handler) {
-  MString name = ReadToken();
+  MString& name = name_;
+  ReadToken(name);
   if (name.IsEmpty()) Fail(MFormat("No element name found. '{0}'").Add(CurrentUnit()));
-  attributes_.Clear(false);
+  attributes_.Reset();
   int terminator = 0;
   for (;;) {
     terminator = NextSpecial();
     if (terminator != 0) break;
-    MString attributeName = ReadToken();
-    if (attributeName == "?") {
+    MXMLParsedAttribute& attribute = attributes_.Next();
+    MString& attributeName = attribute.name;
+    ReadToken(attributeName);
+    if (attributeName.Length() == 1 && attributeName[0] == u'?') {
+      attributes_.DropLast();
       int found = NextSpecial();
       if (found != '>') Fail(MFormat("Invalid special element sequence. '{0}'").Add(FoundUnit(found)));
       terminator = '?';
@@ -247,17 +266,15 @@ bool MXMLParser::ReadElement(MXMLHandler& handler) {
     if (found != '=')
       Fail(MFormat("Invalid character found where attribute was expected. '{0}'").Add(FoundUnit(found)));
     SkipBlanks();
-    MString attributeValue;
+    MString& attributeValue = attribute.value;
+    bool entities = true;
     if (Peek() == '"') {
       Advance();
-      attributeValue = ReadQuoted(u'"');
+      entities = ReadQuoted(u'"', attributeValue);
     } else {
-      attributeValue = ReadToken();
+      ReadToken(attributeValue);
     }
-    DecodeXMLEntities(attributeValue);
-    MXMLParsedAttribute& attribute = attributes_.Add(MXMLParsedAttribute());
-    attribute.name = std::move(attributeName);
-    attribute.value = std::move(attributeValue);
+    if (entities) DecodeXMLEntities(attributeValue);
   }
   bool empty = false;
   if (terminator == '/') {

@@ -22,6 +22,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "foundation/text/codecs.h"
 #include "foundation/containers/containers.h"
@@ -36,7 +37,43 @@ struct MXMLParsedAttribute {
   MString name;
   MString value;
 };
-using MXMLParsedAttributes = MArray<MXMLParsedAttribute>;
+
+// The attributes of one start tag, in order. The parser refills the same slots
+// tag after tag, so their strings keep their storage.
+class MXMLParsedAttributes {
+ public:
+  MXMLParsedAttributes() = default;
+  // A copy holds the attributes of the tag, not the spare slots.
+  MXMLParsedAttributes(const MXMLParsedAttributes& other)
+      : slots_(other.begin(), other.end()), used_(other.used_) {}
+  MXMLParsedAttributes& operator=(const MXMLParsedAttributes& other) {
+    if (this != &other) {
+      slots_.assign(other.begin(), other.end());
+      used_ = other.used_;
+    }
+    return *this;
+  }
+  MXMLParsedAttributes(MXMLParsedAttributes&&) = default;
+  MXMLParsedAttributes& operator=(MXMLParsedAttributes&&) = default;
+
+  int32_t Count() const { return used_; }
+  bool IsEmpty() const { return used_ == 0; }
+  const MXMLParsedAttribute& operator[](int32_t index) const { return slots_[index]; }
+  const MXMLParsedAttribute* begin() const { return slots_.data(); }
+  const MXMLParsedAttribute* end() const { return slots_.data() + used_; }
+
+  void Reset() { used_ = 0; }
+  // The next slot, holding whatever an earlier tag left in it.
+  MXMLParsedAttribute& Next() {
+    if (used_ == static_cast<int32_t>(slots_.size())) slots_.emplace_back();
+    return slots_[used_++];
+  }
+  void DropLast() { --used_; }
+
+ private:
+  std::vector<MXMLParsedAttribute> slots_;
+  int32_t used_ = 0;
+};
 
 class MXMLHandler {
  public:
@@ -74,13 +111,21 @@ class MXMLParser {
   void Advance() { ++position_; }
   int LoadLine();
 
-  void SkipBlanks();
+  // Blanks are the units 0 to 32.
+  void SkipBlanks() {
+    while (position_ < length_ && units_[position_] <= 32) ++position_;
+    if (position_ >= length_) SkipBlanksAcrossLines();
+  }
+  void SkipBlanksAcrossLines();
   MString ReadToken();
+  // The same into `token`, whose storage is reused.
+  void ReadToken(MString& token);
   int NextSpecial();
   MString CurrentUnit();
   // The special unit a check met, or the unit under the cursor when it met none.
   MString FoundUnit(int special);
-  MString ReadQuoted(MChar delimiter);
+  // Returns whether the value holds a '&', that is, may hold entities.
+  bool ReadQuoted(MChar delimiter, MString& value);
   MString ReadUntil(const char* delimiter);
   void SkipDeclaration();
   // Text up to the next '<' (consumed); false at the end of input.
@@ -94,6 +139,7 @@ class MXMLParser {
   MCodec* codec_;
   MTextReader reader_;
   MString line_;
+  MString name_;  // the element name being read
   const MChar* units_ = nullptr;
   int32_t length_ = -1;
   int32_t position_ = 0;

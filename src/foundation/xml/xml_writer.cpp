@@ -5,6 +5,7 @@
 #include "foundation/text/text_io.h"
 #include "foundation/xml/xml_entities.h"
 #include "foundation/xml/xml_item.h"
+#include "foundation/containers/variant.h"
 
 namespace kx {
 
@@ -15,7 +16,23 @@ static_assert(sizeof(kTabs) - 1 == MXMLWriter::kMaxIndent);
 
 bool HasContent(const MXMLItem& item) { return item.firstSubItem || !item.value.IsEmpty(); }
 
+// A string value is escaped where it lies; other types through their text.
+void AppendEscapedValue(MString& line, const MVariant& value) {
+  if (value.GetType() == MVariant::kString)
+    AppendEscapedXMLText(line, value.Text());
+  else
+    AppendEscapedXMLText(line, value.AsString());
+}
+
 }  // namespace
+
+MString& MXMLWriter::NewLine() {
+  if (line_.Kind() == kShared && line_.References() == 1)
+    line_.SetLength(0);
+  else
+    line_.Clear();
+  return line_;
+}
 
 void MXMLWriter::EndLine() { writer_.Write(MString("\n")); }
 
@@ -59,13 +76,14 @@ void MXMLWriter::WriteTree(const MXMLItem& root) {
 void MXMLWriter::WriteOpening(const MXMLItem& item, int32_t depth) {
   if (compact_ && item.name.IsEmpty()) throw MException("XML entity cannot have empty name.");
   WriteIndent(depth);
-  MString line("<");
+  MString& line = NewLine();
+  line.Append(u'<');
   line.Append(item.name);
   for (const MXMLAttribute* attribute = item.firstAttribute; attribute; attribute = attribute->next) {
     line.Append(u' ');
     line.Append(attribute->name.text);
     line.Append("=\"", 2);
-    line.Append(EscapeXMLText(attribute->value.AsString()));
+    AppendEscapedValue(line, attribute->value);
     line.Append(u'"');
   }
   if (!HasContent(item)) {
@@ -82,7 +100,8 @@ void MXMLWriter::WriteOpening(const MXMLItem& item, int32_t depth) {
 
 void MXMLWriter::WriteClosing(const MXMLItem& item, int32_t depth) {
   WriteIndent(depth);
-  MString line("</");
+  MString& line = NewLine();
+  line.Append("</", 2);
   line.Append(item.name);
   line.Append(u'>');
   writer_.Write(line);

@@ -37,8 +37,12 @@ class MXMLWriter {
   void WriteIndent(int32_t depth);
   void EndLine();
 
+  // Starts the next line in `line_`, keeping its buffer from the last one.
+  MString& NewLine();
+
   MTextWriter& writer_;
   bool compact_;
+  MString line_;
 };
 
 // The whole document to `stream` in UTF-8, flushed.
