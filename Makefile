@@ -13,7 +13,7 @@ BENCH_DIR := build/release
 TSAN_DIR := build/tsan
 # CTest names of the thread, task and event tests, of the download thread and
 # of add-on extraction, which hash, write or decompress on helper threads (suite.case).
-TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload|AddonInstall|Walk)Test\.
+TSAN_TESTS := ^(MThread|MLock|MCriticalSection|MSemaphore|MTaskGroup|MEvent|CpuTopology|DownloadThread|ItemDownload|AddonInstall|Walk|MNodePool)Test\.
 
 .PHONY: all deps test tsan tsan-run bench demo package fuzz-smoke clean format
 
