@@ -12,7 +12,6 @@
 #include "foundation/files/file_ops.h"
 #include "foundation/files/path_text.h"
 #include "foundation/streams/file_stream.h"
-#include "foundation/streams/hash_stream.h"
 #include "foundation/streams/security_info.h"
 #include "foundation/text/format.h"
 #include "foundation/threads/lock.h"
@@ -38,8 +37,6 @@ const MXMLName kDir("dir");
 const MXMLName kFile("file");
 const MXMLName kPath("path");
 const MXMLName kTime("time");
-
-constexpr int64_t kPiece = 1048576;  // the pack check's read size
 
 enum class AddonKind { kProduct, kPack };
 
@@ -153,13 +150,7 @@ void TestPack(AddonHost& host, const MString& path, const MString& name) {
     throw MException(MFormat("Kitvault pack is corrupt, size should be {0} but is {1}.")
                          .Add(info.totalSize)
                          .Add(size));
-  MFileStream file(path, MFileStream::kModeRead);
-  auto buffer = std::make_unique_for_overwrite<uint8_t[]>(kPiece);
-  MHashStream md5;
-  md5.Reset();
-  for (int64_t got; (got = file.Read(buffer.get(), kPiece)) > 0;) md5.Write(buffer.get(), got);
-  md5.Finish();
-  const MString digest = DigestBytesToHex(md5.Digest());
+  const MString digest = DigestFileHex(path);
   if (!digest.EqualsNoCase(info.fileDigest))
     throw MException(MFormat("Kitvault pack is corrupt, MD5 does not match, should be {0} but is {1}.")
                          .Add(info.fileDigest)

@@ -137,6 +137,16 @@ MSecurityInfo MSecurityInfo::Compute(MStream& source) {
   return info;
 }
 
+MString DigestFileHex(const MString& path) {
+  MFileStream file(path, MFileStream::kModeRead);
+  auto block = std::make_unique_for_overwrite<uint8_t[]>(MSecurityInfo::kBlockSize);
+  MHashStream md5;
+  md5.Reset();
+  for (int64_t got; (got = file.Read(block.get(), MSecurityInfo::kBlockSize)) > 0;) md5.Write(block.get(), got);
+  md5.Finish();
+  return DigestBytesToHex(md5.Digest());
+}
+
 MSecurityInfo MSecurityInfo::ComputeFile(const MString& path) {
   MFileStream file(path, MFileStream::kModeRead);
   return Compute(file);

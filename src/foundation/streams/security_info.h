@@ -60,5 +60,7 @@ class MSecurityInfo {
 MString DigestHex(const void* data, int64_t size);
 // 16 digest bytes as 32 lower-case hexadecimal digits.
 MString DigestBytesToHex(const uint8_t* digest);
+// MD5 of the whole file at `path`, read in blocks of kBlockSize, as DigestHex gives it.
+MString DigestFileHex(const MString& path);
 
 }  // namespace kx
