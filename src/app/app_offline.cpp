@@ -34,7 +34,7 @@
 #include "foundation/text/format.h"
 #include "foundation/threads/lock.h"
 #include "kestrix_version.h"
-#include "transfer/download_file.h"
+#include "transfer/self_update.h"
 #include "transfer/download_thread.h"
 
 namespace kx {
@@ -172,7 +172,6 @@ bool KestrixApp::StartOfflineCreation(const MString& folder, bool allAddons) {
     }
   }
   InitializePkgsProgress(true);
-  offlineCreation_ = true;
   thread_->Wake();
   return true;
 }
@@ -248,12 +247,8 @@ void KestrixApp::CopyOfflineSetups(const MString& target) {
   SelfUpdateEntry entry;
   try {
     if (SelfUpdateList.subItemCount == 0) {
-      MString error;
-      MMemoryStream memory;
-      DownloadFile(endpoints_, error, "/download/KESTRIXDATABASE.xml", memory, true);
+      const MString error = FetchSelfUpdateList(endpoints_, SelfUpdateList);
       if (!error.IsEmpty()) throw MException(error);
-      memory.Seek(0, kSeekBegin);
-      SelfUpdateList.LoadXML(memory);
     }
     entry = FindSelfUpdateEntry(SelfUpdateList);
   } catch (const MException& failure) {
@@ -264,15 +259,11 @@ void KestrixApp::CopyOfflineSetups(const MString& target) {
   MLog::Line(MString("Downloading setup: ") + name);
   const MString path = JoinPath(target, name);
   if (MFile::IsFile(path)) return;
-  MString error;
-  MMemoryStream memory;
-  DownloadFile(endpoints_, error, MString("/download/kestrix/") + entry.setupName, memory, true);
+  const MString error = FetchSetup(endpoints_, entry.setupName, path);
   if (!error.IsEmpty()) {
     MLog::Line(MString("Download error: ") + error + MString(" \nsetup file: ") + name);
     return;
   }
-  MFile::WriteAll(path, memory.Data(), memory.Size());
-  MFile::MakeExecutable(path);
   MLog::Line(MString("Setup: ") + name + MString(" downloaded succesfully."));
 }
 
@@ -301,7 +292,6 @@ void KestrixApp::FinishOfflineWork(bool copied) {
                           .Add(OfflineFolderPath));
   }
   // A run started only to write the folder ends with it.
-  offlineCreation_ = false;
   if (closeAfterOfflineCopy_) thread_->CloseRequests.fetch_add(1);
 }
 

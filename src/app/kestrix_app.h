@@ -242,8 +242,6 @@ class KestrixApp : public DownloadHost,
   // A silent run's package work is over: the thread ends when it next finds
   // nothing to do, after any add-on work.
   std::atomic<bool> silentPackagesDone_{false};
-  // This run writes an offline folder (the thread copies once all is fetched).
-  std::atomic<bool> offlineCreation_{false};
   bool closeAfterOfflineCopy_ = false;  // the command line's creation: the run ends with it
   std::unique_ptr<DownloadThread> thread_;
 };

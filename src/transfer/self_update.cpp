@@ -28,17 +28,7 @@ void Tell(const MString& text) {
 bool ReadList(const TransferEndpoints& endpoints, MXMLItem& list, SelfUpdateEntry& entry) {
   MString error;
   if (!OfflineMode) {
-    MMemoryStream memory;
-    DownloadFile(endpoints, error, "/download/KESTRIXDATABASE.xml", memory, true);
-    if (error.IsEmpty()) {
-      try {
-        memory.Seek(0, kSeekBegin);
-        list.Clear();
-        list.LoadXML(memory);
-      } catch (const MException& failure) {
-        error = failure.message;
-      }
-    }
+    error = FetchSelfUpdateList(endpoints, list);
   } else if (list.subItemCount == 0) {
     return false;  // no local list: nothing to compare with
   }
@@ -86,24 +76,47 @@ SelfUpdateResult CheckSelfUpdate(const TransferEndpoints& endpoints, MXMLItem& l
     MLog::Line(MFormat("\nSetup: {0} for self update already exists! User probably downloaded "
                        "the latest setup manually before and did not run it yet.")
                    .Add(entry.setupName));
+    // A setup the user saved by hand may lack the execute bit.
+    MFile::MakeExecutable(result.setupPath);
   } else {
     const MString text = MString("A new version ") + entry.version + MString(" of ") +
                          MString(kProductName) + MString(" is available. Updating now...");
     MLog::Line(text);
     if (request.status) request.status(text);
-    MString error;
-    MMemoryStream memory;
-    DownloadFile(endpoints, error, MString("/download/kestrix/") + entry.setupName, memory, true);
+    MFile::CreatePath(request.downloadFolder);
+    const MString error = FetchSetup(endpoints, entry.setupName, result.setupPath);
     if (!error.IsEmpty()) {
       MLog::Line(MString("Download error: ") + error + MString(" \nsetup file: ") + entry.setupName);
       return result;
     }
-    MFile::CreatePath(request.downloadFolder);
-    MFile::WriteAll(result.setupPath, memory.Data(), memory.Size());
     MLog::Line(MString("Kestrix  installer sucesfully copied to: ") + result.setupPath);
   }
-  MFile::MakeExecutable(result.setupPath);
   return result;
+}
+
+MString FetchSelfUpdateList(const TransferEndpoints& endpoints, MXMLItem& list) {
+  MString error;
+  MMemoryStream memory;
+  DownloadFile(endpoints, error, "/download/KESTRIXDATABASE.xml", memory, true);
+  if (!error.IsEmpty()) return error;
+  try {
+    memory.Seek(0, kSeekBegin);
+    list.Clear();
+    list.LoadXML(memory);
+  } catch (const MException& failure) {
+    return failure.message;
+  }
+  return MString();
+}
+
+MString FetchSetup(const TransferEndpoints& endpoints, const MString& setupName, const MString& path) {
+  MString error;
+  MMemoryStream memory;
+  DownloadFile(endpoints, error, MString("/download/kestrix/") + setupName, memory, true);
+  if (!error.IsEmpty()) return error;
+  MFile::WriteAll(path, memory.Data(), memory.Size());
+  MFile::MakeExecutable(path);
+  return MString();
 }
 
 }  // namespace kx

@@ -46,4 +46,10 @@ struct SelfUpdateResult {
 SelfUpdateResult CheckSelfUpdate(const TransferEndpoints& endpoints, MXMLItem& list,
                                  const SelfUpdateRequest& request);
 
+// The server's list "/download/KESTRIXDATABASE.xml" into `list`; empty, or why not.
+MString FetchSelfUpdateList(const TransferEndpoints& endpoints, MXMLItem& list);
+// The setup "/download/kestrix/<setupName>" of the main server written to `path`
+// and made executable; empty, or why not (nothing is written then).
+MString FetchSetup(const TransferEndpoints& endpoints, const MString& setupName, const MString& path);
+
 }  // namespace kx
