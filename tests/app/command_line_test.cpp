@@ -23,10 +23,6 @@ struct Case {
   bool fromPlugin = false;
 };
 
-void PrintTo(const Case& c, std::ostream* out) {
-  *out << c.name;
-}
-
 std::vector<MString> ToArguments(const std::vector<std::string>& texts) {
   std::vector<MString> arguments;
   for (const std::string& text : texts) arguments.push_back(MString::FromUTF8(text));
@@ -37,20 +33,6 @@ std::vector<std::string> ToTexts(const MArray<MString>& names) {
   std::vector<std::string> texts;
   for (const MString& name : names) texts.push_back(ToStd(name));
   return texts;
-}
-
-class OptionLoopTest : public ::testing::TestWithParam<Case> {};
-
-TEST_P(OptionLoopTest, SetsTheFlagsOfTheCommandLine) {
-  const Case& c = GetParam();
-  CommandLineOptions options = RunOptionLoop(ToArguments(c.arguments));
-  EXPECT_EQ(options.helpRequested, c.help);
-  EXPECT_EQ(options.silentMode, c.silent);
-  EXPECT_EQ(options.uninstallMode, c.uninstall);
-  EXPECT_EQ(options.silentAllPlugins, c.silentAll);
-  EXPECT_EQ(ToTexts(options.silentPluginNames), c.names);
-  EXPECT_EQ(options.cloudLaunchMode, c.cloud);
-  EXPECT_EQ(options.launchedFromPlugin, c.fromPlugin);
 }
 
 // Fields: name, arguments, help, silent, uninstall, silentAll, names, cloud, fromPlugin.
@@ -77,8 +59,19 @@ const Case kCases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(CommandLines, OptionLoopTest, ::testing::ValuesIn(kCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+TEST(OptionLoopTest, SetsTheFlagsOfTheCommandLine) {
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.name);
+    CommandLineOptions options = RunOptionLoop(ToArguments(c.arguments));
+    EXPECT_EQ(options.helpRequested, c.help);
+    EXPECT_EQ(options.silentMode, c.silent);
+    EXPECT_EQ(options.uninstallMode, c.uninstall);
+    EXPECT_EQ(options.silentAllPlugins, c.silentAll);
+    EXPECT_EQ(ToTexts(options.silentPluginNames), c.names);
+    EXPECT_EQ(options.cloudLaunchMode, c.cloud);
+    EXPECT_EQ(options.launchedFromPlugin, c.fromPlugin);
+  }
+}
 
 // Flags set before the loop (the /silent of the argument pass) survive it.
 TEST(ApplyToRunFlagsTest, SetsOnlyAndKeepsEarlierFlags) {

@@ -22,45 +22,38 @@ namespace {
 
 using testing::Text;
 
-struct RequiredCase {
-  const char* element;
-  const char* attributes;  // "key=value;..." all but one of the required ones
-  const char* missing;
-};
-
-class RequiredAttributeTest : public ::testing::TestWithParam<RequiredCase> {};
-
-TEST_P(RequiredAttributeTest, NamesTheMissingKey) {
-  const RequiredCase& c = GetParam();
-  MXMLItem root("InstallerDefinition");
-  MXMLItem& element = root.AddSubItem(c.element);
-  MArray<MString> pairs;
-  MString(c.attributes).Split(';', pairs);
-  for (const MString& pair : pairs) {
-    int32_t at = pair.FindChar('=');
-    if (at > 0) element.SetAttribute(pair.Left(at), MVariant(pair.Mid(at + 1)));
-  }
-  if (std::string(c.element) == "category") element.AddSubItem("item");  // an item without name
-  try {
-    ReadInstallerDefinition(root);
-    ADD_FAILURE() << "no exception";
-  } catch (MException& e) {
-    EXPECT_EQ(ToStd(e.message),
-              std::string("Could not find required attribute (") + c.missing + ").");
+TEST(DefinitionSchemaTest, RequiredAttributeMissingIsNamed) {
+  const struct {
+    const char* element;
+    const char* attributes;  // "key=value;..." all but one of the required ones
+    const char* missing;
+  } cases[] = {
+      {"directory", "default=x;defaultprefix=y", "id"},
+      {"directory", "id=a;defaultprefix=y", "default"},
+      {"Directory", "id=a;default=x", "defaultprefix"},
+      {"files", "name=Kernel;flags=global", "path"},
+      {"category", "name=Effects", "columns"},
+      {"category", "columns=4", "name"},
+      {"category", "name=Effects;columns=4", "name"},  // its item
+  };
+  for (const auto& c : cases) {
+    MXMLItem root("InstallerDefinition");
+    MXMLItem& element = root.AddSubItem(c.element);
+    MArray<MString> pairs;
+    MString(c.attributes).Split(';', pairs);
+    for (const MString& pair : pairs) {
+      int32_t at = pair.FindChar('=');
+      if (at > 0) element.SetAttribute(pair.Left(at), MVariant(pair.Mid(at + 1)));
+    }
+    if (std::string(c.element) == "category") element.AddSubItem("item");  // an item without name
+    try {
+      ReadInstallerDefinition(root);
+      ADD_FAILURE() << c.attributes;
+    } catch (MException& e) {
+      EXPECT_EQ(ToStd(e.message), std::string("Could not find required attribute (") + c.missing + ").");
+    }
   }
 }
-
-const RequiredCase kRequired[] = {
-    {"directory", "default=x;defaultprefix=y", "id"},
-    {"directory", "id=a;defaultprefix=y", "default"},
-    {"Directory", "id=a;default=x", "defaultprefix"},
-    {"files", "name=Kernel;flags=global", "path"},
-    {"category", "name=Effects", "columns"},
-    {"category", "columns=4", "name"},
-    {"category", "name=Effects;columns=4", "name"},  // its item
-};
-
-INSTANTIATE_TEST_SUITE_P(Schema, RequiredAttributeTest, ::testing::ValuesIn(kRequired));
 
 // Presence keys count whatever their value, booleans are integers, and the
 // defaults fill what is missing.

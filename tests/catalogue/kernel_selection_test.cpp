@@ -45,75 +45,12 @@ struct SelectionCase {
   const char* counts;  // the match count for machine indices 0..8
 };
 
-void PrintTo(const SelectionCase& c, std::ostream* out) {
-  *out << c.label;
-}
-
 MXMLItem& AddElement(MXMLItem& definition, const Element& e) {
   MXMLItem& files = testing::AddFiles(definition, {e.path, e.name, "global", -1, e.mac});
   // Set here rather than by the fixture, which leaves empty texts out.
   if (e.archMin) files.SetAttribute("archmin", e.archMin);
   if (e.archMax) files.SetAttribute("archmax", e.archMax);
   return files;
-}
-
-class KernelSelectionTest : public ::testing::TestWithParam<SelectionCase> {
- protected:
-  void TearDown() override { ResetRunFlags(); }
-};
-
-TEST_P(KernelSelectionTest, EveryMachineIndex) {
-  const SelectionCase& c = GetParam();
-  for (int index = 0; index <= kMaxArchitectureIndex; ++index) {
-    SCOPED_TRACE("machine index " + std::to_string(index));
-    testing::MLogCapture log;
-    MScriptedBoxHost boxes;
-    ScopedArchitectureIndex machine(index);
-    testing::CatalogueTrees trees;
-    std::vector<MXMLItem*> elements;
-    for (const Element& e : c.elements) elements.push_back(&AddElement(trees.definition, e));
-    // A definition also carries panels, which the walk passes over.
-    trees.definition.AddSubItem("category").SetAttribute("name", "Effects");
-
-    PackageList packages;
-    int32_t count =
-        LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
-    EXPECT_EQ(count, c.counts[index] - '0');
-
-    ASSERT_EQ(packages.Count(), static_cast<int32_t>(c.elements.size()));
-    for (size_t i = 0; i < c.elements.size(); ++i) {
-      const Element& e = c.elements[i];
-      EXPECT_EQ(packages[static_cast<int32_t>(i)]->GetDefinitionNode(), elements[i]);
-      MXMLAttribute* enabled = elements[i]->FindAttribute("archenabled");
-      char got = enabled ? (enabled->value.AsInt() ? '1' : '0') : '-';
-      EXPECT_EQ(got, e.enabled[index]) << e.path;
-    }
-
-    std::string text = log.Text();
-    EXPECT_TRUE(HasLinesInOrder(text, {"\nDetected architecture index: " + std::to_string(index),
-                                       ToStd(InstructionSetReport())}));
-    // One "Using kernel type" line, after a blank one, per match.
-    EXPECT_EQ(CountOf(text, "\r\n\r\nUsing kernel type: arch"), count);
-
-    if (count == 1) {
-      EXPECT_TRUE(boxes.Calls().empty());
-      EXPECT_EQ(CountOf(text, "Please contact our support"), 0);
-    } else {
-      const std::string& opening = count < 1 ? kNoMatch : kSeveral;
-      std::string message = opening +
-                            "Trying to use most suitable executables for this machine. Please "
-                            "contact our support via " +
-                            kSupportAddress +
-                            " and send us information about this computer with this "
-                            "screenshot.<p>System information:" +
-                            ToStd(InstructionSetReport());
-      ASSERT_EQ(boxes.Calls().size(), 1u);
-      EXPECT_EQ(boxes.Calls()[0].kind, "ShowError");
-      EXPECT_EQ(ToStd(boxes.Calls()[0].text), message);
-      EXPECT_TRUE(HasLinesInOrder(text, {message}));
-    }
-    packages.Clear();
-  }
 }
 
 const SelectionCase kSelections[] = {
@@ -157,7 +94,61 @@ const SelectionCase kSelections[] = {
      "111111100"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Definitions, KernelSelectionTest, ::testing::ValuesIn(kSelections));
+TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
+  for (const SelectionCase& c : kSelections) {
+    for (int index = 0; index <= kMaxArchitectureIndex; ++index) {
+      SCOPED_TRACE(c.label + std::string(", machine index ") + std::to_string(index));
+      testing::MLogCapture log;
+      MScriptedBoxHost boxes;
+      ScopedArchitectureIndex machine(index);
+      testing::CatalogueTrees trees;
+      std::vector<MXMLItem*> elements;
+      for (const Element& e : c.elements) elements.push_back(&AddElement(trees.definition, e));
+      // A definition also carries panels, which the walk passes over.
+      trees.definition.AddSubItem("category").SetAttribute("name", "Effects");
+
+      PackageList packages;
+      int32_t count =
+          LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
+      EXPECT_EQ(count, c.counts[index] - '0');
+
+      ASSERT_EQ(packages.Count(), static_cast<int32_t>(c.elements.size()));
+      for (size_t i = 0; i < c.elements.size(); ++i) {
+        const Element& e = c.elements[i];
+        EXPECT_EQ(packages[static_cast<int32_t>(i)]->GetDefinitionNode(), elements[i]);
+        MXMLAttribute* enabled = elements[i]->FindAttribute("archenabled");
+        char got = enabled ? (enabled->value.AsInt() ? '1' : '0') : '-';
+        EXPECT_EQ(got, e.enabled[index]) << e.path;
+      }
+
+      std::string text = log.Text();
+      EXPECT_TRUE(HasLinesInOrder(text, {"\nDetected architecture index: " + std::to_string(index),
+                                         ToStd(InstructionSetReport())}));
+      // One "Using kernel type" line, after a blank one, per match.
+      EXPECT_EQ(CountOf(text, "\r\n\r\nUsing kernel type: arch"), count);
+
+      if (count == 1) {
+        EXPECT_TRUE(boxes.Calls().empty());
+        EXPECT_EQ(CountOf(text, "Please contact our support"), 0);
+      } else {
+        const std::string& opening = count < 1 ? kNoMatch : kSeveral;
+        std::string message = opening +
+                              "Trying to use most suitable executables for this machine. Please "
+                              "contact our support via " +
+                              kSupportAddress +
+                              " and send us information about this computer with this "
+                              "screenshot.<p>System information:" +
+                              ToStd(InstructionSetReport());
+        ASSERT_EQ(boxes.Calls().size(), 1u);
+        EXPECT_EQ(boxes.Calls()[0].kind, "ShowError");
+        EXPECT_EQ(ToStd(boxes.Calls()[0].text), message);
+        EXPECT_TRUE(HasLinesInOrder(text, {message}));
+      }
+      packages.Clear();
+    }
+  }
+  ResetRunFlags();
+}
 
 TEST(KernelSelectionLabelTest, FixedLabelByWhetherArchmaxIsEmpty) {
   const struct {

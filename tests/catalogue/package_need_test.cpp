@@ -36,42 +36,6 @@ struct NeedCase {
   std::vector<std::string> wantedBy;
 };
 
-void PrintTo(const NeedCase& c, std::ostream* out) {
-  *out << c.label;
-}
-
-class PackageNeedTest : public ::testing::TestWithParam<NeedCase> {
- protected:
-  void TearDown() override { ResetRunFlags(); }
-};
-
-TEST_P(PackageNeedTest, Decides) {
-  const NeedCase& c = GetParam();
-  testing::CatalogueTrees trees;
-  MXMLItem& files = testing::AddFiles(trees.definition, {c.path, c.name, c.flags, c.archEnabled});
-  MXMLItem& packageItem = FindOrMakeSettingsItem(
-      trees.packageSettings, Package::MakeKey(Package::MakeFolderPath(Text(c.path))));
-  packageItem.SetAttribute("Installed", c.installed ? "1" : "0");
-  std::unique_ptr<Package> package(
-      Package::Create(nullptr, files, trees.database, trees.packageSettings));
-
-  MXMLItem& category = trees.definition.AddSubItem("category");
-  category.SetAttribute("name", "Effects");
-  category.SetAttribute("columns", "4");
-  MXMLItem& item = category.AddSubItem("item");
-  item.SetAttribute("name", Text(c.plugin));
-  if (!c.pluginFlags.empty()) item.SetAttribute("flags", Text(c.pluginFlags));
-  item.value = Text(c.contents);
-  std::unique_ptr<Plugin> plugin(
-      Plugin::Create(nullptr, ReadCategoryDefinition(category), item, trees.pluginSettings));
-
-  CloudLaunchMode = c.cloud;
-  EXPECT_EQ(IsPackageNeeded(*plugin, *package, c.anyOwn, c.optional), c.needed);
-  std::vector<std::string> wanted;
-  for (const MString& name : package->WantedBy) wanted.push_back(ToStd(name));
-  EXPECT_EQ(wanted, c.wantedBy);
-}
-
 // Columns: label, path, name, flags, archenabled, installed, plug-in, its flags,
 // its contents, anyOwnPackage, optional instruments, cloud launch -> needed, WantedBy.
 // clang-format off
@@ -117,10 +81,35 @@ const NeedCase kCases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(FlagsRules, PackageNeedTest, ::testing::ValuesIn(kCases),
-                         [](const ::testing::TestParamInfo<NeedCase>& info) {
-                           return std::string(info.param.label);
-                         });
+TEST(PackageNeedTest, DecidesByFlags) {
+  for (const NeedCase& c : kCases) {
+    SCOPED_TRACE(c.label);
+    testing::CatalogueTrees trees;
+    MXMLItem& files = testing::AddFiles(trees.definition, {c.path, c.name, c.flags, c.archEnabled});
+    MXMLItem& packageItem = FindOrMakeSettingsItem(
+        trees.packageSettings, Package::MakeKey(Package::MakeFolderPath(Text(c.path))));
+    packageItem.SetAttribute("Installed", c.installed ? "1" : "0");
+    std::unique_ptr<Package> package(
+        Package::Create(nullptr, files, trees.database, trees.packageSettings));
+
+    MXMLItem& category = trees.definition.AddSubItem("category");
+    category.SetAttribute("name", "Effects");
+    category.SetAttribute("columns", "4");
+    MXMLItem& item = category.AddSubItem("item");
+    item.SetAttribute("name", Text(c.plugin));
+    if (!c.pluginFlags.empty()) item.SetAttribute("flags", Text(c.pluginFlags));
+    item.value = Text(c.contents);
+    std::unique_ptr<Plugin> plugin(
+        Plugin::Create(nullptr, ReadCategoryDefinition(category), item, trees.pluginSettings));
+
+    CloudLaunchMode = c.cloud;
+    EXPECT_EQ(IsPackageNeeded(*plugin, *package, c.anyOwn, c.optional), c.needed);
+    std::vector<std::string> wanted;
+    for (const MString& name : package->WantedBy) wanted.push_back(ToStd(name));
+    EXPECT_EQ(wanted, c.wantedBy);
+  }
+  ResetRunFlags();
+}
 
 // One plug-in asked twice, and several plug-ins: the effects binary names each once.
 TEST(PackageNeedRecording, EffectsBinaryNamesEachPluginOnce) {

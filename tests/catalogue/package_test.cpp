@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "catalogue/catalogue_owner.h"
-#include "catalogue/definition_schema.h"
 #include "catalogue/settings_node.h"
 #include "catalogue/update_detection.h"
 #include "catalogue_fixture.h"
@@ -27,53 +26,43 @@ using testing::AddDatabaseEntry;
 using testing::AddFiles;
 using testing::Text;
 
-struct PathCase {
-  const char* path;
-  const char* folder;
-  const char* key;
-  bool effects;
-};
+TEST(PackagePathTest, FolderKeyAndFiles) {
+  const struct {
+    const char* path;
+    const char* folder;
+    const char* key;
+    bool effects;
+  } cases[] = {
+      {"BINEffects/binx64", "PKG/BINEffects/binx64", "BINEffects_binx64", true},
+      {"BINEffectsMac/bin", "PKG/BINEffectsMac/bin", "BINEffectsMac_bin", true},
+      {"BINEffects/binx86", "PKG/BINEffects/binx86", "BINEffects_binx86", false},
+      {"PKG/BINEffects/binx64", "PKG/PKG/BINEffects/binx64", "BINEffects_binx64", true},
+      {"Content/Drums/Kit", "Content/Drums/Kit", "Content_Drums_Kit", false},
+      {"PKG/Content/Kit", "PKG/Content/Kit", "Content_Kit", false},
+      {"Data/PKG/Kit", "Data/PKG/Kit", "Data_Kit", false},
+      {"PKPKG/G/x", "PKPKG/G/x", "PKG_x", false},
+      {"binEffects/x", "binEffects/x", "binEffects_x", false},  // the word is matched as written
+      {"USER_PRESETS_BYPLUGIN", "USER_PRESETS_BYPLUGIN", "USER_PRESETS_BYPLUGIN", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    testing::CatalogueTrees trees;
+    MXMLItem& files = AddFiles(trees.definition, {c.path, "", "global"});
+    std::unique_ptr<Package> package(Package::Create(nullptr, files, trees.database, trees.packageSettings));
+    EXPECT_EQ(ToStd(package->FolderPath), c.folder);
+    EXPECT_EQ(ToStd(package->Key), c.key);
+    EXPECT_EQ(package->IsEffectsBinary(), c.effects);
+    // The settings item is named by the key, not by the path.
+    EXPECT_EQ(FindSettingsItem(trees.packageSettings, Text(c.key)), package->GetSettingsNode());
 
-void PrintTo(const PathCase& c, std::ostream* out) {
-  *out << c.path;
+    package->CurrentPackageVersion = "16.01";
+    std::string remote = std::string("/download/") + c.folder + "/" + c.key + "_16.01.pkgm";
+    EXPECT_EQ(ToStd(package->GetRemoteFile()), remote);
+    EXPECT_EQ(ToStd(package->GetRemoteMD5File()), remote + ".md5");
+    EXPECT_EQ(ToStd(package->GetLocalFolder(false)), c.folder);
+    EXPECT_EQ(ToStd(package->GetLocalFolder(true)), std::string("Vorlund/") + c.folder);
+  }
 }
-
-class PackagePathTest : public ::testing::TestWithParam<PathCase> {};
-
-TEST_P(PackagePathTest, FolderKeyAndFiles) {
-  const PathCase& c = GetParam();
-  testing::CatalogueTrees trees;
-  MXMLItem& files = AddFiles(trees.definition, {c.path, "", "global"});
-  std::unique_ptr<Package> package(
-      Package::Create(nullptr, files, trees.database, trees.packageSettings));
-  EXPECT_EQ(ToStd(package->FolderPath), c.folder);
-  EXPECT_EQ(ToStd(package->Key), c.key);
-  EXPECT_EQ(package->IsEffectsBinary(), c.effects);
-  // The settings item is named by the key, not by the path.
-  EXPECT_EQ(FindSettingsItem(trees.packageSettings, Text(c.key)), package->GetSettingsNode());
-
-  package->CurrentPackageVersion = "16.01";
-  std::string remote = std::string("/download/") + c.folder + "/" + c.key + "_16.01.pkgm";
-  EXPECT_EQ(ToStd(package->GetRemoteFile()), remote);
-  EXPECT_EQ(ToStd(package->GetRemoteMD5File()), remote + ".md5");
-  EXPECT_EQ(ToStd(package->GetLocalFolder(false)), c.folder);
-  EXPECT_EQ(ToStd(package->GetLocalFolder(true)), std::string("Vorlund/") + c.folder);
-}
-
-const PathCase kPaths[] = {
-    {"BINEffects/binx64", "PKG/BINEffects/binx64", "BINEffects_binx64", true},
-    {"BINEffectsMac/bin", "PKG/BINEffectsMac/bin", "BINEffectsMac_bin", true},
-    {"BINEffects/binx86", "PKG/BINEffects/binx86", "BINEffects_binx86", false},
-    {"PKG/BINEffects/binx64", "PKG/PKG/BINEffects/binx64", "BINEffects_binx64", true},
-    {"Content/Drums/Kit", "Content/Drums/Kit", "Content_Drums_Kit", false},
-    {"PKG/Content/Kit", "PKG/Content/Kit", "Content_Kit", false},
-    {"Data/PKG/Kit", "Data/PKG/Kit", "Data_Kit", false},
-    {"PKPKG/G/x", "PKPKG/G/x", "PKG_x", false},
-    {"binEffects/x", "binEffects/x", "binEffects_x", false},  // the word is matched as written
-    {"USER_PRESETS_BYPLUGIN", "USER_PRESETS_BYPLUGIN", "USER_PRESETS_BYPLUGIN", false},
-};
-
-INSTANTIATE_TEST_SUITE_P(Paths, PackagePathTest, ::testing::ValuesIn(kPaths));
 
 // The path becomes a folder below the data folder: one that would leave it is
 // refused when the definition is loaded.

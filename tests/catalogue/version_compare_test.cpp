@@ -50,33 +50,6 @@ struct UpdateCase {
   bool hasUpdate;
 };
 
-void PrintTo(const UpdateCase& c, std::ostream* out) {
-  *out << c.label;
-}
-
-class PackageUpdateTest : public ::testing::TestWithParam<UpdateCase> {};
-
-TEST_P(PackageUpdateTest, VersionsAndAnswer) {
-  const UpdateCase& c = GetParam();
-  testing::CatalogueTrees trees;
-  std::vector<testing::VersionSpec> versions;
-  if (c.stable) versions.push_back({c.stable, false, c.stableTime, 100});
-  if (c.beta) versions.push_back({c.beta, true, c.betaTime, 100});
-  if (!versions.empty()) testing::AddDatabaseEntry(trees.database, "Content_Kit", versions);
-  FindOrMakeSettingsItem(trees.packageSettings, "Content_Kit").SetAttribute("Version", c.current);
-  std::unique_ptr<Package> package(
-      Package::Create(nullptr, testing::AddFiles(trees.definition, {"Content/Kit"}), trees.database,
-                      trees.packageSettings));
-
-  ReadDatabase(*package, c.allowBeta);
-  EXPECT_EQ(ToStd(package->UpdateVersion), c.updateVersion);
-  EXPECT_EQ(package->HasNewerBeta, c.hasNewerBeta);
-  EXPECT_EQ(HasUpdate(*package, c.allowBeta), c.hasUpdate);
-  EXPECT_EQ(
-      HasVersionUpdate(c.current, c.beta ? c.beta : "", c.stable ? c.stable : "", c.allowBeta),
-      c.hasUpdate);
-}
-
 const char* const kEarly = "2024-03-01 10:00:00";
 const char* const kLate = "2024-04-01 09:30:00";
 const char* const kLateAndAHalf = "2024-04-01 09:30:00.5";
@@ -109,7 +82,26 @@ const UpdateCase kUpdates[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(Versions, PackageUpdateTest, ::testing::ValuesIn(kUpdates));
+TEST(PackageUpdateTest, VersionsAndAnswer) {
+  for (const UpdateCase& c : kUpdates) {
+    SCOPED_TRACE(c.label);
+    testing::CatalogueTrees trees;
+    std::vector<testing::VersionSpec> versions;
+    if (c.stable) versions.push_back({c.stable, false, c.stableTime, 100});
+    if (c.beta) versions.push_back({c.beta, true, c.betaTime, 100});
+    if (!versions.empty()) testing::AddDatabaseEntry(trees.database, "Content_Kit", versions);
+    FindOrMakeSettingsItem(trees.packageSettings, "Content_Kit").SetAttribute("Version", c.current);
+    std::unique_ptr<Package> package(Package::Create(nullptr, testing::AddFiles(trees.definition, {"Content/Kit"}),
+                                                     trees.database, trees.packageSettings));
+
+    ReadDatabase(*package, c.allowBeta);
+    EXPECT_EQ(ToStd(package->UpdateVersion), c.updateVersion);
+    EXPECT_EQ(package->HasNewerBeta, c.hasNewerBeta);
+    EXPECT_EQ(HasUpdate(*package, c.allowBeta), c.hasUpdate);
+    EXPECT_EQ(HasVersionUpdate(c.current, c.beta ? c.beta : "", c.stable ? c.stable : "", c.allowBeta),
+              c.hasUpdate);
+  }
+}
 
 }  // namespace
 }  // namespace kx

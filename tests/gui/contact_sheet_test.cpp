@@ -1,6 +1,7 @@
 // Writes the contact sheet of "Neon": every part of every element, state sets
 // in all seven states, at scales 1.0 and 2.0, as one PNG among the build's
-// artefacts (artefacts/gui/neon-contact-sheet.png) for a person to look at;
+// artefacts (artefacts/gui/neon-contact-sheet.png) for a person to look at,
+// each part also painted alone to see that it paints;
 // and the controls as PaintControl draws them, in every state, with values
 // across the range, at both scales and under a second MainColor
 // (artefacts/gui/neon-controls.png).
@@ -17,27 +18,41 @@ namespace kx {
 namespace {
 
 struct Cell {
-  std::string part;
+  std::string part;  // empty: the state's part
   MControlState state;
   const MStyleImage* image;
 };
 
+const MControlState kStates[7] = {
+    MControlState::kNormal, MControlState::kFocused, MControlState::kHighlighted,
+    MControlState::kFocused | MControlState::kHighlighted, MControlState::kClicked,
+    MControlState::kClicked | MControlState::kHighlighted, MControlState::kDisabled};
+
+// Every part of its own, then, for an element with a state set, the seven states.
 std::vector<Cell> CellsOf(const MStyleElement& element) {
-  static const std::pair<const char*, MControlState> kStates[] = {
-      {"normal", MControlState::kNormal},
-      {"focused", MControlState::kFocused},
-      {"hl", MControlState::kHighlighted},
-      {"focusedhl", MControlState::kFocused | MControlState::kHighlighted},
-      {"clicked", MControlState::kClicked},
-      {"clickedhl", MControlState::kClicked | MControlState::kHighlighted},
-      {"disabled", MControlState::kDisabled}};
   std::vector<Cell> cells;
-  if (element.parts.count("normal")) {
-    for (const auto& [name, state] : kStates) cells.push_back({"", state, &element.parts.at(name)});
-  } else {
-    for (const auto& [name, image] : element.parts) cells.push_back({name, MControlState::kNormal, &image});
+  for (const auto& [name, image] : element.parts) {
+    const bool isState = std::any_of(std::begin(kStates), std::end(kStates),
+                                     [&](MControlState s) { return name == MTexturedStyle::StatePart(s); });
+    if (!isState) cells.push_back({name, MControlState::kNormal, &image});
   }
+  if (element.parts.count("normal"))
+    for (MControlState state : kStates) cells.push_back({"", state, &element.parts.at(MTexturedStyle::StatePart(state))});
   return cells;
+}
+
+// Whether a cell paints anything on black: all do but a menu item, which is
+// see-through until it is pointed at.
+void ExpectPaints(MTexturedStyle& style, const std::string& name, const Cell& cell) {
+  MBitmap target(64, 48);
+  std::fill_n(target.Pixels(), 64 * 48, 0xFF000000u);
+  MDrawerToMBitmap drawer(target);
+  ASSERT_TRUE(style.PaintElement(drawer, name.c_str(), cell.part.c_str(), {0, 0, 63, 47}, cell.state));
+  const bool blank = name == "menu" && cell.part.empty() &&
+                     (cell.state == MControlState::kNormal || cell.state == MControlState::kDisabled);
+  EXPECT_EQ(std::any_of(target.Pixels(), target.Pixels() + 64 * 48, [](uint32_t p) { return p != 0xFF000000u; }),
+            !blank)
+      << name << " " << cell.part << " " << MTexturedStyle::StatePart(cell.state);
 }
 
 // Cell size at `scale`: stretchable images are shown wider than their design.
@@ -90,6 +105,7 @@ TEST(ContactSheet, NeonInEveryStateAtBothScales) {
         const int32_t top = y + (rowHeight - size.y) / 2;
         EXPECT_TRUE(style->PaintElement(drawer, name.c_str(), cell.part.c_str(),
                                         {x, top, x + size.x - 1, top + size.y - 1}, cell.state));
+        if (s == 1.0) ExpectPaints(*style, name, cell);
         x += size.x + gap;
       }
       y += rowHeight + gap;
@@ -118,10 +134,6 @@ constexpr ControlRow kControlRows[] = {
 };
 
 TEST(ContactSheet, NeonControlsInEveryStateWithValuesAcrossTheRange) {
-  const MControlState states[7] = {
-      MControlState::kNormal, MControlState::kFocused, MControlState::kHighlighted,
-      MControlState::kFocused | MControlState::kHighlighted, MControlState::kClicked,
-      MControlState::kClicked | MControlState::kHighlighted, MControlState::kDisabled};
   struct Variant {
     double scale;
     bool recoloured;
@@ -155,7 +167,7 @@ TEST(ContactSheet, NeonControlsInEveryStateWithValuesAcrossTheRange) {
         MStyledControl control;
         control.element = row.element;
         control.rect = {gap + i * (w + style->ScaleX(gap)), y, gap + i * (w + style->ScaleX(gap)) + w - 1, y + h - 1};
-        control.state = states[i];
+        control.state = kStates[i];
         control.caption = MString::FromUTF8(row.caption);
         control.checked = i % 2 == 1;
         control.value = i / 6.0;

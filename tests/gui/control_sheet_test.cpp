@@ -87,11 +87,6 @@ TEST(ControlSheet, SampleWindowThroughNeonAtTwoScales) {
   }
 }
 
-}  // namespace
-}  // namespace kx
-
-namespace kx {
-namespace {
 
 TEST(ControlSheet, DefinitionRenderedToPNGInOneCall) {
   MStyleSettings settings;

@@ -1,5 +1,6 @@
-// The exact edges of the software drawer: the write-without-mixing path, the
-// skipped main pixel of a line, refused sources, clipping and None.
+// The exact edges of the software drawer: the skipped main pixel of a line,
+// refused sources, clipping, None, and the blended rows of a blit (the blend of
+// every mode on a grid is composition_modes_test.cpp's).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -20,15 +21,6 @@ MBitmap Black(int w, int h) {
   MBitmap b(w, h);
   for (int i = 0; i < w * h; ++i) b.Pixels()[i] = 0xFF000000u;
   return b;
-}
-
-TEST(DrawerEdges, AlphaBlendWhiteOnBlackIsExactOnlyAtFullAlpha) {
-  for (auto [alpha, want] : {std::pair{255, 255}, std::pair{254, 253}}) {
-    MBitmap target = Black(2, 2);
-    MDrawerToMBitmap drawer(target);
-    drawer.FillRectangle({0, 0, 1, 1}, MBrush{MColor::RGBA(255, 255, 255, alpha)});
-    EXPECT_EQ(At(target, 1, 1), MColor::RGBA(want, want, want, 255)) << alpha;
-  }
 }
 
 TEST(DrawerEdges, LineSkipsMainPixelWhenItsCoverageIsAbove254) {

@@ -108,11 +108,6 @@ TEST_P(LayoutTable, RectanglesAtThreeScales) {
 INSTANTIATE_TEST_SUITE_P(Cases, LayoutTable, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
-}  // namespace
-}  // namespace kx
-
-namespace kx {
-namespace {
 
 // Height half the width, as wrapped text would give.
 class HalfHeight : public MControl {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -22,8 +23,8 @@
 namespace kx {
 namespace {
 
-// "P" paragraphs with their runs as text/font,colour,alpha (the end of the
-// text is a line end, read as a blank); "R[...]" rows,
+// "P" paragraphs with their runs as text/font,colour,alpha[,#custom colour] (the
+// end of the text is a line end, read as a blank); "R[...]" rows,
 // "C[...]" cells, "img" objects.
 std::string Dump(const MContentElements& elements);
 
@@ -34,6 +35,9 @@ std::string DumpElement(const MContentElement& element) {
       if (&run != &p->Runs.front()) out += "|";
       out += run.Object ? "img" : run.Text.ToUTF8String();
       out += "/" + std::to_string(run.Font) + "," + std::to_string(run.ColorIndex) + "," + std::to_string(run.Alpha);
+      char custom[12] = "";
+      if (run.CustomColor) std::snprintf(custom, sizeof custom, ",#%08X", run.CustomColor);
+      out += custom;
     }
     return out + "}";
   }
@@ -77,7 +81,9 @@ TEST(StmlTree, TagsChangeStateAndBuildTheTree) {
       {"<center invert=1 singleline=1><l2>T</l2></center><left>x", "P17{T/5,-1,255|/-1,-1,255}P0{x /-1,-1,255}"},
       {"<li>one</li><li size=1>two</li>", "R[C[img]C[P0{one/-1,-1,255}]]R[C[img]C[P0{two/-1,-1,255}]]"},
       {"a<hline>b<spacer>c", "P0{a/-1,-1,255|img/-1,-1,255}P0{b/-1,-1,255| c /-1,-1,255}"},
-      {"<c color=#FF0000>r</c>s<cd>t</cd>", "P0{rs/-1,0,255|t/-1,0,255| /-1,0,255}"},
+      // `</c>` has no colour to pop: the custom one holds until `<cd>`.
+      {"<c color=#FF0000>r</c>s<cd>t</cd>", "P0{rs/-1,0,255,#FFFF0000|t/-1,0,255| /-1,0,255,#FFFF0000}"},
+      {"<c color=#FF0000>r</c>s<cd>t", "P0{rs/-1,0,255,#FFFF0000|t /-1,0,255}"},
       // A blank after a closing tag stays when a word stood before the tag.
       {"Click <cred>Try again</cred> to <b> </b>retry",
        "P0{Click /-1,-1,255|Try again/-1,2,255| to /-1,-1,255|retry /-1,-1,255}"},
@@ -87,14 +93,6 @@ TEST(StmlTree, TagsChangeStateAndBuildTheTree) {
     MContent content(MString::FromUTF8(c.text));
     EXPECT_EQ(Dump(content.Elements), c.tree) << c.text;
   }
-}
-
-TEST(StmlTree, CustomColourKeepsItsValueAcrossTheUnclosedTag) {
-  MContent content(MString("<c color=#FF0000>r</c>s<cd>t"));
-  auto& p = dynamic_cast<MContentParagraph&>(*content.Elements[0]);
-  ASSERT_EQ(p.Runs.size(), 2u);  // `</c>` has no colour: nothing pops
-  EXPECT_EQ(p.Runs[0].CustomColor, 0xFFFF0000u);
-  EXPECT_EQ(p.Runs[1].CustomColor, 0u);
 }
 
 // ---- the program's texts ------------------------------------------------------

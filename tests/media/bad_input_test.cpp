@@ -6,7 +6,6 @@
 #include <sys/resource.h>
 #include <zlib.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -124,13 +123,6 @@ std::string MaskOf(const char* magic, int32_t width, int32_t height, const std::
   return mask + body;
 }
 
-std::string MIMGOf(int32_t width, int32_t height, int32_t type, int32_t firstSize, const std::string& body) {
-  std::string mimg = "MIMG" + std::string(32, '\xff');
-  int32_t fields[6] = {width, height, 0, type, firstSize, 0};
-  std::memcpy(&mimg[4], fields, sizeof(fields));
-  return mimg + body;
-}
-
 int64_t PeakMegabytes() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
@@ -185,9 +177,9 @@ TEST_F(BadInputTest, EveryDecoderRefusesClearlyWithinItsLimits) {
       {"zero.tga", TGAOf(2, 0, 5, 32, ""), "Invalid TGA header."},
       {"index.tga", TGAOf(1, 2, 1, 8, std::string(6, '\0') + std::string("\x00\x07", 2), 2),
        "TGA image file is corrupt."},
-      {"huge.mimg", MIMGOf(262144, 262144, 0, 0, ""), "Image of 262144 x 262144 pixels is too large."},
-      {"limit.mimg", MIMGOf(16384, 16384, 0, 0, std::string("\x78\x9c\x63\x00", 4)), ""},
-      {"negative.mimg", MIMGOf(4, 4, 2, -1, ""), "MIMG file is corrupt."},
+      {"huge.mimg", MIMGFile(262144, 262144, 0), "Image of 262144 x 262144 pixels is too large."},
+      {"limit.mimg", MIMGFile(16384, 16384, 0, std::string("\x78\x9c\x63\x00", 4), 0), ""},
+      {"negative.mimg", MIMGFile(4, 4, 2, "", -1), "MIMG file is corrupt."},
       {"huge.mask", MaskOf("MASK", 65535, 65535, ""), huge},
       {"limit.mask", MaskOf("MASK", 16384, 16384, "xyz"), "Could not read the required data from stream."},
       {"negative.mask", MaskOf("MASK", -1, 4, ""), "Alphamask stream content is invalid."},

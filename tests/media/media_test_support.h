@@ -1,6 +1,6 @@
 // Helpers of the media tests: ImageMagick as the independent encoder and
 // decoder, pixel comparison with its raw RGBA output, a deterministic test
-// picture, and the contact sheet that a person looks at.
+// picture, MIMG headers, and the contact sheet that a person looks at.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,6 @@
 #include "foundation/files/path_text.h"
 #include "foundation/streams/memory_stream.h"
 #include "media/bitmap/bitmap.h"
-#include "media/fonts/font.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -70,8 +70,19 @@ inline MBitmap TestPicture(int32_t width, int32_t height) {
   return bitmap;
 }
 
-// A sheet of tiles over a chequered ground (so that alpha shows) and lines of
-// text, written as a PNG for a person to look at.
+// A MIMG header with these fields (the first block's length that of `body`
+// unless given), followed by `body`.
+inline std::string MIMGFile(int32_t width, int32_t height, int32_t type, const std::string& body = std::string(),
+                            std::optional<int32_t> firstSize = std::nullopt) {
+  std::string file = "MIMG";
+  const int32_t fields[6] = {width, height, 0, type, firstSize.value_or(static_cast<int32_t>(body.size())), 0};
+  file.append(reinterpret_cast<const char*>(fields), sizeof(fields));
+  file.append(8, '\xff');
+  return file + body;
+}
+
+// A sheet of tiles over a chequered ground (so that alpha shows), written as a
+// PNG for a person to look at.
 class MContactSheet {
  public:
   MContactSheet(int32_t width, int32_t height) : sheet_(width, height) {
@@ -98,23 +109,6 @@ class MContactSheet {
     rowHeight_ = std::max(rowHeight_, tile.Height() * zoom);
   }
 
-  // A line of text below the tiles, in black.
-  void AddText(MFont& font, const char* text) {
-    if (textY_ == 0) textY_ = y_ + rowHeight_ + 8;
-    textY_ += font.LineHeight();
-    int32_t pen = 8;
-    static const uint8_t kBlack[4] = {0, 0, 0, 255};
-    for (const char* c = text; *c; ++c) {
-      MAlphaMask glyph;
-      int32_t advance = 0;
-      font.RenderGlyph(static_cast<unsigned char>(*c), glyph, advance);
-      for (int32_t y = 0; y < glyph.Height(); ++y)
-        for (int32_t x = 0; x < glyph.Width(); ++x)
-          Blend(pen + glyph.x + x, textY_ + glyph.y + y, kBlack, glyph.Row(y)[x]);
-      pen += advance;
-    }
-  }
-
   void Save(const std::filesystem::path& path) {
     std::filesystem::create_directories(path.parent_path());
     MMemoryStream bytes;
@@ -131,7 +125,7 @@ class MContactSheet {
   }
 
   MBitmap sheet_;
-  int32_t x_ = 4, y_ = 4, rowHeight_ = 0, textY_ = 0;
+  int32_t x_ = 4, y_ = 4, rowHeight_ = 0;
 };
 
 }  // namespace kx

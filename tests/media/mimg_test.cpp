@@ -84,15 +84,6 @@ TEST_F(MIMGTest, EveryFormOfTheToolRoundTrips) {
   EXPECT_EQ(RunTool("convert " + File("in.png") + " " + File("x.bmp")), 1);
 }
 
-// A MIMG header with these fields, followed by `body`.
-std::string MIMGFile(int32_t width, int32_t height, int32_t type, const std::string& body = std::string()) {
-  std::string file = "MIMG";
-  int32_t fields[6] = {width, height, 0, type, static_cast<int32_t>(body.size()), 0};
-  file.append(reinterpret_cast<const char*>(fields), sizeof(fields));
-  file.append(8, '\xff');
-  return file + body;
-}
-
 std::string Deflated(const std::string& data) {
   MMemoryStream out;
   MZLIBStream zip;
