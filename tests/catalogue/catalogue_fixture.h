@@ -1,13 +1,5 @@
 // Catalogue trees built in code for the tests: an installer definition, a
 // package database and the two settings trees, shaped like the server's.
-//
-// BuildCatalogue makes a definition of `pluginCount` plug-ins in three panels
-// (effects, instruments, free effects) and the packages they rely on: two
-// kernels by processor level, the shared data, a runtime, the per-plug-in
-// presets, the optional instruments, content packages of their own for every
-// fourth plug-in, the other platform's effects binary and, last, the effects
-// binary. The database publishes most packages in a stable and a beta version
-// and leaves a few out.
 #pragma once
 
 #include <string>
@@ -80,79 +72,5 @@ struct CatalogueTrees {
   MXMLItem packageSettings{"KestrixPackagesSettings"};
   MXMLItem pluginSettings{"KestrixPluginsSettings"};
 };
-
-inline std::string PluginName(int i) {
-  return "MPlugin" + std::to_string(i);
-}
-// Every fifth plug-in holds two products.
-inline bool HasContents(int i) {
-  return i % 5 == 0;
-}
-// Every fourth plug-in has a content package of its own.
-inline bool HasOwnPackage(int i) {
-  return i % 4 == 0;
-}
-inline std::string OwnFlags(int i) {
-  return "own" + std::to_string(i);
-}
-
-// Keys of the packages without a database entry.
-inline bool Unpublished(const std::string& key) {
-  return key == "Instruments_Factory";
-}
-
-inline void BuildCatalogue(CatalogueTrees& trees, int pluginCount) {
-  MXMLItem& definition = trees.definition;
-  for (const char* id : {"vstplugins64", "datafolder", "destination"}) {
-    MXMLItem& directory = definition.AddSubItem("directory");
-    directory.SetAttribute("id", id);
-    directory.SetAttribute("default", "{userdata}/Vorlund");
-    directory.SetAttribute("defaultprefix", "{userdata}");
-  }
-
-  std::vector<FilesEntry> packages = {
-      {"Kernel/sse", "Kernel", "global", -1, false, "", "avx2"},
-      {"Kernel/avx2", "Kernel", "global", -1, false, "avx2", ""},
-      {"Data/Global", "Global data", "global"},
-      {"REDIST/runtime", "Runtime", "global"},
-      {"USER_PRESETS_BYPLUGIN", "Presets", "gbypluginname"},
-      {"Instruments/Factory", "Factory instruments", "tvtoptional"},
-  };
-  for (int i = 0; i < pluginCount; ++i)
-    if (HasOwnPackage(i)) packages.push_back({"Content/" + PluginName(i), "Content", OwnFlags(i)});
-  packages.push_back({"BINEffectsMac/bin", "Effects (other platform)", "global", -1, true});
-  packages.push_back({"BINEffects/binx64", "Effects", "global"});
-  for (const FilesEntry& entry : packages) AddFiles(definition, entry);
-
-  const char* panels[] = {"Effects", "Instruments", "Free effects"};
-  for (int panel = 0; panel < 3; ++panel) {
-    MXMLItem& category = definition.AddSubItem("category");
-    category.SetAttribute("name", panels[panel]);
-    category.SetAttribute("columns", "5");
-    for (int i = 0; i < pluginCount; ++i) {
-      if (i % 3 != panel) continue;
-      MXMLItem& item = category.AddSubItem("item");
-      std::string name = PluginName(i);
-      if (panel == 1 && i % 2 == 0) name = "Tonvault" + std::to_string(i);
-      item.SetAttribute("name", Text(name));
-      if (HasOwnPackage(i)) item.SetAttribute("flags", Text(OwnFlags(i)));
-      if (i % 7 == 0) item.SetAttribute("all", "1");
-      if (HasContents(i)) item.value = Text(name + "A; " + name + "B");
-    }
-  }
-  MXMLItem& bundle = definition.AddSubItem("bundle");
-  bundle.SetAttribute("name", "All effects");
-  bundle.SetAttribute("id", "all");
-
-  for (const FilesEntry& entry : packages) {
-    std::string key = entry.path;
-    for (char& c : key)
-      if (c == '/') c = '_';
-    if (Unpublished(key)) continue;
-    AddDatabaseEntry(trees.database, key,
-                     {{"16.01", false, "2024-03-01 10:00:00", 1048576 * 4},
-                      {"16.02b", true, "2024-04-01 09:30:00.5", 1048576 * 5}});
-  }
-}
 
 }  // namespace kx::testing

@@ -1,21 +1,15 @@
-// Reading the installer definition: required and defaulted attributes, and a
-// definition of realistic size through its file form.
+// Reading the installer definition: required and defaulted attributes. The
+// server's file form of a whole definition is read by the integration runs.
 #include "catalogue/definition_schema.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
-#include <set>
 #include <string>
 
-#include "catalogue/package.h"
 #include "catalogue/plugin.h"
-#include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
 #include "foundation/core/exception.h"
-#include "foundation/xml/mbx.h"
-#include "support/sandbox.h"
 
 namespace kx {
 namespace {
@@ -85,6 +79,7 @@ TEST(DefinitionSchemaTest, DefaultsAndPresence) {
   const FilesDefinition& kernel = contents.files[0];
   EXPECT_TRUE(kernel.hasArchMin && kernel.archMin.IsEmpty() && !kernel.hasArchMax);
   EXPECT_TRUE(kernel.hasArchEnabled && !kernel.archEnabled && !kernel.mac);
+  ASSERT_EQ(contents.directories.Count(), 1);
   EXPECT_TRUE(!contents.directories[0].windows && contents.directories[0].available);
 
   MXMLItem pluginSettings("KestrixPluginsSettings");
@@ -99,72 +94,6 @@ TEST(DefinitionSchemaTest, DefaultsAndPresence) {
   std::string fields;
   for (const MString& field : comp->Contents) fields += "[" + ToStd(field) + "]";
   EXPECT_EQ(fields, "[MCompA ][MCompB][]");  // the parser trims the text's ends
-}
-
-// A hundred plug-ins and their packages, saved as the server's MBX file and
-// loaded back, become the same records as the tree they came from.
-TEST(DefinitionSchemaTest, HundredPluginsThroughTheFileForm) {
-  MTestSandbox sandbox;
-  testing::CatalogueTrees built;
-  BuildCatalogue(built, 100);
-  MString path = Text((sandbox.Root() / "MInstallerDefinition.mbx").string());
-  built.definition.SaveFile(path, true);
-  MXMLItem loaded;
-  loaded.LoadFile(path);
-
-  MXMLItem database;
-  database.CopyFrom(built.database);
-  MXMLItem packageSettings("KestrixPackagesSettings");
-  MXMLItem pluginSettings("KestrixPluginsSettings");
-  // Plug-ins that were installed in an earlier run.
-  FindOrMakeSettingsItem(pluginSettings, "MPlugin3")
-      .SetAttribute("Installed", MVariant(static_cast<int8_t>(1)));
-  FindOrMakeSettingsItem(pluginSettings, "mplugin7").SetAttribute("Install", "1");
-
-  InstallerDefinitionContents contents = ReadInstallerDefinition(loaded);
-  EXPECT_EQ(contents.directories.Count(), 3);
-  EXPECT_EQ(contents.bundles.Count(), 1);
-  ASSERT_EQ(contents.categories.Count(), 3);
-  EXPECT_EQ(contents.files.Count(), 6 + 25 + 2);
-
-  std::set<std::string> keys;
-  int withoutEntry = 0;
-  for (const FilesDefinition& files : contents.files) {
-    std::unique_ptr<Package> package(
-        Package::Create(nullptr, *files.node, database, packageSettings));
-    keys.insert(ToStd(package->Key));
-    if (!package->DatabaseNode) {
-      ++withoutEntry;
-      EXPECT_TRUE(package->UpdateVersion.IsEmpty());
-    } else {
-      EXPECT_EQ(ToStd(package->UpdateVersion), "16.01");
-      EXPECT_EQ(ToStd(package->BetaVersion), "16.02b");
-    }
-  }
-  EXPECT_EQ(keys.size(), static_cast<size_t>(contents.files.Count()));
-  EXPECT_EQ(withoutEntry, 1);
-  EXPECT_EQ(packageSettings.subItemCount, contents.files.Count());
-  EXPECT_TRUE(keys.count("BINEffects_binx64") && keys.count("BINEffectsMac_bin") &&
-              keys.count("Content_MPlugin96"));
-
-  int plugins = 0, instruments = 0, installed = 0, wanted = 0, withContents = 0;
-  for (const CategoryDefinition& category : contents.categories) {
-    for (const PluginDefinition& definition : category.items) {
-      std::unique_ptr<Plugin> plugin(
-          Plugin::Create(nullptr, category, *definition.node, pluginSettings));
-      ++plugins;
-      instruments += plugin->IsInstrument;
-      installed += plugin->Installed;
-      wanted += plugin->Install;
-      withContents += !plugin->Contents.IsEmpty();
-    }
-  }
-  EXPECT_EQ(plugins, 100);
-  EXPECT_EQ(instruments, 33);
-  EXPECT_EQ(installed, 1);
-  EXPECT_EQ(wanted, 1);
-  EXPECT_EQ(withContents, 20);
-  EXPECT_EQ(pluginSettings.subItemCount, 100);  // found by name without regard to case, or made
 }
 
 }  // namespace
