@@ -59,6 +59,7 @@ TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
        "<update version=\"4\" url=\"/u4\"/>",
        5, {2, 5}},
       {"<update version=\"5\" url=\"/u5\"/><update version=\"3\" url=\"/u3\"/>", 5, {5}},
+      {"<update url=\"/u\"/>", 1, {1}},  // an entry without a version is version 1
   };
   for (const Case& row : cases) {
     SCOPED_TRACE(row.updates);
@@ -78,12 +79,13 @@ TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
   }
 }
 
-// An installed add-on fetches only the highest update above its version, and
-// takes that version when installed.
+// An installed add-on fetches only the highest update above its version (the
+// first entry of it), and takes that version when installed.
 TEST_F(AddonTest, InstalledAddonFetchesTheHighestUpdate) {
   auto addons = Build(
       "<item name=\"A\" url=\"/download/A.mproduct\"><update version=\"2\" url=\"/download/A2.mproduct\"/>"
-      "<update version=\"4\" url=\"/download/A4.mproduct\"/><update version=\"3\" url=\"/download/A3.mproduct\"/></item>");
+      "<update version=\"4\" url=\"/download/A4.mproduct\"/><update version=\"3\" url=\"/download/A3.mproduct\"/>"
+      "<update version=\"4\" url=\"/download/A4-again.mproduct\"/></item>");
   Addon& addon = *addons[0];
   addon.Installed = true;
   addon.Version = 2;

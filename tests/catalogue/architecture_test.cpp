@@ -97,6 +97,16 @@ TEST(ArchitectureMachineTest, CachedLevelAgreesWithTheInstructionSets) {
   int32_t level = ProcessorLevel();
   EXPECT_EQ(ProcessorLevelOf(ReadProcessorAnswers()), level);
   EXPECT_EQ(DetectArchitectureIndex(), ArchitectureIndexOfLevel(level));
+  {
+    // A test's machine index holds for its scope and nests; below 0 is 0.
+    ScopedArchitectureIndex outer(-4);
+    {
+      ScopedArchitectureIndex inner(5);
+      EXPECT_EQ(DetectArchitectureIndex(), 5);
+    }
+    EXPECT_EQ(DetectArchitectureIndex(), 0);
+  }
+  EXPECT_EQ(DetectArchitectureIndex(), ArchitectureIndexOfLevel(level));
   // The level implies each set below it; the sets of the About view are read separately.
   const MInstructionSets& sets = InstructionSets();
   const bool byLevel[] = {sets.sse2, sets.sse3, sets.sse41, sets.avx, sets.avx2};
