@@ -96,6 +96,9 @@ TEST_F(PresetMergeTest, UserPresetsSurviveAndShippedOnesAreAddedOnce) {
   // although only the shipped copy has an ExchangeIndex; names are normalised.
   EXPECT_EQ(PathsInFile("Synth.presets"),
             (std::vector<std::string>{"Init", "My Sound", "Leads/Saw Lead", "Init"}));
+  MXMLItem saved;
+  saved.LoadFile(Path("Synth.presets"));
+  EXPECT_EQ(ToStd(saved.name), "Synth");
   EXPECT_EQ(WriteTime("Synth.presets"), kItemTime);
   EXPECT_FALSE(MFile::Exists(Path("Synth.presetsbackup"))) << "the backup step keeps nothing";
 
@@ -197,13 +200,14 @@ TEST_F(PresetMergeTest, KeysOfPresets) {
 
 TEST_F(PresetMergeTest, AddedPresetsKeepTheirFolderPath) {
   MXMLItem user, shipped;
-  ParseXML(user, "<S><Directory Name=\"Bass\"><preset name=\"Sub\"/></Directory></S>");
+  // A folder without a name is another than one with a name.
+  ParseXML(user, "<S><Directory Name=\"Bass\"><preset name=\"Sub\"/></Directory><Directory/></S>");
   ParseXML(shipped,
            "<S><Directory Name=\"Leads\"><Directory Name=\"Mono\" color=\"red\"><preset name=\"Acid\"/>"
            "</Directory></Directory><Directory Name=\"Bass\"><preset name=\"Wobble\"/></Directory></S>");
   EXPECT_EQ(MergePresetTrees(context, user, shipped), 2);
   EXPECT_EQ(PresetPaths(user), (std::vector<std::string>{"Bass/Sub", "Bass/Wobble", "Leads/Mono/Acid"}));
-  MXMLItem& mono = *user.firstSubItem->next->firstSubItem;
+  MXMLItem& mono = *user.firstSubItem->next->next->firstSubItem;
   EXPECT_EQ(ToStd(mono.GetAttribute("color").AsString()), "red");
 }
 
