@@ -179,67 +179,60 @@ int32_t CountLines(const MContentElements& elements, int32_t width) {
 }
 
 TEST_F(StmlLayout, ProgramTextsWrapWithinTheWidthAtBothScales) {
-  const int32_t widths[] = {600, 360, 200};
   const auto texts = ProgramTexts();
   std::vector<MContent> contents;
   for (const std::string& text : texts) contents.emplace_back(MString::FromUTF8(text));
   std::vector<std::vector<Measured>> previous(2, std::vector<Measured>(texts.size()));
-  for (int32_t width : widths) {
-    // One sheet per width: scale 1 on the left, scale 2 on the right.
+  const MColor ground = styles_[0]->GetColor(MStyleColor::kBackground);
+  for (int32_t width : {600, 360, 200}) {
+    // Each text painted alone on the ground, twice as wide: nothing may fall
+    // right of the width. One sheet per width: scale 1 left, scale 2 right.
     const int32_t gap = 16;
-    std::vector<std::vector<int32_t>> heights(2);
+    std::vector<MBitmap> painted[2];
     int32_t sheetHeight[2] = {gap, gap};
-    MBitmap probe(1, 1);
     for (int s = 0; s < 2; ++s) {
-      MDrawerToMBitmap drawer(probe);
-      drawer.SetStyle(styles_[s]);
+      const int32_t w = width * (s + 1);
       for (size_t t = 0; t < texts.size(); ++t) {
-        const int32_t w = width * (s + 1);
-        const int32_t h = contents[t].ComputeHeight(drawer, w);
-        heights[s].push_back(h);
-        sheetHeight[s] += h + gap;
+        MBitmap probe(1, 1);
+        MDrawerToMBitmap measure(probe);
+        measure.SetStyle(styles_[s]);
+        const int32_t h = contents[t].ComputeHeight(measure, w);
         const Measured now{h, CountLines(contents[t].Elements, w)};
         EXPECT_GT(h, 0) << texts[t];
-        if (previous[s][t].height) {
-          EXPECT_GE(now.height, previous[s][t].height) << width << " " << texts[t];
-          EXPECT_GE(now.lines, previous[s][t].lines) << width << " " << texts[t];
-        }
+        EXPECT_GE(now.height, previous[s][t].height) << width << " " << texts[t];
+        EXPECT_GE(now.lines, previous[s][t].lines) << width << " " << texts[t];
         previous[s][t] = now;
+        sheetHeight[s] += h + gap;
+
+        MBitmap& alone = painted[s].emplace_back(2 * w, h);
+        MDrawerToMBitmap drawer(alone);
+        drawer.FillRectangle({0, 0, alone.Width() - 1, h - 1}, MBrush{ground, 1, MDrawingMode::kCopy});
+        const uint32_t groundBits = alone.Pixels()[0];
+        drawer.SetStyle(styles_[s]);
+        contents[t].Paint(drawer, {0, 0, w - 1, h - 1});
+        int32_t inkRight = -1;
+        for (int32_t y = 0; y < h; ++y)
+          for (int32_t x = w; x < alone.Width(); ++x)
+            if (alone.Pixels()[static_cast<int64_t>(y) * alone.Width() + x] != groundBits) inkRight = std::max(inkRight, x);
+        // The glyph that ends a line may reach one pixel past its advance.
+        EXPECT_LE(inkRight, w) << "width " << w << ": " << texts[t];
       }
     }
     MBitmap sheet(gap * 3 + width * 3, std::max(sheetHeight[0], sheetHeight[1]));
     MDrawerToMBitmap sheetDrawer(sheet);
-    const MColor ground = styles_[0]->GetColor(MStyleColor::kBackground);
     sheetDrawer.FillRectangle({0, 0, sheet.Width() - 1, sheet.Height() - 1}, MBrush{ground, 1, MDrawingMode::kCopy});
     for (int s = 0; s < 2; ++s) {
-      const int32_t w = width * (s + 1);
-      const int32_t left = s == 0 ? gap : 2 * gap + width;
+      const int32_t w = width * (s + 1), left = s == 0 ? gap : 2 * gap + width;
       int32_t top = gap;
-      for (size_t t = 0; t < texts.size(); ++t) {
-        // Paint alone on the ground, twice as wide: nothing may fall right of the width.
-        MBitmap alone(2 * w, heights[s][t]);
-        MDrawerToMBitmap drawer(alone);
-        drawer.FillRectangle({0, 0, alone.Width() - 1, alone.Height() - 1}, MBrush{ground, 1, MDrawingMode::kCopy});
-        const uint32_t groundBits = alone.Pixels()[0];
-        drawer.SetStyle(styles_[s]);
-        contents[t].ComputeHeight(drawer, w);
-        contents[t].Paint(drawer, {0, 0, w - 1, heights[s][t] - 1});
-        int32_t inkRight = -1;
-        for (int32_t y = 0; y < alone.Height(); ++y) {
-          for (int32_t x = w; x < alone.Width(); ++x) {
-            if (alone.Pixels()[static_cast<int64_t>(y) * alone.Width() + x] != groundBits) inkRight = std::max(inkRight, x);
-          }
-        }
-        // The glyph that ends a line may reach one pixel past its advance.
-        EXPECT_LE(inkRight, w) << "width " << w << ": " << texts[t];
-        sheetDrawer.Rectangle({left - 1, top - 1, left + w, top + heights[s][t]},
+      for (const MBitmap& alone : painted[s]) {
+        sheetDrawer.Rectangle({left - 1, top - 1, left + w, top + alone.Height()},
                               MBrush{styles_[0]->GetColor(MStyleColor::kBorder)});
         sheetDrawer.BitBlt(MPoint{left, top}, alone, {0, 0, w - 1, alone.Height() - 1}, 255, MDrawingMode::kCopy);
-        top += heights[s][t] + gap;
+        top += alone.Height() + gap;
       }
     }
-    MFileStream out(MString::FromUTF8(std::string(KESTRIX_BINARY_DIR "/artefacts/gui/stml-") +
-                                      std::to_string(width) + ".png"),
+    MFileStream out(MString::FromUTF8(std::string(KESTRIX_BINARY_DIR "/artefacts/gui/stml-") + std::to_string(width) +
+                                      ".png"),
                     MFileStream::kModeCreate);
     sheet.SavePNG(out);
   }
