@@ -16,51 +16,40 @@ MControl& ById(MControl& window, const char* id) {
 }
 
 struct AttributeCase {
-  const char* attributes;  // on the panel "p"
-  std::function<bool(MControl& window, MControl& p)> holds;
+  const char* attributes;  // on the panel "p", the window's only child
+  std::function<bool(MControl& p)> holds;
 };
 
 TEST(ControlModel, AttributesAsDefinitionsWriteThem) {
+  // clang-format off
   const AttributeCase cases[] = {
-      {R"(tabstop="1")", [](MControl&, MControl& p) { return p.Has(MControlFlag::kTabStop); }},
-      {R"(tabstop="true")", [](MControl&, MControl& p) { return p.Has(MControlFlag::kTabStop); }},
-      {R"(visible="false")", [](MControl&, MControl& p) { return !p.Has(MControlFlag::kVisible); }},
-      {R"(enabled="0")", [](MControl&, MControl& p) { return !p.Has(MControlFlag::kEnabled); }},
-      {R"(help="" useparenthelp="1" showhelp="0")",
-       [](MControl&, MControl& p) { return p.HelpFlags == (kHelpHasHelp | kHelpUseParentHelp); }},
+      {R"(tabstop="1")", [](MControl& p) { return p.Has(MControlFlag::kTabStop); }},
+      {R"(tabstop="true")", [](MControl& p) { return p.Has(MControlFlag::kTabStop); }},
+      {R"(visible="false")", [](MControl& p) { return !p.Has(MControlFlag::kVisible); }},
+      {R"(enabled="0")", [](MControl& p) { return !p.Has(MControlFlag::kEnabled); }},
+      {R"(help="" useparenthelp="1" showhelp="0")", [](MControl& p) { return p.HelpFlags == (kHelpHasHelp | kHelpUseParentHelp); }},
       // `help` clears the parent's help, but `useparenthelp` is read after it.
       {R"(useparenthelp="1" help="Drive amount")",
-       [](MControl&, MControl& p) {
-         return p.HelpFlags == (kHelpHasHelp | kHelpUseParentHelp) && p.Help == MString("Drive amount");
-       }},
-      {R"(clientlayout="0")", [](MControl& w, MControl&) { return w.ClientLayoutChild == nullptr; }},
-      {R"(clientlayout="2")", [](MControl& w, MControl& p) { return w.ClientLayoutChild == &p; }},
-      {R"(controltype="knob" captiontype="large" font="bold")",
-       [](MControl&, MControl& p) {
-         return p.ControlType == MControlType::kKnob && p.CaptionType == MCaptionType::kLarge &&
-                p.Font == MFontKind::kBold;
-       }},
-      {R"(controltype="gizmo" captiontype="huge" font="wide")",
-       [](MControl&, MControl& p) {
-         return p.ControlType == MControlType::kWindow && p.CaptionType == MCaptionType::kNone &&
-                p.Font == MFontKind::kNormal;
-       }},
-      {R"(layoutplacement="right,bottom")", [](MControl&, MControl& p) { return p.LayoutPlacement == 10; }},
-      {R"(layoutplacement="xxx")", [](MControl&, MControl& p) { return p.LayoutPlacement == 7; }},
-      {R"(layoutplacement="middle")", [](MControl&, MControl& p) { return p.LayoutPlacement == 0; }},
-      {R"(colorize="#102030")", [](MControl&, MControl& p) { return p.HasColorize && p.ColorizeColor == MColor::RGBA(0x10, 0x20, 0x30); }},
-      {R"(colorize="#10203g")", [](MControl&, MControl& p) { return !p.HasColorize; }},
-      {R"(id="CustomGUI")",
-       [](MControl& w, MControl& p) {
+       [](MControl& p) { return p.HelpFlags == (kHelpHasHelp | kHelpUseParentHelp) && p.Help == MString("Drive amount"); }},
+      {R"(clientlayout="0")", [](MControl& p) { return p.Parent->ClientLayoutChild == nullptr; }},
+      {R"(clientlayout="2")", [](MControl& p) { return p.Parent->ClientLayoutChild == &p; }},
+      {R"(controltype="knob" captiontype="large" font="bold")", [](MControl& p) {
+         return p.ControlType == MControlType::kKnob && p.CaptionType == MCaptionType::kLarge && p.Font == MFontKind::kBold; }},
+      {R"(controltype="gizmo" captiontype="huge" font="wide")", [](MControl& p) {
+         return p.ControlType == MControlType::kWindow && p.CaptionType == MCaptionType::kNone && p.Font == MFontKind::kNormal; }},
+      {R"(layoutplacement="right,bottom")", [](MControl& p) { return p.LayoutPlacement == 10; }},
+      {R"(layoutplacement="xxx")", [](MControl& p) { return p.LayoutPlacement == 7; }},
+      {R"(layoutplacement="middle")", [](MControl& p) { return p.LayoutPlacement == 0; }},
+      {R"(colorize="#102030")", [](MControl& p) { return p.HasColorize && p.ColorizeColor == MColor::RGBA(0x10, 0x20, 0x30); }},
+      {R"(colorize="#10203g")", [](MControl& p) { return !p.HasColorize; }},
+      {R"(id="CustomGUI")", [](MControl& p) {
          return p.ID == MString("CustomGUI") && p.Has(MControlFlag::kVisible) && p.ControlType == MControlType::kPanel &&
-                w.FindByID(MString("CustomGUI")) == &p;
-       }},
+                p.Parent->FindByID(MString("CustomGUI")) == &p; }},
   };
+  // clang-format on
   for (const AttributeCase& c : cases) {
-    const std::string xml = std::string("<w><panel ") + c.attributes + "/></w>";
-    auto window = BuildWindow(xml);
-    MControl& p = *window->Children.at(0);
-    EXPECT_TRUE(c.holds(*window, p)) << c.attributes;
+    auto window = BuildWindow(std::string("<w><panel ") + c.attributes + "/></w>");
+    EXPECT_TRUE(c.holds(*window->Children.at(0))) << c.attributes;
   }
 }
 
