@@ -71,18 +71,18 @@ TEST(ContactSheet, NeonInEveryStateAtBothScales) {
   }
   // Layout: per scale a block of rows, one row per element.
   const int32_t label = 120, gap = 10;
+  auto rowHeight = [](const MStyleElement& element, double scale) {
+    int32_t height = 16;
+    for (const Cell& cell : CellsOf(element)) height = std::max(height, CellSize(*cell.image, scale).y);
+    return height;
+  };
   int32_t width = 0, height = gap;
   for (auto& style : styles) {
-    const double s = style->Scale();
     for (const auto& [name, element] : style->Elements()) {
-      int32_t x = label, rowHeight = 16;
-      for (const Cell& cell : CellsOf(element)) {
-        MPoint size = CellSize(*cell.image, s);
-        x += size.x + gap;
-        rowHeight = std::max(rowHeight, size.y);
-      }
+      int32_t x = label;
+      for (const Cell& cell : CellsOf(element)) x += CellSize(*cell.image, style->Scale()).x + gap;
       width = std::max(width, x);
-      height += rowHeight + gap;
+      height += rowHeight(element, style->Scale()) + gap;
     }
     height += 2 * gap;
   }
@@ -96,19 +96,19 @@ TEST(ContactSheet, NeonInEveryStateAtBothScales) {
     MFont& font = styles[0]->GetFont(0);
     const MBrush text{styles[0]->GetColor(MStyleColor::kText)};
     for (const auto& [name, element] : style->Elements()) {
-      int32_t x = label, rowHeight = 16;
-      for (const Cell& cell : CellsOf(element)) rowHeight = std::max(rowHeight, CellSize(*cell.image, s).y);
-      drawer.AlignedTextOut({8, y, label - 8, y + rowHeight - 1}, MString::FromUTF8(name), font, text,
+      const int32_t rowTall = rowHeight(element, s);
+      int32_t x = label;
+      drawer.AlignedTextOut({8, y, label - 8, y + rowTall - 1}, MString::FromUTF8(name), font, text,
                             kTextVCenter | kTextSingleLine);
       for (const Cell& cell : CellsOf(element)) {
         MPoint size = CellSize(*cell.image, s);
-        const int32_t top = y + (rowHeight - size.y) / 2;
+        const int32_t top = y + (rowTall - size.y) / 2;
         EXPECT_TRUE(style->PaintElement(drawer, name.c_str(), cell.part.c_str(),
                                         {x, top, x + size.x - 1, top + size.y - 1}, cell.state));
         if (s == 1.0) ExpectPaints(*style, name, cell);
         x += size.x + gap;
       }
-      y += rowHeight + gap;
+      y += rowTall + gap;
     }
     drawer.FillRectangle({0, y, width - 1, y}, MBrush{styles[0]->GetColor(MStyleColor::kBorder)});
     y += 2 * gap;
