@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "foundation/text/char_folding.h"
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/text/text_io.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
@@ -41,15 +41,6 @@ std::u16string Decoded(const MCodec& codec, std::string_view bytes) {
   MString text;
   codec.Decode(bytes, text);
   return text.ToU16();
-}
-
-std::string MessageOf(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const MException& failure) {
-    return ToStd(failure.message);
-  }
-  return "(no failure)";
 }
 
 // ---------------------------------------------------------------- UTF-8
@@ -213,12 +204,12 @@ TEST(Utf16CodecTest, HeaderChecks) {
       {Bytes({0xFF}), "Could not read the required data from stream."},
       {Bytes({0xFE, 0xFF}), "Invalid UTF8 header."},  // big-endian mark
       {Bytes({'a', 0}), "Invalid UTF8 header."},
-      {Bytes({0xFF, 0xFE, 'o', 0}), "(no failure)"},
+      {Bytes({0xFF, 0xFE, 'o', 0}), "(no exception)"},
   };
   for (const auto& [bytes, failure] : cases) {
     MConstMemoryStream stream(bytes.data(), static_cast<int64_t>(bytes.size()));
     MTextReader reader(stream, GetUTF16Codec());
-    EXPECT_EQ(MessageOf([&] { reader.ReadHeader(); }), failure);
+    EXPECT_EQ(ToStd(Failure([&] { reader.ReadHeader(); }).message), failure);
   }
 }
 
@@ -239,29 +230,30 @@ TEST(Utf16CodecTest, EncodesLittleEndianAndWritesTheMark) {
 
 // ---------------------------------------------------------------- charsets and names
 
-// The code unit of each byte as the C library's converter gives it at test time;
-// U+FFFD where it refuses the byte.
+// The unit the C library's converter reads from a byte sequence: U+FFFD where it
+// refuses the sequence, kLeadUnit where the sequence is the start of a longer one.
+char16_t IconvUnit(iconv_t cd, std::string bytes) {
+  char out[16];
+  char* inPointer = bytes.data();
+  char* outPointer = out;
+  size_t inLeft = bytes.size(), outLeft = sizeof(out);
+  iconv(cd, nullptr, nullptr, nullptr, nullptr);
+  if (iconv(cd, &inPointer, &inLeft, &outPointer, &outLeft) == static_cast<size_t>(-1))
+    return errno == EINVAL ? kLeadUnit : kUndefinedUnit;
+  iconv(cd, nullptr, nullptr, &outPointer, &outLeft);  // held-back output of a stateful converter
+  EXPECT_EQ(sizeof(out) - outLeft, 4u);
+  uint32_t cp;
+  std::memcpy(&cp, out, 4);
+  return static_cast<char16_t>(cp);
+}
+
+// The unit of each byte as the converter gives it at test time; empty for a name
+// it does not know.
 std::vector<char16_t> IconvTable(const char* charset) {
   iconv_t cd = iconv_open("UTF-32LE", charset);
   if (cd == reinterpret_cast<iconv_t>(-1)) return {};
   std::vector<char16_t> table;
-  for (int b = 0; b < 256; ++b) {
-    char in = static_cast<char>(b);
-    char out[16];
-    char* inPointer = &in;
-    char* outPointer = out;
-    size_t inLeft = 1, outLeft = sizeof(out);
-    iconv(cd, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(cd, &inPointer, &inLeft, &outPointer, &outLeft) == static_cast<size_t>(-1)) {
-      table.push_back(0xFFFD);
-      continue;
-    }
-    iconv(cd, nullptr, nullptr, &outPointer, &outLeft);  // held-back output of a stateful converter
-    EXPECT_EQ(sizeof(out) - outLeft, 4u) << charset << " byte " << b;
-    uint32_t cp;
-    std::memcpy(&cp, out, 4);
-    table.push_back(static_cast<char16_t>(cp));
-  }
+  for (int b = 0; b < 256; ++b) table.push_back(IconvUnit(cd, std::string(1, static_cast<char>(b))));
   iconv_close(cd);
   return table;
 }
@@ -292,22 +284,6 @@ TEST(CharsetCodecTest, EveryByteDecodesAsTheSystemConverterSaysAndEncodesBack) {
       EXPECT_EQ(back[b], definition.units[b] == kUndefinedUnit ? kUnmappableByte : static_cast<char>(b)) << b;
     EXPECT_EQ(Encoded(GetCodec(definition.name), Units(u"a\u4E00\U0001F600\xDC00z")), "a???z");
   }
-}
-
-// The unit the C library's converter reads from a byte sequence: U+FFFD where it
-// refuses the sequence, kLeadUnit where the sequence is the start of a longer one.
-char16_t IconvUnit(iconv_t cd, std::string bytes) {
-  char out[16];
-  char* inPointer = bytes.data();
-  char* outPointer = out;
-  size_t inLeft = bytes.size(), outLeft = sizeof(out);
-  iconv(cd, nullptr, nullptr, nullptr, nullptr);
-  if (iconv(cd, &inPointer, &inLeft, &outPointer, &outLeft) == static_cast<size_t>(-1))
-    return errno == EINVAL ? kLeadUnit : kUndefinedUnit;
-  EXPECT_EQ(sizeof(out) - outLeft, 4u);
-  uint32_t cp;
-  std::memcpy(&cp, out, 4);
-  return static_cast<char16_t>(cp);
 }
 
 // The bytes the C library's converter writes for one unit.
@@ -410,7 +386,8 @@ TEST(GetCodecTest, FindsByNameAndAliasIgnoringCase) {
 
 TEST(GetCodecTest, UnknownNameFails) {
   for (const char* name : {"x-unknown", "utf 8", "windows-125"})
-    EXPECT_EQ(MessageOf([&] { GetCodec(name); }), std::string("No codec found for encoding ") + name + ".");
+    EXPECT_EQ(ToStd(Failure([&] { GetCodec(name); }).message),
+              std::string("No codec found for encoding ") + name + ".");
 }
 
 TEST(SystemCodecTest, BytesAreUnitsAndWidersNarrowLikeToASCII) {

@@ -4,21 +4,18 @@
 #include "foundation/compression/zlib_stream.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <memory>
 #include <random>
 #include <string>
 
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/streams/stream_helpers.h"
+#include "stream_test_support.h"
 #include "support/failure_capture.h"
-#include "support/sandbox.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -72,27 +69,6 @@ std::string Decompress(const std::string& compressed, bool scramble = false, siz
   return out;
 }
 
-std::string ZlibUncompress(const std::string& compressed, size_t size) {
-  std::string out(size + 1, '\0');
-  uLongf length = static_cast<uLongf>(out.size());
-  int result = uncompress(reinterpret_cast<Bytef*>(out.data()), &length,
-                          reinterpret_cast<const Bytef*>(compressed.data()),
-                          static_cast<uLong>(compressed.size()));
-  EXPECT_EQ(result, Z_OK);
-  out.resize(length);
-  return out;
-}
-
-std::string ZlibCompress(const std::string& data, int level) {
-  uLongf length = compressBound(static_cast<uLong>(data.size()));
-  std::string out(length, '\0');
-  EXPECT_EQ(compress2(reinterpret_cast<Bytef*>(out.data()), &length,
-                      reinterpret_cast<const Bytef*>(data.data()), static_cast<uLong>(data.size()), level),
-            Z_OK);
-  out.resize(length);
-  return out;
-}
-
 TEST(CompressedStream, QualityMapsToLevel) {
   struct Case {
     int quality, level;
@@ -104,15 +80,15 @@ TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
   for (size_t size : {size_t{0}, size_t{4097}, size_t{300000}}) {
     std::string data = SampleData(size);
     for (int quality : {1, 50}) {
-      EXPECT_EQ(ZlibUncompress(Compress<MZLIBStream>(data, quality), data.size()), data) << size << " q" << quality;
+      EXPECT_EQ(ZlibInflate(Compress<MZLIBStream>(data, quality), data.size() + 1), data) << size << " q" << quality;
     }
     for (int level : {0, 9}) {
-      EXPECT_EQ(Decompress<MZLIBStream>(ZlibCompress(data, level)), data) << size << " l" << level;
+      EXPECT_EQ(Decompress<MZLIBStream>(ZlibDeflate(data, level)), data) << size << " l" << level;
     }
   }
   // Quality 100 is level 9: byte for byte what the library makes at that level.
   std::string data = SampleData(100000);
-  EXPECT_EQ(Compress<MZLIBStream>(data, 100), ZlibCompress(data, 9));
+  EXPECT_EQ(Compress<MZLIBStream>(data, 100), ZlibDeflate(data, 9));
 }
 
 TEST(ZlibStream, LargeSingleWriteAndReadGoThroughTheSmallBlocks) {
@@ -225,31 +201,25 @@ TYPED_TEST(BothCompressors, DestroyedUnterminatedWhileCompressingThrows) {
   EXPECT_THROW(delete heap, MException);
 }
 
-class Bzip2Command : public ::testing::Test {
+class Bzip2Command : public FileTestBase {
  protected:
-  MTestSandbox sandbox;
-  static void WriteFile(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-  }
   static int Run(const std::string& command) { return std::system(command.c_str()); }
 };
 
 TEST_F(Bzip2Command, FilesOfTheCommandReadBackAndOursDecompressWithIt) {
   {
     std::string data = SampleData(1500000, 21);
-    fs::path plain = sandbox.Root() / "data.bin";
-    WriteFile(plain, data);
+    WriteFile("data.bin", data);
     // Level 1 blocks are 100 kB: the file holds many blocks.
-    ASSERT_EQ(Run("bzip2 -k -f -1 '" + plain.string() + "'"), 0);
-    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(sandbox.Root() / "data.bin.bz2")), data);
+    ASSERT_EQ(Run("bzip2 -k -f -1 '" + Native("data.bin").string() + "'"), 0);
+    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(Native("data.bin.bz2"))), data);
   }
   for (int quality : {1, 100}) {
     std::string data = SampleData(400000, quality) + RandomBytes(3000, quality);
-    fs::path packed = sandbox.Root() / "ours.bz2";
-    WriteFile(packed, Compress<MBZIP2Stream>(data, quality, false, 5000));
-    fs::remove(sandbox.Root() / "ours");
-    ASSERT_EQ(Run("bzip2 -d -k -f '" + packed.string() + "'"), 0) << quality;
-    EXPECT_EQ(ReadFileBytes(sandbox.Root() / "ours"), data) << quality;
+    WriteFile("ours.bz2", Compress<MBZIP2Stream>(data, quality, false, 5000));
+    fs::remove(Native("ours"));
+    ASSERT_EQ(Run("bzip2 -d -k -f '" + Native("ours.bz2").string() + "'"), 0) << quality;
+    EXPECT_EQ(ReadFileBytes(Native("ours")), data) << quality;
   }
 }
 

@@ -8,6 +8,7 @@
 #include "foundation/core/exception.h"
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
+#include "support/failure_capture.h"
 #include "tree_test_support.h"
 
 namespace kx {
@@ -41,12 +42,7 @@ void ReadBytes(MXMLItem& tree, const std::string& bytes) {
 }
 
 std::string ReadFailureInto(MXMLItem& tree, const std::string& bytes) {
-  try {
-    ReadBytes(tree, bytes);
-  } catch (const MException& failure) {
-    return ToStd(failure.message);
-  }
-  return "(no failure)";
+  return ToStd(Failure([&] { ReadBytes(tree, bytes); }).message);
 }
 
 std::string ReadFailure(const std::string& bytes) {

@@ -7,18 +7,12 @@
 #include <string>
 
 #include "foundation/core/exception.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
 
-std::string Message(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const MException& e) {
-    return ToStd(e.message);
-  }
-  return "(no exception)";
-}
+std::string Message(const std::function<void()>& body) { return ToStd(Failure(body).message); }
 
 TEST(MemoryStream, WriteReadAndOverwriteInTheMiddle) {
   MMemoryStream stream;

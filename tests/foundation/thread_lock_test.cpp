@@ -10,6 +10,7 @@
 #include "foundation/threads/global_lock.h"
 #include "foundation/threads/lock.h"
 #include "foundation/threads/semaphore.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
@@ -31,12 +32,7 @@ TEST(MLockTest, HoldsForTheScopeAndThrowsWhenRefused) {
             (std::vector<std::vector<int64_t>>{{1, static_cast<int64_t>(kLockShared), 3, kWaitForever}, {2, 3}}));
   lockable.calls.clear();
   lockable.grant = false;
-  try {
-    MLock hold(lockable);
-    ADD_FAILURE() << "refused lock did not throw";
-  } catch (const MException& e) {
-    EXPECT_EQ(ToStd(e.message), "Could not acquire lock.");
-  }
+  EXPECT_EQ(ToStd(Failure([&] { MLock hold(lockable); }).message), "Could not acquire lock.");
   EXPECT_EQ(lockable.calls.size(), 1u);  // no unlock of what was never locked
 }
 

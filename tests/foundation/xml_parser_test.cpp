@@ -8,6 +8,7 @@
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
+#include "support/failure_capture.h"
 #include "xml_test_support.h"
 
 namespace kx {
@@ -75,12 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Table, XMLParseCaseTest, ::testing::ValuesIn(kParseCase
 
 TEST(XMLParserTest, ParseFailuresCarryCode256) {
   MXMLItem root;
-  try {
-    LoadText(root, "<a></b>");
-    ADD_FAILURE() << "no failure";
-  } catch (const MException& failure) {
-    EXPECT_EQ(failure.code, 256u);
-  }
+  EXPECT_EQ(Failure([&] { LoadText(root, "<a></b>"); }).code, 256u);
 }
 
 TEST(XMLParserTest, EncodingInstructionSwitchesCodecFromNextLine) {

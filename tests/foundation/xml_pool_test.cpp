@@ -4,26 +4,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <set>
 #include <thread>
-#include <vector>
 
 #include "foundation/xml/xml_item.h"
 
 namespace kx {
 namespace {
-
-TEST(MNodePoolTest, FreedNodesAreHandedOutAgain) {
-  MNodePool pool(40, 4);
-  std::vector<void*> nodes;
-  for (int i = 0; i < 10; ++i) nodes.push_back(pool.Allocate());
-  const int64_t total = pool.TotalNodes();
-  std::set<void*> freed(nodes.begin() + 3, nodes.begin() + 7);
-  for (void* node : freed) pool.Free(node);
-  for (int i = 0; i < 4; ++i) EXPECT_TRUE(freed.count(pool.Allocate()));
-  EXPECT_EQ(pool.TotalNodes(), total);
-  EXPECT_EQ(pool.LiveNodes(), 10);
-}
 
 TEST(MNodePoolTest, TreesReturnTheirNodesToThePools) {
   auto buildAndFree = [] {
