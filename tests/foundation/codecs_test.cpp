@@ -16,10 +16,6 @@
 namespace kx {
 namespace {
 
-MString Units(std::u16string_view units) {
-  return MString(units);
-}
-
 std::string Bytes(std::initializer_list<int> values) {
   std::string out;
   for (int v : values) out.push_back(static_cast<char>(v));
@@ -66,7 +62,7 @@ TEST(Utf8CodecTest, RoundTripsEveryLength) {
   MCodec& codec = GetUTF8Codec();
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    EXPECT_EQ(Encoded(codec, Units(c.units)), c.bytes);
+    EXPECT_EQ(Encoded(codec, MString(c.units)), c.bytes);
     EXPECT_EQ(Decoded(codec, c.bytes), c.units);
   }
 }
@@ -76,7 +72,7 @@ TEST(Utf8CodecTest, PassThroughRangeWritesOneRawByte) {
   for (uint32_t cp = 0x10FE01; cp <= 0x10FEFF; ++cp) {
     std::u16string pair = {static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10)),
                            static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF))};
-    ASSERT_EQ(Encoded(codec, Units(u"<" + pair + u">")),
+    ASSERT_EQ(Encoded(codec, MString(u"<" + pair + u">")),
               "<" + std::string(1, static_cast<char>(cp & 0xFF)) + ">")
         << std::hex << cp;
   }
@@ -96,7 +92,7 @@ TEST(Utf8CodecTest, BytesThatAreNotUtf8SurviveDecodeAndEncode) {
   // that the range means raw bytes only.
   std::string sequence = Bytes({0xF4, 0x8F, 0xB9, 0x81});  // U+10FE41
   EXPECT_EQ(Decoded(codec, sequence), Raw(0xF4) + Raw(0x8F) + Raw(0xB9) + Raw(0x81));
-  EXPECT_EQ(Encoded(codec, Units(u"\U0010FE41")), "A");
+  EXPECT_EQ(Encoded(codec, MString(u"\U0010FE41")), "A");
 }
 
 TEST(Utf8CodecTest, EncodeDropsLoneSurrogates) {
@@ -107,7 +103,7 @@ TEST(Utf8CodecTest, EncodeDropsLoneSurrogates) {
       {{u'a', u'b', 0xD800}, "ab"},
       {{0xD800, 0xD800, 0xDC00, u'z'}, "z"},
   };
-  for (const auto& [units, bytes] : cases) EXPECT_EQ(Encoded(GetUTF8Codec(), Units(units)), bytes);
+  for (const auto& [units, bytes] : cases) EXPECT_EQ(Encoded(GetUTF8Codec(), MString(units)), bytes);
 }
 
 TEST(Utf8CodecTest, EncodeSizesAndTerminates) {
@@ -216,7 +212,7 @@ TEST(Utf16CodecTest, HeaderChecks) {
 TEST(Utf16CodecTest, EncodesLittleEndianAndWritesTheMark) {
   MCodec& codec = GetUTF16Codec();
   const std::string bytes = Bytes({'A', 0, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE});
-  EXPECT_EQ(Encoded(codec, Units(u"A\u20AC\U0001F600")), bytes);
+  EXPECT_EQ(Encoded(codec, MString(u"A\u20AC\U0001F600")), bytes);
   EXPECT_EQ(Decoded(codec, bytes), u"A\u20AC\U0001F600");
   EXPECT_EQ(std::string(Encoded(codec, MString("hi"), true)), Bytes({'h', 0, 'i', 0}));
   MMemoryStream stream;
@@ -278,11 +274,11 @@ TEST(CharsetCodecTest, EveryByteDecodesAsTheSystemConverterSaysAndEncodesBack) {
       }
     }
     // Encoding gives the defined bytes back and marks the rest.
-    std::string back = Encoded(GetCodec(definition.name), Units(decoded));
+    std::string back = Encoded(GetCodec(definition.name), MString(decoded));
     ASSERT_EQ(back.size(), 256u);
     for (int b = 0; b < 256; ++b)
       EXPECT_EQ(back[b], definition.units[b] == kUndefinedUnit ? kUnmappableByte : static_cast<char>(b)) << b;
-    EXPECT_EQ(Encoded(GetCodec(definition.name), Units(u"a\u4E00\U0001F600\xDC00z")), "a???z");
+    EXPECT_EQ(Encoded(GetCodec(definition.name), MString(u"a\u4E00\U0001F600\xDC00z")), "a???z");
   }
 }
 
@@ -351,11 +347,11 @@ TEST(CharsetCodecTest, DoubleByteCharsetsReadAndWriteAsTheSystemConverter) {
     }
     for (char16_t unit : read) {
       if (unit != kUndefinedUnit) {
-        EXPECT_EQ(Encoded(codec, Units(std::u16string(1, unit))), IconvBytes(writer, unit))
+        EXPECT_EQ(Encoded(codec, MString(std::u16string(1, unit))), IconvBytes(writer, unit))
             << static_cast<int>(unit);
       }
     }
-    EXPECT_EQ(Encoded(codec, Units(u"a\U0001F600\xDC00z")), "a??z");
+    EXPECT_EQ(Encoded(codec, MString(u"a\U0001F600\xDC00z")), "a??z");
     for (iconv_t cd : readers) iconv_close(cd);
     iconv_close(writer);
   }
@@ -395,8 +391,8 @@ TEST(SystemCodecTest, BytesAreUnitsAndWidersNarrowLikeToASCII) {
   for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<char>(b));
   std::u16string decoded = Decoded(GetSystemCodec(), allBytes);
   for (int b = 0; b < 256; ++b) ASSERT_EQ(decoded[b], b);
-  EXPECT_EQ(Encoded(GetSystemCodec(), Units(decoded)), allBytes);
-  MString wide = Units(u"\u0161\u00E9\u20AC\U0001F600");
+  EXPECT_EQ(Encoded(GetSystemCodec(), MString(decoded)), allBytes);
+  MString wide = MString(u"\u0161\u00E9\u20AC\U0001F600");
   MByteBuffer ascii;
   wide.ToASCII(ascii);
   EXPECT_EQ(Encoded(GetSystemCodec(), wide), std::string(ascii.View()));

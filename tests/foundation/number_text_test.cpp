@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <limits>
-#include <string>
 
 #include "foundation/containers/big_integer.h"
 #include "foundation/core/exception.h"

@@ -4,7 +4,6 @@
 
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "foundation/core/exception.h"
 

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
-#include <vector>
 
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"

@@ -106,22 +106,6 @@ TEST(XMLParserTest, EncodingInstructionSwitchesCodecFromNextLine) {
   }
 }
 
-TEST(XMLParserTest, LongDocumentAcrossReaderBuffers) {
-  // Lines longer than the reader's buffer and values running over many lines.
-  std::string long_value(5000, 'v');
-  std::string document = "<root>\n";
-  for (int i = 0; i < 300; ++i)
-    document += "<item n=\"" + std::to_string(i) + "\" long=\"" + long_value + "\">text " + std::to_string(i) +
-                "\n continues</item>\n";
-  document += "</root>\n";
-  MXMLItem root;
-  LoadText(root, document);
-  ASSERT_EQ(root.subItemCount, 300);
-  MXMLItem& last = root.GetSubItemIndexed(299);
-  EXPECT_EQ(last.GetAttribute("long").AsString().Length(), 5000);
-  EXPECT_EQ(ToStd(last.value.AsString()), "text 299 continues");
-}
-
 // A handler of its own sees the events in order and can stop the parse.
 class MRecordingHandler : public MXMLHandler {
  public:
