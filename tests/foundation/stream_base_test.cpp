@@ -63,8 +63,7 @@ TEST_P(ReadLineTest, BaseAndMemoryFormsGiveTheSameLines) {
   const LineCase& c = GetParam();
   PieceStream base(c.input);
   MMemoryStream memory;
-  memory.Write(c.input.data(), static_cast<int64_t>(c.input.size()));
-  memory.Seek(0, kSeekBegin);
+  FillStream(memory, c.input);
   MConstMemoryStream constant(c.input.data(), static_cast<int64_t>(c.input.size()));
   for (MStream* stream : std::initializer_list<MStream*>{&base, &memory, &constant}) {
     std::vector<std::pair<int, std::string>> got;

@@ -17,11 +17,6 @@
 namespace kx {
 namespace {
 
-void Fill(MMemoryStream& stream, const std::string& data) {
-  stream.Write(data.data(), static_cast<int64_t>(data.size()));
-  stream.Seek(0, kSeekBegin);
-}
-
 TEST(CopyStream, CopiesTheSizeOrUntilAShortBlock) {
   std::string data = RandomBytes(200000, 1);
   struct Case {
@@ -44,7 +39,7 @@ TEST(CopyStream, CopiesTheSizeOrUntilAShortBlock) {
 TEST(CopyStream, ProgressAdvancesPerBlock) {
   std::string data = RandomBytes(65536 * 3, 2);
   MMemoryStream source;
-  Fill(source, data);
+  FillStream(source, data);
   MMemoryStream target;
   MStreamProgress progress;
   std::vector<double> seen;
@@ -67,9 +62,9 @@ TEST(CompareStreams, DifferencesAndRewindOnEquality) {
   };
   for (const auto& c : cases) {
     MMemoryStream a;
-    Fill(a, c.a);
+    FillStream(a, c.a);
     MMemoryStream b;
-    Fill(b, c.b);
+    FillStream(b, c.b);
     int64_t result = CompareStreams(a, b);
     EXPECT_EQ((result > 0) - (result < 0), c.sign) << c.a.size() << " vs " << c.b.size();
     if (c.sign == 0) {
@@ -126,7 +121,7 @@ TEST(Base64, DecoderMarksSkipEndAndInvalid) {
 TEST(SizeStream, ReadWindowOfALargerStream) {
   std::string data = "0123456789abcdefghij";
   MMemoryStream source;
-  Fill(source, data);
+  FillStream(source, data);
   source.Seek(5, kSeekBegin);
   MSizeStream window(&source, 5, 10);
   char buffer[32] = {};

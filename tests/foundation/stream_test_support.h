@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/streams/stream.h"
+#include "foundation/streams/memory_stream.h"
 
 namespace kx {
 
@@ -33,6 +33,12 @@ inline std::string ZlibDeflate(const std::string& data, int level) {
             reinterpret_cast<const Bytef*>(data.data()), static_cast<uLong>(data.size()), level);
   out.resize(length);
   return out;
+}
+
+// A memory stream holding `bytes`, at position 0.
+inline void FillStream(MMemoryStream& stream, const std::string& bytes) {
+  stream.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
+  stream.Seek(0, kSeekBegin);
 }
 
 // Each Read hands out at most `piece` bytes of a string, every Write is kept
