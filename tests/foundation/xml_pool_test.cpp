@@ -11,27 +11,6 @@
 namespace kx {
 namespace {
 
-TEST(MNodePoolTest, TreesReturnTheirNodesToThePools) {
-  auto buildAndFree = [] {
-    MXMLItem root("r");
-    for (int i = 0; i < 2000; ++i) {
-      MXMLItem& item = root.AddSubItem("package");
-      item.SetAttribute("name", "x");
-      item.SetAttribute("version", int32_t{i});
-      item.AddSubItem("data").SetValueBuffer("abc", 3, false);
-    }
-  };
-  buildAndFree();
-  int64_t itemTotal = XMLItemPool().TotalNodes();
-  int64_t attributeTotal = XMLAttributePool().TotalNodes();
-  int64_t bufferTotal = BufferRecordPool().TotalNodes();
-  buildAndFree();
-  // The second tree lived entirely on the nodes the first gave back.
-  EXPECT_EQ(XMLItemPool().TotalNodes(), itemTotal);
-  EXPECT_EQ(XMLAttributePool().TotalNodes(), attributeTotal);
-  EXPECT_EQ(BufferRecordPool().TotalNodes(), bufferTotal);
-}
-
 // Nodes a thread freed, or holds in its cache, go back to the shared pool when
 // the thread ends: neither lost to the count nor kept from other threads.
 TEST(MNodePoolTest, AThreadsCachedNodesReturnWhenItEnds) {
