@@ -143,18 +143,18 @@ TEST(MBXFormatTest, ReaderGivesTypesByLetter) {
 
 TEST(MBXFormatTest, ReaderBuildsTheTree) {
   MXMLItem tree;
-  // Blanks in an attribute name take every control character with them; the
-  // second attribute of the same name is appended, not merged; what follows the
-  // root's '~' is never looked at.
+  // Blanks in an attribute name take every control character with them, and
+  // nothing printable; the second attribute of the same name is appended, not
+  // merged; what follows the root's '~' is never looked at.
   ReadBytes(tree, kMagic +
-                      "Xroot\0A a\tb \0"
+                      "Xroot\0A !a\tb \0"
                       "1\x01"
-                      "Aab\0"
+                      "A!ab\0"
                       "1\x02"
                       "Xc\0/Xd\0Xe\0//~garbage"s);
   EXPECT_EQ(ToStd(tree.name), "root");
   ASSERT_EQ(tree.attributeCount, 2);
-  EXPECT_EQ(ToStd(MString(tree.firstAttribute->name.text)), "ab");
+  EXPECT_EQ(ToStd(MString(tree.firstAttribute->name.text)), "!ab");
   EXPECT_EQ(tree.lastAttribute->value.AsInt(), 2);
   ASSERT_EQ(tree.subItemCount, 2);
   EXPECT_EQ(ToStd(tree.lastSubItem->name), "d");

@@ -111,6 +111,7 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
   } cases[] = {
       {"empty", "", shortRead},
       {"negative definition", Header(-1, 0), shortRead},
+      {"empty definition", Header(0, 0), "The XML does not contain any elements."},
       {"data missing", good.substr(0, good.size() - 1), shortRead},
       {"sizes no stream holds", Header(kHalf, kHalf) + "abc", shortRead},
       // A claim no library makes is refused before a byte is read by it.

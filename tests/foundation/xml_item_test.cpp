@@ -77,11 +77,17 @@ TEST(MXMLItemTest, RemoveAndDetachKeepTheListConsistent) {
   MXMLItem* b = &item.AddSubItem("b");
   MXMLItem* c = &item.AddSubItem("c");
   b->AddSubItem("inner").SetAttribute("x", "1");
+  ASSERT_TRUE(item.HasSubItem("b"));
   MXMLItem* detached = item.DetachSubItem(b);
   EXPECT_EQ(Picture(item), "r[a;c]");
+  // The lookup cache forgets the item that left, and only that one.
+  EXPECT_EQ(MessageOf([&] { item.GetCachedSubItem(); }),
+            "There is no subitem in the cache. Previous call to HasSubItem probably did not succeed.");
   item.AdoptSubItem(detached);
   EXPECT_EQ(Picture(item), "r[a;c;b[inner{x=1}]]");
+  ASSERT_TRUE(item.HasSubItem("c"));
   item.RemoveSubItem(a);
+  EXPECT_EQ(&item.GetCachedSubItem(), c);
   item.RemoveSubItem(detached);
   EXPECT_EQ(Picture(item), "r[c]");
   EXPECT_TRUE(item.firstSubItem == c && item.lastSubItem == c);
