@@ -107,32 +107,9 @@ TEST(MBXFormatTest, NamesAreWrittenAsBytes) {
                                   "1\x01~"s);
 }
 
-struct ReadValueCase {
-  const char* label;
-  std::string payload;
-  MVariant::Type type;
-  std::string text;  // AsString of the value read
-};
-
-TEST(MBXFormatTest, ReaderGivesTypesByLetter) {
-  const ReadValueCase cases[] = {
-      {"1", "1\xFF"s, MVariant::kInt8, "-1"},
-      {"8", "8\0\0\0\0\0\x01\0\0"s, MVariant::kInt64, "1099511627776"},
-      {"d", "d\0\0\0\0\0\0\0\xC0"s, MVariant::kDouble, "-2"},
-      {"s", "s\xE9t\xE9\0"s, MVariant::kString, "\xC3\xA9t\xC3\xA9"},
-      {"u", "u\x02\0\0\0\xC4\x80"s, MVariant::kString, "\xC4\x80"},
-      {"b", "b\x02\0\0\0hi"s, MVariant::kBuffer, "$aGk="},
-  };
-  for (const ReadValueCase& c : cases) {
-    MXMLItem tree;
-    ReadBytes(tree, kMagic + "Xr\0Av\0"s + c.payload + "V"s + c.payload + "~");
-    ASSERT_EQ(tree.attributeCount, 1) << c.label;
-    for (const MVariant* value : {&tree.firstAttribute->value, &tree.value}) {
-      EXPECT_EQ(value->GetType(), c.type) << c.label;
-      EXPECT_EQ(ToStd(value->AsString()), c.text) << c.label;
-      EXPECT_FALSE(value->IsCompressed()) << c.label;
-    }
-  }
+// The writer's bytes above and the round trips of every type pin the letters the
+// writer uses; a compressed buffer may also come with a 64-bit size, from old files.
+TEST(MBXFormatTest, ReaderTakesCompressedBuffersOfBothSizes) {
   for (const std::string& payload : {"z\x01\0\0\0q"s, "Z\x01\0\0\0\0\0\0\0q"s}) {
     MXMLItem tree;
     ReadBytes(tree, kMagic + "Xr\0V"s + payload + "~");
