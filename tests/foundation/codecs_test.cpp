@@ -103,7 +103,8 @@ TEST(Utf8CodecTest, EncodeDropsLoneSurrogates) {
       {{u'a', u'b', 0xD800}, "ab"},
       {{0xD800, 0xD800, 0xDC00, u'z'}, "z"},
   };
-  for (const auto& [units, bytes] : cases) EXPECT_EQ(Encoded(GetUTF8Codec(), MString(units)), bytes);
+  for (const auto& [units, bytes] : cases)
+    EXPECT_EQ(Encoded(GetUTF8Codec(), MString(units)), bytes);
 }
 
 TEST(Utf8CodecTest, EncodeSizesAndTerminates) {
@@ -249,7 +250,8 @@ std::vector<char16_t> IconvTable(const char* charset) {
   iconv_t cd = iconv_open("UTF-32LE", charset);
   if (cd == reinterpret_cast<iconv_t>(-1)) return {};
   std::vector<char16_t> table;
-  for (int b = 0; b < 256; ++b) table.push_back(IconvUnit(cd, std::string(1, static_cast<char>(b))));
+  for (int b = 0; b < 256; ++b)
+    table.push_back(IconvUnit(cd, std::string(1, static_cast<char>(b))));
   iconv_close(cd);
   return table;
 }

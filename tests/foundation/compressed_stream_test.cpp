@@ -66,7 +66,8 @@ TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
   for (size_t size : {size_t{0}, size_t{4097}, size_t{300000}}) {
     std::string data = TextBytes(size, 7);
     for (int quality : {1, 50}) {
-      EXPECT_EQ(ZlibInflate(Compress<MZLIBStream>(data, quality), data.size() + 1), data) << size << " q" << quality;
+      EXPECT_EQ(ZlibInflate(Compress<MZLIBStream>(data, quality), data.size() + 1), data)
+          << size << " q" << quality;
     }
     for (int level : {0, 9}) {
       EXPECT_EQ(Decompress<MZLIBStream>(ZlibDeflate(data, level)), data) << size << " l" << level;

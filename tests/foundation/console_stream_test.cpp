@@ -25,8 +25,9 @@ TEST(ConsoleStream, ReadLineDropsTheLineEnds) {
   }
   stdin = saved;
   std::fclose(input);
-  EXPECT_EQ(lines, (std::vector<std::pair<int, std::string>>{
-                       {kLineRead, "first"}, {kLineRead, ""}, {kLineRead, "last"}, {kLineEnd, ""}}));
+  const std::vector<std::pair<int, std::string>> expected = {
+      {kLineRead, "first"}, {kLineRead, ""}, {kLineRead, "last"}, {kLineEnd, ""}};
+  EXPECT_EQ(lines, expected);
 }
 
 }  // namespace

@@ -154,7 +154,8 @@ TEST(MThreadTest, PrioritiesByIndex) {
   held.Start();
   EXPECT_EQ(AwaitEnd(held), 1u);
   BodyThread thread([](BodyThread&) { return 1; });
-  EXPECT_EQ(ToStd(Failure([&] { thread.SetPriority(7); }).message), "Could not set thread priority.");
+  EXPECT_EQ(ToStd(Failure([&] { thread.SetPriority(7); }).message),
+            "Could not set thread priority.");
   // Created by SetPriority and never started: waiting ends it without its body.
   thread.SetPriority(kPriorityNormal);
   EXPECT_TRUE(thread.Wait());

@@ -34,7 +34,8 @@ const ParseCase kParseCases[] = {
     {"<a><b>unclosed", "a[b(unclosed)]"},
     {"<a/>trailing text <<< never read", "a"},
     {"<\xc3\xa4 \xc3\xbc=\"\xe2\x82\xac\"/>", "\xc3\xa4{\xc3\xbc=\xe2\x82\xac}"},
-    {"<\xc4\x80 \xc4\x80=\xc4\x80>\xc4\x80</\xc4\x80>", "\xc4\x80{\xc4\x80=\xc4\x80}(\xc4\x80)"},  // U+0100
+    // U+0100, the first unit past the byte-wide class table
+    {"<\xc4\x80 \xc4\x80=\xc4\x80>\xc4\x80</\xc4\x80>", "\xc4\x80{\xc4\x80=\xc4\x80}(\xc4\x80)"},
     // text, blanks and entities
     {"<a>  one \t two\n\n three  </a>", "a(one two three)"},
     {"<a>&unknown; &#65; &amp</a>", "a(&unknown; &#65; &amp)"},
