@@ -67,27 +67,20 @@ TEST(XMLWriterTest, EmptyNameRefusedInCompactFormOnly) {
 TEST(XMLWriterTest, LongValuesBreakAtFirstBlankAfter60Units) {
   struct Case {
     std::string value;
-    std::string lines;  // the value's lines as written, each after two tabs
+    std::string lines;  // the value's lines as written
   };
   const std::string a59(59, 'a'), c70(70, 'c'), x60(60, 'x');
   const Case cases[] = {
-      {x60, x60 + "\n"},
-      {x60 + " y", x60 + "\ny\n"},
-      {a59 + " b " + c70 + " d", a59 + " b\n" + c70 + "\nd\n"},
+      {x60, "\t\t" + x60 + "\n"},
+      {x60 + " y", "\t\t" + x60 + "\n\t\ty\n"},
+      {a59 + " b " + c70 + " d", "\t\t" + a59 + " b\n\t\t" + c70 + "\n\t\td\n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.value);
     MXMLItem root("r");
     root.AddSubItem("v").value = MString::FromBytes(c.value);
-    std::string lines;
-    size_t start = 0;
-    while (start < c.lines.size()) {
-      size_t end = c.lines.find('\n', start);
-      lines += "\t\t" + c.lines.substr(start, end + 1 - start);
-      start = end + 1;
-    }
     EXPECT_EQ(SavedText(root, false),
-              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n\t<v>\n" + lines + "\t</v>\n</r>\n");
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n\t<v>\n" + c.lines + "\t</v>\n</r>\n");
     MXMLItem back;
     LoadText(back, SavedText(root, false));
     EXPECT_EQ(ToStd(back.GetSubItem("v").value.AsString()), c.value);
