@@ -4,39 +4,22 @@
 #include "foundation/compression/zlib_stream.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <memory>
-#include <random>
 #include <string>
 
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/streams/stream_helpers.h"
+#include "stream_test_support.h"
 #include "support/failure_capture.h"
-#include "support/sandbox.h"
+#include "support/resource_test_support.h"
 
 namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Text-like data that compresses, with a random sprinkle so that it is not trivial.
-std::string SampleData(size_t size, unsigned seed = 7) {
-  std::mt19937 random(seed);
-  static const char* kWords[] = {"plug-in ", "preset ", "install ", "kernel ", "vst3 ", "\n"};
-  std::string data;
-  while (data.size() < size) {
-    data += kWords[random() % 6];
-    if (random() % 5 == 0) data += static_cast<char>(random());
-  }
-  data.resize(size);
-  return data;
-}
 
 // Compresses `data` into a memory stream through a fresh stream of type T.
 template <typename T>
@@ -72,27 +55,6 @@ std::string Decompress(const std::string& compressed, bool scramble = false, siz
   return out;
 }
 
-std::string ZlibUncompress(const std::string& compressed, size_t size) {
-  std::string out(size + 1, '\0');
-  uLongf length = static_cast<uLongf>(out.size());
-  int result = uncompress(reinterpret_cast<Bytef*>(out.data()), &length,
-                          reinterpret_cast<const Bytef*>(compressed.data()),
-                          static_cast<uLong>(compressed.size()));
-  EXPECT_EQ(result, Z_OK);
-  out.resize(length);
-  return out;
-}
-
-std::string ZlibCompress(const std::string& data, int level) {
-  uLongf length = compressBound(static_cast<uLong>(data.size()));
-  std::string out(length, '\0');
-  EXPECT_EQ(compress2(reinterpret_cast<Bytef*>(out.data()), &length,
-                      reinterpret_cast<const Bytef*>(data.data()), static_cast<uLong>(data.size()), level),
-            Z_OK);
-  out.resize(length);
-  return out;
-}
-
 TEST(CompressedStream, QualityMapsToLevel) {
   struct Case {
     int quality, level;
@@ -102,21 +64,22 @@ TEST(CompressedStream, QualityMapsToLevel) {
 
 TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
   for (size_t size : {size_t{0}, size_t{4097}, size_t{300000}}) {
-    std::string data = SampleData(size);
+    std::string data = TextBytes(size, 7);
     for (int quality : {1, 50}) {
-      EXPECT_EQ(ZlibUncompress(Compress<MZLIBStream>(data, quality), data.size()), data) << size << " q" << quality;
+      EXPECT_EQ(ZlibInflate(Compress<MZLIBStream>(data, quality), data.size() + 1), data)
+          << size << " q" << quality;
     }
     for (int level : {0, 9}) {
-      EXPECT_EQ(Decompress<MZLIBStream>(ZlibCompress(data, level)), data) << size << " l" << level;
+      EXPECT_EQ(Decompress<MZLIBStream>(ZlibDeflate(data, level)), data) << size << " l" << level;
     }
   }
   // Quality 100 is level 9: byte for byte what the library makes at that level.
-  std::string data = SampleData(100000);
-  EXPECT_EQ(Compress<MZLIBStream>(data, 100), ZlibCompress(data, 9));
+  std::string data = TextBytes(100000, 7);
+  EXPECT_EQ(Compress<MZLIBStream>(data, 100), ZlibDeflate(data, 9));
 }
 
 TEST(ZlibStream, LargeSingleWriteAndReadGoThroughTheSmallBlocks) {
-  std::string data = RandomBytes(1 << 20, 3) + SampleData(1 << 20);
+  std::string data = RandomBytes(1 << 20, 3) + TextBytes(1 << 20, 7);
   std::string compressed = Compress<MZLIBStream>(data, 100, false, data.size());
   EXPECT_EQ(Decompress<MZLIBStream>(compressed, false, data.size() + 10), data);
 }
@@ -127,7 +90,7 @@ using CompressorTypes = ::testing::Types<MZLIBStream, MBZIP2Stream>;
 TYPED_TEST_SUITE(BothCompressors, CompressorTypes);
 
 TYPED_TEST(BothCompressors, ScrambledRoundTripDiffersFromPlain) {
-  std::string data = SampleData(200000);
+  std::string data = TextBytes(200000, 7);
   std::string plain = Compress<TypeParam>(data);
   std::string scrambled = Compress<TypeParam>(data, 100, true);
   ASSERT_EQ(plain.size(), scrambled.size());
@@ -164,7 +127,7 @@ TYPED_TEST(BothCompressors, DamagedOrTruncatedInputFailsWithTheMessageNeverShort
 }
 
 TYPED_TEST(BothCompressors, SeekToTheStartRewindsTheDecompressor) {
-  std::string data = SampleData(50000);
+  std::string data = TextBytes(50000, 7);
   std::string compressed = Compress<TypeParam>(data);
   MConstMemoryStream source(compressed.data(), static_cast<int64_t>(compressed.size()));
   TypeParam stream;
@@ -225,31 +188,25 @@ TYPED_TEST(BothCompressors, DestroyedUnterminatedWhileCompressingThrows) {
   EXPECT_THROW(delete heap, MException);
 }
 
-class Bzip2Command : public ::testing::Test {
+class Bzip2Command : public FileTestBase {
  protected:
-  MTestSandbox sandbox;
-  static void WriteFile(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-  }
   static int Run(const std::string& command) { return std::system(command.c_str()); }
 };
 
 TEST_F(Bzip2Command, FilesOfTheCommandReadBackAndOursDecompressWithIt) {
   {
-    std::string data = SampleData(1500000, 21);
-    fs::path plain = sandbox.Root() / "data.bin";
-    WriteFile(plain, data);
+    std::string data = TextBytes(1500000, 21);
+    WriteFile("data.bin", data);
     // Level 1 blocks are 100 kB: the file holds many blocks.
-    ASSERT_EQ(Run("bzip2 -k -f -1 '" + plain.string() + "'"), 0);
-    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(sandbox.Root() / "data.bin.bz2")), data);
+    ASSERT_EQ(Run("bzip2 -k -f -1 '" + Native("data.bin").string() + "'"), 0);
+    EXPECT_EQ(Decompress<MBZIP2Stream>(ReadFileBytes(Native("data.bin.bz2"))), data);
   }
   for (int quality : {1, 100}) {
-    std::string data = SampleData(400000, quality) + RandomBytes(3000, quality);
-    fs::path packed = sandbox.Root() / "ours.bz2";
-    WriteFile(packed, Compress<MBZIP2Stream>(data, quality, false, 5000));
-    fs::remove(sandbox.Root() / "ours");
-    ASSERT_EQ(Run("bzip2 -d -k -f '" + packed.string() + "'"), 0) << quality;
-    EXPECT_EQ(ReadFileBytes(sandbox.Root() / "ours"), data) << quality;
+    std::string data = TextBytes(400000, quality) + RandomBytes(3000, quality);
+    WriteFile("ours.bz2", Compress<MBZIP2Stream>(data, quality, false, 5000));
+    fs::remove(Native("ours"));
+    ASSERT_EQ(Run("bzip2 -d -k -f '" + Native("ours.bz2").string() + "'"), 0) << quality;
+    EXPECT_EQ(ReadFileBytes(Native("ours")), data) << quality;
   }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/core/exception.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
@@ -34,13 +35,9 @@ TEST(MDateTimeTest, ParsesTrimmedText) {
 TEST(MDateTimeTest, UnreadableTextThrows) {
   for (const char* text : {"   ", "2021-03-04", "2021-03-04T05:06:07", "2021-03-04 05:06:07.",
                            "2021-03-04 05:06:07 extra", "99999-01-01 00:00:00", "2021-03-04 05:06:300"}) {
-    SCOPED_TRACE(text);
-    try {
-      MDateTime::FromString(text);
-      ADD_FAILURE() << "no exception";
-    } catch (const MException& e) {
-      EXPECT_EQ(ToStd(e.message), "Invalid datetime format.");
-    }
+    EXPECT_EQ(ToStd(Failure([&] { MDateTime::FromString(text); }).message),
+              "Invalid datetime format.")
+        << text;
   }
 }
 

@@ -2,17 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 
 #include "foundation/core/exception.h"
 #include "foundation/core/log.h"
 #include "support/failure_capture.h"
-#include "support/sandbox.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -21,34 +18,26 @@ namespace fs = std::filesystem;
 
 MString PathText(const fs::path& path) { return MString::FromUTF8(path.string()); }
 
-void WriteBytes(const fs::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-class FileStreamTest : public ::testing::Test {
- protected:
-  MTestSandbox sandbox;
-  fs::path Path(const char* name) const { return sandbox.Root() / name; }
-};
+class FileStreamTest : public FileTestBase {};
 
 TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
-  fs::create_directories(Path("folder"));
-  WriteBytes(Path("plain"), "x");
+  fs::create_directories(Native("folder"));
+  WriteFile("plain", "x");
   struct Case {
     fs::path path;
     MFileStream::Mode mode;
     std::string message;
   } cases[] = {
-      {Path("missing.bin"), MFileStream::kModeRead,
+      {Native("missing.bin"), MFileStream::kModeRead,
        "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\"."},
       // A folder that cannot take the file: its parent is a plain file.
-      {Path("plain") / "new.bin", MFileStream::kModeCreate,
+      {Native("plain") / "new.bin", MFileStream::kModeCreate,
        "File \"{0}\" could not be created. Make sure there is no write-protected file already "
        "existing.\nError: \"Not a directory\"."},
       // A folder is no file to read, although the C library opens it.
-      {Path("folder"), MFileStream::kModeRead,
+      {Native("folder"), MFileStream::kModeRead,
        "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"Is a directory\"."},
-      {Path("folder"), MFileStream::kModeCreate,
+      {Native("folder"), MFileStream::kModeCreate,
        "File \"{0}\" could not be created. Make sure there is no write-protected file already "
        "existing.\nError: \"Is a directory\"."},
   };
@@ -59,7 +48,7 @@ TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
     EXPECT_EQ(ToStd(e.message), expected);
     EXPECT_EQ(e.code, 257u);
   }
-  EXPECT_TRUE(fs::is_directory(Path("folder")));  // creation never removes a folder
+  EXPECT_TRUE(fs::is_directory(Native("folder")));  // creation never removes a folder
   MException empty = Failure([] { MFileStream stream(MString(""), MFileStream::kModeRead); });
   EXPECT_EQ(ToStd(empty.message), "Empty filename cannot be created. This is an internal error.");
 }
@@ -80,10 +69,10 @@ TEST_F(FileStreamTest, ClosedStreamSaysItIsNotInitialized) {
 }
 
 TEST_F(FileStreamTest, CreateReplacesAndReadsBackWhatWasWritten) {
-  WriteBytes(Path("data.bin"), std::string(5000, 'o'));
-  fs::permissions(Path("data.bin"), fs::perms::owner_read);  // a read-only old file goes too
+  WriteFile("data.bin", std::string(5000, 'o'));
+  fs::permissions(Native("data.bin"), fs::perms::owner_read);  // a read-only old file goes too
   {
-    MFileStream stream(PathText(Path("data.bin")), MFileStream::kModeCreate);
+    MFileStream stream(Path("data.bin"), MFileStream::kModeCreate);
     EXPECT_EQ(stream.GetSizeAtOpening(), 0);
     stream.Write("abcdef", 6);
     stream.Seek(2, kSeekBegin);
@@ -97,20 +86,20 @@ TEST_F(FileStreamTest, CreateReplacesAndReadsBackWhatWasWritten) {
     EXPECT_EQ(stream.GetSize(), 3);
     stream.Close();
   }
-  EXPECT_EQ(ReadFileBytes(Path("data.bin")), "abc");
-  MFileStream reader(PathText(Path("data.bin")), MFileStream::kModeRead);
+  EXPECT_EQ(ReadFileBytes(Native("data.bin")), "abc");
+  MFileStream reader(Path("data.bin"), MFileStream::kModeRead);
   char buffer[10];
   EXPECT_EQ(reader.Read(buffer, 10), 3);  // short at the end, no failure
   MException e = Failure([&] { reader.Write("z", 1); });
-  EXPECT_EQ(ToStd(e.message), "Error writing to file \"" + Path("data.bin").string() +
+  EXPECT_EQ(ToStd(e.message), "Error writing to file \"" + Native("data.bin").string() +
                                   "\", error \"Bad file descriptor\".");
   EXPECT_EQ(e.code, 256u);
 }
 
 TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
-  WriteBytes(Path("grow.bin"), "1234");
-  MFileStream reader(PathText(Path("grow.bin")), MFileStream::kModeRead);
-  MFileStream writer(PathText(Path("grow.bin")), MFileStream::kModeUpdate);
+  WriteFile("grow.bin", "1234");
+  MFileStream reader(Path("grow.bin"), MFileStream::kModeRead);
+  MFileStream writer(Path("grow.bin"), MFileStream::kModeUpdate);
   writer.Seek(0, kSeekEnd);
   writer.Write("5678", 4);
   writer.Flush();
@@ -123,18 +112,18 @@ TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
 }
 
 TEST_F(FileStreamTest, SeekBeforeTheStartFails) {
-  WriteBytes(Path("s.bin"), "abc");
-  MFileStream stream(PathText(Path("s.bin")), MFileStream::kModeRead);
+  WriteFile("s.bin", "abc");
+  MFileStream stream(Path("s.bin"), MFileStream::kModeRead);
   MException e = Failure([&] { stream.Seek(-10, kSeekBegin); });
   EXPECT_EQ(ToStd(e.message),
-            "Error performing seek \"" + Path("s.bin").string() + "\", error \"Invalid argument\".");
+            "Error performing seek \"" + Native("s.bin").string() + "\", error \"Invalid argument\".");
   EXPECT_EQ(e.code, 256u);
   EXPECT_EQ(stream.Seek(1, kSeekEnd), 4);  // past the end is allowed, as in the C library
 }
 
 TEST_F(FileStreamTest, LogIsReplacedEachRunAndWritesCrLfLines) {
-  fs::path log = Path("log.txt");
-  WriteBytes(log, "old run\r\n");
+  fs::path log = Native("log.txt");
+  WriteFile("log.txt", "old run\r\n");
   MLog::Line(MString("before opening"));  // silently skipped
   MLog::Open(PathText(log));
   EXPECT_TRUE(MLog::IsOpen());
@@ -145,7 +134,7 @@ TEST_F(FileStreamTest, LogIsReplacedEachRunAndWritesCrLfLines) {
   MLog::Close();
   MLog::Line(MString("after closing"));
   EXPECT_EQ(ReadFileBytes(log), "first\r\n\nphase \xc3\xa4\r\n");
-  EXPECT_THROW(MLog::Open(PathText(Path("nowhere") / "log.txt")), MException);
+  EXPECT_THROW(MLog::Open(PathText(Native("nowhere") / "log.txt")), MException);
   EXPECT_FALSE(MLog::IsOpen());
 }
 

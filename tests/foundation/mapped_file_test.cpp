@@ -1,6 +1,8 @@
 #include "foundation/files/mapped_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -24,6 +26,19 @@ TEST_F(MappedFileTest, ViewShowsTheWholeFile) {
 
   file.Open(Path("empty"));
   EXPECT_EQ(file.Size(), 0);
+}
+
+// A program started with its standard input closed maps through descriptor 0,
+// which must be given back like any other.
+TEST_F(MappedFileTest, DescriptorZeroIsClosedToo) {
+  WriteFile("data", "x");
+  int saved = ::dup(0);
+  ::close(0);
+  { MMappedFile file(Path("data")); }
+  bool leaked = ::fcntl(0, F_GETFD) != -1;
+  ::dup2(saved, 0);
+  ::close(saved);
+  EXPECT_FALSE(leaked);
 }
 
 TEST_F(MappedFileTest, FailuresNameTheFileAndTheCause) {

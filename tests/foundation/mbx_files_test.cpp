@@ -137,6 +137,19 @@ TEST(LoadAnyTest, MemoryRunningOutIsTheLoadersFailure) {
   EXPECT_FALSE(TryLoadAny(tree, binary));
 }
 
+// Inputs that once broke a loader (kept in fuzz/corpus/regressions/) load again:
+// a failure may be reported, nothing may crash.
+TEST(LoadAnyTest, FuzzRegressionsLoadWithoutCrashing) {
+  for (const auto& entry : std::filesystem::directory_iterator(
+           std::filesystem::path(KESTRIX_SOURCE_DIR) / "fuzz/corpus/regressions")) {
+    if (!entry.is_regular_file() || entry.path().filename().string().front() == '.') continue;
+    MMemoryStream stream;
+    FillStream(stream, ReadFileBytes(entry.path()));
+    MXMLItem tree;
+    Failure([&] { tree.LoadAny(stream); });  // a clear refusal is a good outcome
+  }
+}
+
 class TreeFileTest : public FileTestBase {};
 
 TEST_F(TreeFileTest, SaveAndLoadEachForm) {

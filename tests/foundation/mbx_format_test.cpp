@@ -8,6 +8,7 @@
 #include "foundation/core/exception.h"
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
+#include "support/failure_capture.h"
 #include "tree_test_support.h"
 
 namespace kx {
@@ -41,12 +42,7 @@ void ReadBytes(MXMLItem& tree, const std::string& bytes) {
 }
 
 std::string ReadFailureInto(MXMLItem& tree, const std::string& bytes) {
-  try {
-    ReadBytes(tree, bytes);
-  } catch (const MException& failure) {
-    return ToStd(failure.message);
-  }
-  return "(no failure)";
+  return ToStd(Failure([&] { ReadBytes(tree, bytes); }).message);
 }
 
 std::string ReadFailure(const std::string& bytes) {
@@ -111,32 +107,9 @@ TEST(MBXFormatTest, NamesAreWrittenAsBytes) {
                                   "1\x01~"s);
 }
 
-struct ReadValueCase {
-  const char* label;
-  std::string payload;
-  MVariant::Type type;
-  std::string text;  // AsString of the value read
-};
-
-TEST(MBXFormatTest, ReaderGivesTypesByLetter) {
-  const ReadValueCase cases[] = {
-      {"1", "1\xFF"s, MVariant::kInt8, "-1"},
-      {"8", "8\0\0\0\0\0\x01\0\0"s, MVariant::kInt64, "1099511627776"},
-      {"d", "d\0\0\0\0\0\0\0\xC0"s, MVariant::kDouble, "-2"},
-      {"s", "s\xE9t\xE9\0"s, MVariant::kString, "\xC3\xA9t\xC3\xA9"},
-      {"u", "u\x02\0\0\0\xC4\x80"s, MVariant::kString, "\xC4\x80"},
-      {"b", "b\x02\0\0\0hi"s, MVariant::kBuffer, "$aGk="},
-  };
-  for (const ReadValueCase& c : cases) {
-    MXMLItem tree;
-    ReadBytes(tree, kMagic + "Xr\0Av\0"s + c.payload + "V"s + c.payload + "~");
-    ASSERT_EQ(tree.attributeCount, 1) << c.label;
-    for (const MVariant* value : {&tree.firstAttribute->value, &tree.value}) {
-      EXPECT_EQ(value->GetType(), c.type) << c.label;
-      EXPECT_EQ(ToStd(value->AsString()), c.text) << c.label;
-      EXPECT_FALSE(value->IsCompressed()) << c.label;
-    }
-  }
+// The writer's bytes above and the round trips of every type pin the letters the
+// writer uses; a compressed buffer may also come with a 64-bit size, from old files.
+TEST(MBXFormatTest, ReaderTakesCompressedBuffersOfBothSizes) {
   for (const std::string& payload : {"z\x01\0\0\0q"s, "Z\x01\0\0\0\0\0\0\0q"s}) {
     MXMLItem tree;
     ReadBytes(tree, kMagic + "Xr\0V"s + payload + "~");
@@ -147,18 +120,18 @@ TEST(MBXFormatTest, ReaderGivesTypesByLetter) {
 
 TEST(MBXFormatTest, ReaderBuildsTheTree) {
   MXMLItem tree;
-  // Blanks in an attribute name take every control character with them; the
-  // second attribute of the same name is appended, not merged; what follows the
-  // root's '~' is never looked at.
+  // Blanks in an attribute name take every control character with them, and
+  // nothing printable; the second attribute of the same name is appended, not
+  // merged; what follows the root's '~' is never looked at.
   ReadBytes(tree, kMagic +
-                      "Xroot\0A a\tb \0"
+                      "Xroot\0A !a\tb \0"
                       "1\x01"
-                      "Aab\0"
+                      "A!ab\0"
                       "1\x02"
                       "Xc\0/Xd\0Xe\0//~garbage"s);
   EXPECT_EQ(ToStd(tree.name), "root");
   ASSERT_EQ(tree.attributeCount, 2);
-  EXPECT_EQ(ToStd(MString(tree.firstAttribute->name.text)), "ab");
+  EXPECT_EQ(ToStd(MString(tree.firstAttribute->name.text)), "!ab");
   EXPECT_EQ(tree.lastAttribute->value.AsInt(), 2);
   ASSERT_EQ(tree.subItemCount, 2);
   EXPECT_EQ(ToStd(tree.lastSubItem->name), "d");

@@ -6,30 +6,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
 #include "foundation/threads/global_lock.h"
-#include "foundation/streams/memory_stream.h"
 #include "foundation/files/path_text.h"
 #include "foundation/resources/resource_compiled_in.h"
-#include "foundation/resources/resource_small_writer.h"
 #include "foundation/threads/task.h"
+#include "support/resource_test_support.h"
 
 namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string SmallLibrary(const char* id, const char* text) {
-  MSmallLibraryWriter writer(MString("solution"));
-  writer.Add(MString(id), text, static_cast<int64_t>(std::strlen(text)), false);
-  MMemoryStream bytes;
-  writer.Write(bytes, false);
-  return std::string(bytes.View());
-}
 
 // A module's teardown switches the global lock off, as at the end of a run;
 // the tests after it in this process need it on.
@@ -42,7 +32,7 @@ TEST_F(ModuleTest, InitializeFindsTheExecutableAndTheLibraryBesideIt) {
   fs::path executable = fs::canonical("/proc/self/exe");
   fs::path library = executable;
   library.replace_extension(".mrf");
-  { std::ofstream(library, std::ios::binary) << SmallLibrary("mstyle", "beside the program"); }
+  { std::ofstream(library, std::ios::binary) << SmallLibraryOf("mstyle", "beside the program"); }
   MModule module;
   module.Initialize();
   fs::remove(library);

@@ -4,20 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/streams/memory_stream.h"
-#include "foundation/resources/resource_small_writer.h"
 #include "support/resource_test_support.h"
 
 namespace kx {
 namespace {
-
-std::string ProgramLibrary(const char* text) {
-  MSmallLibraryWriter writer(MString("solution"));
-  writer.Add(MString("mstyle"), text, static_cast<int64_t>(std::strlen(text)), false);
-  MMemoryStream bytes;
-  writer.Write(bytes, false);
-  return std::string(bytes.View());
-}
 
 class CompiledInTest : public FileTestBase {
  protected:
@@ -29,9 +19,9 @@ class CompiledInTest : public FileTestBase {
 };
 
 TEST_F(CompiledInTest, ALinkedBlockWinsOverTheFileBesideTheProgram) {
-  WriteFile("bin/kestrix.mrf", ProgramLibrary("from the file"));
+  WriteFile("bin/kestrix.mrf", SmallLibraryOf("mstyle", "from the file"));
   MString program = Path("bin/kestrix");
-  std::string block = ProgramLibrary("compiled in");
+  std::string block = SmallLibraryOf("mstyle", "compiled in");
 
   MResourceLibrary library;
   EXPECT_FALSE(AttachCompiledInResources(library));

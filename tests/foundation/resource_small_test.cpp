@@ -7,6 +7,7 @@
 #include "foundation/streams/file_stream.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/resources/resource_small_writer.h"
+#include "stream_test_support.h"
 #include "support/resource_test_support.h"
 
 namespace kx {
@@ -45,8 +46,7 @@ TEST_P(SmallLibraryTest, LookupsIgnoreCaseAndStartFromTheBeginning) {
   std::string bytes = StyleLibrary(compressDefinition);
   MConstMemoryStream constant(bytes.data(), static_cast<int64_t>(bytes.size()));
   MMemoryStream memory;
-  memory.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
-  memory.Seek(0, kSeekBegin);
+  FillStream(memory, bytes);
   WriteFile("style.mstyle", bytes);
   MFileStream file(Path("style.mstyle"), MFileStream::kModeRead);
 
@@ -111,6 +111,7 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
   } cases[] = {
       {"empty", "", shortRead},
       {"negative definition", Header(-1, 0), shortRead},
+      {"empty definition", Header(0, 0), "The XML does not contain any elements."},
       {"data missing", good.substr(0, good.size() - 1), shortRead},
       {"sizes no stream holds", Header(kHalf, kHalf) + "abc", shortRead},
       // A claim no library makes is refused before a byte is read by it.
@@ -124,8 +125,7 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
     for (bool constant : {true, false}) {
       MConstMemoryStream inPlace(c.bytes.data(), static_cast<int64_t>(c.bytes.size()));
       MMemoryStream copied;
-      copied.Write(c.bytes.data(), static_cast<int64_t>(c.bytes.size()));
-      copied.Seek(0, kSeekBegin);
+      FillStream(copied, c.bytes);
       MResourceLibrary library;
       EXPECT_EQ(MessageOf([&] { library.AttachSmall(constant ? static_cast<MStream&>(inPlace) : copied); }),
                 c.message)

@@ -4,59 +4,23 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
+#include "stream_test_support.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
 
-// Offers only Read (and a position), from a string: everything else is the base's.
-// A read gives at most `piece` bytes, as a socket or a pipe may.
-class ReadOnlySource : public MStream {
- public:
-  explicit ReadOnlySource(std::string data, int64_t piece = INT64_MAX)
-      : data_(std::move(data)), piece_(piece) {}
-  int64_t Read(void* target, int64_t size) override {
-    int64_t n = std::min({size, piece_, static_cast<int64_t>(data_.size()) - position_});
-    if (n <= 0) return 0;
-    std::memcpy(target, data_.data() + position_, static_cast<size_t>(n));
-    position_ += n;
-    return n;
-  }
-  int64_t GetPosition() override { return position_; }
-  int64_t GetSize() override { return static_cast<int64_t>(data_.size()); }
-
- private:
-  std::string data_;
-  int64_t piece_;
-  int64_t position_ = 0;
-};
-
-// Offers only Write, recording every call separately.
-class WriteRecorder : public MStream {
- public:
-  void Write(const void* data, int64_t size) override {
-    writes.emplace_back(static_cast<const char*>(data), static_cast<size_t>(size));
-  }
-  std::vector<std::string> writes;
-};
-
 // The expected failure, message and code both.
 void ExpectFailure(const std::function<void()>& body, const char* message, uint32_t code) {
-  try {
-    body();
-    ADD_FAILURE() << "no exception, expected: " << message;
-  } catch (const MException& e) {
-    EXPECT_EQ(ToStd(e.message), message);
-    EXPECT_EQ(e.code, code) << message;
-  }
+  MException e = Failure(body);
+  EXPECT_EQ(ToStd(e.message), message);
+  EXPECT_EQ(e.code, code) << message;
 }
 
 TEST(StreamBase, ServicesNotOfferedThrowCodeOneWithTheirName) {
@@ -80,11 +44,9 @@ TEST(StreamBase, ServicesNotOfferedThrowCodeOneWithTheirName) {
 }
 
 TEST(StreamBase, WriteFillWritesZeros) {
-  WriteRecorder recorder;
+  PieceStream recorder;
   recorder.WriteFill(3000);
-  std::string text;
-  for (const auto& w : recorder.writes) text += w;
-  EXPECT_EQ(text, std::string(3000, '\0'));
+  EXPECT_EQ(recorder.Written(), std::string(3000, '\0'));
 }
 
 struct LineCase {
@@ -99,10 +61,9 @@ class ReadLineTest : public ::testing::TestWithParam<LineCase> {};
 // The byte-wise base form and the quick form of the memory streams must agree.
 TEST_P(ReadLineTest, BaseAndMemoryFormsGiveTheSameLines) {
   const LineCase& c = GetParam();
-  ReadOnlySource base(c.input);
+  PieceStream base(c.input);
   MMemoryStream memory;
-  memory.Write(c.input.data(), static_cast<int64_t>(c.input.size()));
-  memory.Seek(0, kSeekBegin);
+  FillStream(memory, c.input);
   MConstMemoryStream constant(c.input.data(), static_cast<int64_t>(c.input.size()));
   for (MStream* stream : std::initializer_list<MStream*>{&base, &memory, &constant}) {
     std::vector<std::pair<int, std::string>> got;
@@ -129,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(StreamBase, SeekGoesForwardByReadingAndRefusesBackward) {
-  ReadOnlySource source("0123456789");
+  PieceStream source("0123456789");
   EXPECT_EQ(source.Seek(3, kSeekBegin), 3);
   EXPECT_EQ(source.Seek(2, kSeekCurrent), 5);
   EXPECT_EQ(source.Seek(-2, kSeekEnd), 8);
@@ -140,7 +101,7 @@ TEST(StreamBase, SeekGoesForwardByReadingAndRefusesBackward) {
 }
 
 TEST(StreamBase, LinesAreOneWriteInUtf8OrRawExternalBytes) {
-  WriteRecorder recorder;
+  PieceStream recorder;
   recorder.WriteLine(MString("abc"), false);
   recorder.WriteLine(MString(u"\u00e9\u20ac"), true);
   recorder.WriteString(MString("\xe9"));  // an external 8-bit string goes out as it is
@@ -152,7 +113,7 @@ TEST(StreamBase, LinesAreOneWriteInUtf8OrRawExternalBytes) {
 
 TEST(StreamBase, LineHelpers) {
   std::string longLine(3000, 'q');
-  ReadOnlySource source("first\r\n" + longLine + "\n\xc3\xa9t\xc3\xa9\nlast");
+  PieceStream source("first\r\n" + longLine + "\n\xc3\xa9t\xc3\xa9\nlast");
   MString line;
   source.ReadLineString(line);
   EXPECT_EQ(ToStd(line), "first");
@@ -167,7 +128,7 @@ TEST(StreamBase, LineHelpers) {
 }
 
 TEST(StreamBase, ReadExactFailsOnAShortRead) {
-  ReadOnlySource source("abc");
+  PieceStream source("abc");
   char buffer[4];
   source.ReadExact(buffer, 2);
   ExpectFailure([&] { source.ReadExact(buffer, 2); }, "Could not read the required data from stream.",
@@ -177,26 +138,25 @@ TEST(StreamBase, ReadExactFailsOnAShortRead) {
 TEST(StreamBase, HexRoundTripInUpperCaseAcrossBlocks) {
   std::string bytes;
   for (int i = 0; i < 300; ++i) bytes += static_cast<char>(i * 7);
-  WriteRecorder recorder;
+  PieceStream recorder;
   recorder.WriteHex(bytes.data(), static_cast<int64_t>(bytes.size()));
-  std::string text;
-  for (const auto& w : recorder.writes) text += w;
+  std::string text = recorder.Written();
   EXPECT_EQ(text.substr(0, 8), "00070E15");
   EXPECT_EQ(text.find_first_of("abcdef"), std::string::npos);
-  ReadOnlySource source(text);
+  PieceStream source(text);
   std::string back(300, '\0');
   EXPECT_EQ(source.ReadHex(back.data(), 400), 300);  // the text ends first
   EXPECT_EQ(back, bytes);
   // Reads that end between the two digits of a byte lose nothing.
-  ReadOnlySource oddPieces(text, 3);
+  PieceStream oddPieces(text, 3);
   std::string again(300, '\0');
   EXPECT_EQ(oddPieces.ReadHex(again.data(), 300), 300);
   EXPECT_EQ(again, bytes);
-  ReadOnlySource lower("ff");
+  PieceStream lower("ff");
   unsigned char one[1];
   EXPECT_EQ(lower.ReadHex(one, 1), 1);
   EXPECT_EQ(one[0], 0xff);
-  ReadOnlySource bad("0g");
+  PieceStream bad("0g");
   ExpectFailure([&] { bad.ReadHex(one, 1); }, "Invalid character to be converted to a number.", 0);
 }
 

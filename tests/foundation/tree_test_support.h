@@ -9,17 +9,12 @@
 #include "foundation/streams/memory_stream.h"
 #include "foundation/containers/variant.h"
 #include "foundation/xml/xml_item.h"
+#include "stream_test_support.h"
 
 namespace kx {
 
 inline std::string BytesOf(const MMemoryStream& stream) {
   return std::string(stream.View());
-}
-
-// A memory stream holding `bytes`, at position 0.
-inline void FillStream(MMemoryStream& stream, const std::string& bytes) {
-  stream.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
-  stream.Seek(0, kSeekBegin);
 }
 
 inline bool IsInteger(const MVariant& value) {

@@ -1,7 +1,6 @@
 #include "foundation/xml/xml_item.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstring>
 #include <string>
@@ -9,19 +8,12 @@
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_iterator.h"
+#include "support/file_test_support.h"
+#include "stream_test_support.h"
 #include "xml_test_support.h"
 
 namespace kx {
 namespace {
-
-std::string MessageOf(auto&& action) {
-  try {
-    action();
-  } catch (const MException& failure) {
-    return ToStd(failure.message);
-  }
-  return "no failure";
-}
 
 TEST(MXMLItemTest, LookupsIgnoreCaseForAttributesAndSubItems) {
   struct Case {
@@ -85,11 +77,17 @@ TEST(MXMLItemTest, RemoveAndDetachKeepTheListConsistent) {
   MXMLItem* b = &item.AddSubItem("b");
   MXMLItem* c = &item.AddSubItem("c");
   b->AddSubItem("inner").SetAttribute("x", "1");
+  ASSERT_TRUE(item.HasSubItem("b"));
   MXMLItem* detached = item.DetachSubItem(b);
   EXPECT_EQ(Picture(item), "r[a;c]");
+  // The lookup cache forgets the item that left, and only that one.
+  EXPECT_EQ(MessageOf([&] { item.GetCachedSubItem(); }),
+            "There is no subitem in the cache. Previous call to HasSubItem probably did not succeed.");
   item.AdoptSubItem(detached);
   EXPECT_EQ(Picture(item), "r[a;c;b[inner{x=1}]]");
+  ASSERT_TRUE(item.HasSubItem("c"));
   item.RemoveSubItem(a);
+  EXPECT_EQ(&item.GetCachedSubItem(), c);
   item.RemoveSubItem(detached);
   EXPECT_EQ(Picture(item), "r[c]");
   EXPECT_TRUE(item.firstSubItem == c && item.lastSubItem == c);
@@ -171,12 +169,7 @@ TEST(MXMLItemTest, SetValueBufferCompressesOnRequest) {
   // Kept as a zlib stream: decompress=false hands out those very bytes.
   std::string raw(static_cast<size_t>(buffer->size), '\0');
   EXPECT_EQ(item.GetValueBuffer(raw.data(), buffer->size, false, MXMLItem::kBufferExact), buffer->size);
-  std::string inflated(data.size(), '\0');
-  uLongf size = inflated.size();
-  ASSERT_EQ(uncompress(reinterpret_cast<Bytef*>(inflated.data()), &size,
-                       reinterpret_cast<const Bytef*>(raw.data()), static_cast<uLong>(raw.size())),
-            Z_OK);
-  EXPECT_EQ(inflated, data);
+  EXPECT_EQ(ZlibInflate(raw, data.size()), data);
   // To a stream, rewound for the reader.
   MMemoryStream stream;
   item.WriteValueToStream(stream, true);

@@ -4,47 +4,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <set>
 #include <thread>
-#include <vector>
 
 #include "foundation/xml/xml_item.h"
 
 namespace kx {
 namespace {
-
-TEST(MNodePoolTest, FreedNodesAreHandedOutAgain) {
-  MNodePool pool(40, 4);
-  std::vector<void*> nodes;
-  for (int i = 0; i < 10; ++i) nodes.push_back(pool.Allocate());
-  const int64_t total = pool.TotalNodes();
-  std::set<void*> freed(nodes.begin() + 3, nodes.begin() + 7);
-  for (void* node : freed) pool.Free(node);
-  for (int i = 0; i < 4; ++i) EXPECT_TRUE(freed.count(pool.Allocate()));
-  EXPECT_EQ(pool.TotalNodes(), total);
-  EXPECT_EQ(pool.LiveNodes(), 10);
-}
-
-TEST(MNodePoolTest, TreesReturnTheirNodesToThePools) {
-  auto buildAndFree = [] {
-    MXMLItem root("r");
-    for (int i = 0; i < 2000; ++i) {
-      MXMLItem& item = root.AddSubItem("package");
-      item.SetAttribute("name", "x");
-      item.SetAttribute("version", int32_t{i});
-      item.AddSubItem("data").SetValueBuffer("abc", 3, false);
-    }
-  };
-  buildAndFree();
-  int64_t itemTotal = XMLItemPool().TotalNodes();
-  int64_t attributeTotal = XMLAttributePool().TotalNodes();
-  int64_t bufferTotal = BufferRecordPool().TotalNodes();
-  buildAndFree();
-  // The second tree lived entirely on the nodes the first gave back.
-  EXPECT_EQ(XMLItemPool().TotalNodes(), itemTotal);
-  EXPECT_EQ(XMLAttributePool().TotalNodes(), attributeTotal);
-  EXPECT_EQ(BufferRecordPool().TotalNodes(), bufferTotal);
-}
 
 // Nodes a thread freed, or holds in its cache, go back to the shared pool when
 // the thread ends: neither lost to the count nor kept from other threads.

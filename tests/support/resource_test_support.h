@@ -12,6 +12,8 @@
 #include "support/failure_capture.h"
 #include "support/file_test_support.h"
 #include "foundation/resources/resource_library.h"
+#include "foundation/resources/resource_small_writer.h"
+#include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 
 namespace kx {
@@ -27,6 +29,15 @@ inline std::string TextBytes(size_t size, unsigned seed) {
   }
   data.resize(size);
   return data;
+}
+
+// A small library named "solution" holding `text` as the resource `id`.
+inline std::string SmallLibraryOf(const char* id, const std::string& text) {
+  MSmallLibraryWriter writer(MString("solution"));
+  writer.Add(MString(id), text.data(), static_cast<int64_t>(text.size()), false);
+  MMemoryStream bytes;
+  writer.Write(bytes, false);
+  return std::string(bytes.View());
 }
 
 // Everything the stream gives from its position on.
