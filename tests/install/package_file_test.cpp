@@ -187,28 +187,18 @@ TEST_F(PackageFileTest, TrailerAndDefinitionChecks) {
   }
 }
 
-TEST_F(PackageFileTest, ContentNeedsItsPlaceAndMayBeEmpty) {
+// An item without content (a `delete`) has no place in the contents to open.
+TEST_F(PackageFileTest, ContentNeedsItsPlace) {
   MMemoryStream bytes;
-  {
-    MXMLItem tree(MString("package"));
-    MXMLItem& empty = tree.AddSubItem(MString("file"));
-    empty.SetAttribute("name", MVariant("empty.txt"));
-    empty.SetAttribute("srcpath", MVariant(Path("src/bin/empty.dat")));
-    MXMLItem& deleted = tree.AddSubItem(MString("file"));
-    deleted.SetAttribute("name", MVariant("old.txt"));
-    deleted.SetAttribute("op", MVariant("delete"));
-    MPackageFile::Write(tree, bytes, MPackageFile::kDefaultFlags, PackageSourceOpener());
-  }
+  MXMLItem tree(MString("package"));
+  MXMLItem& deleted = tree.AddSubItem(MString("file"));
+  deleted.SetAttribute("name", MVariant("old.txt"));
+  deleted.SetAttribute("op", MVariant("delete"));
+  MPackageFile::Write(tree, bytes, MPackageFile::kDefaultFlags, PackageSourceOpener());
   MPackageFile package;
-  MXMLItem& root = package.Attach(bytes);
-  std::vector<MXMLItem*> items = FileItemsOf(root);
-  ASSERT_EQ(items.size(), 2u);
-  std::unique_ptr<MStream> empty = package.OpenContent(*items[0]);
-  EXPECT_EQ(empty->GetSize(), 0);
-  char unit;
-  EXPECT_EQ(empty->Read(&unit, 1), 0);
-  EXPECT_FALSE(MPackageFile::HasContent(*items[1]));
-  EXPECT_EQ(MessageOf([&] { package.OpenContent(*items[1]); }), "Could not find required attribute (filestart).");
+  MXMLItem& item = *FileItemsOf(package.Attach(bytes)).at(0);
+  EXPECT_FALSE(MPackageFile::HasContent(item));
+  EXPECT_EQ(MessageOf([&] { package.OpenContent(item); }), "Could not find required attribute (filestart).");
 }
 
 TEST_F(PackageFileTest, FolderSourceTreeItems) {
@@ -239,6 +229,7 @@ TEST_F(PackageFileTest, TreeFileSourcesAreRelativeToTheTreeFile) {
             "<dir name=\"Presets\" op=\"create\">"
             "<file name=\"Lead.presets\" op=\"update\" time=\"2024-01-02 03:04\" srcpath=\"../src/Presets/Lead.presets\"/>"
             "<file name=\"gone.txt\" op=\"delete\"/>"
+            "<file name=\"deep.txt\" op=\"update\" path=\"../src/a/b/c/d/deep.txt\"/>"
             "</dir></package>");
   MXMLItem tree;
   LoadSourceTree(tree, Path("defs/tree.xml"));
@@ -248,8 +239,10 @@ TEST_F(PackageFileTest, TreeFileSourcesAreRelativeToTheTreeFile) {
   MPackageFile package;
   MXMLItem& root = package.Attach(bytes);
   EXPECT_EQ(ToStd(root.GetAttribute("mergepresets").AsString()), "0");
-  ASSERT_EQ(ExtractPackage(package, Path("out")), 1);
+  ASSERT_EQ(ExtractPackage(package, Path("out")), 2);
   EXPECT_EQ(ReadFileBytes(Native("out/Presets/Lead.presets")), sources["Presets/Lead.presets"]);
+  // `path` names a source as `srcpath` does.
+  EXPECT_EQ(ReadFileBytes(Native("out/Presets/deep.txt")), sources["a/b/c/d/deep.txt"]);
   MDateTime stamped;
   MFile::GetFileTime(Path("out/Presets/Lead.presets"), nullptr, nullptr, &stamped);
   // The item's time as the install walk reads it: missing seconds are 0.
