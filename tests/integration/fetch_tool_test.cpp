@@ -16,7 +16,6 @@ namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Content;
 using testing::SecurityInfoOf;
 
 const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
@@ -42,12 +41,12 @@ class FetchToolTest : public ::testing::Test {
 
   MTestSandbox sandbox;
   MNginxServer server;
-  const std::string content = Content(2 * testing::kBlock + 4321, 5);
+  const std::string content = RandomBytes(2 * testing::kBlock + 4321, 5);
 };
 
 TEST_F(FetchToolTest, FetchesResumesAndReplaces) {
   const std::string done = "Downloading package a.pkgm ... downloading finished sucessfully.\n";
-  const std::string stale = Content(1000, 6);
+  const std::string stale = RandomBytes(1000, 6);
   struct Case {
     std::string local, localInfo;  // on disk before; empty: nothing
     std::vector<std::string> more;
