@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <thread>
 
 #include "support/failure_capture.h"
 #include "support/nginx_server.h"
@@ -98,6 +99,7 @@ TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
       {"header line without a colon", {"HTTP/1.0 200 OK\nServer: scripted\nContent-Length 5\n\nhello"}, kBadLine,
        nullptr},
       {"header without its end", {"HTTP/1.0 200 OK\nServer: scripted\n"}, kReading, nullptr},
+      {"header with an empty name", {"HTTP/1.0 200 OK\n: nameless\n\n"}, nullptr, nullptr},
       {"redirect without Location", {"HTTP/1.0 302 Found\nServer: scripted\nContent-Length: 0\n\n"},
        "Requested HTTP header not found.", nullptr},
       {"status line over the cap", {"HTTP/1.0 200 " + line + "\n\n"}, "Invalid HTTP reply header.", nullptr},
@@ -254,6 +256,21 @@ TEST(SocketStream, WouldBlockOnWriteCountsAsNothingSent) {
   MException next = Failure([&] { stream.Write("x", 1); });
   EXPECT_EQ(ToStd(next.message), "All data were not sent before target disconnected.");
   EXPECT_EQ(next.code, 512u);
+}
+
+// Interrupt, from another thread, wakes a read that waits for bytes that never
+// come (the listener never accepts); before the read it ends it at once.
+TEST(SocketStream, InterruptEndsAWaitingRead) {
+  MScriptedServer server({});
+  MSocketStream stream;
+  stream.Create();
+  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
+  stream.Connect(server.Port());
+  std::thread other([&] { stream.Interrupt(); });
+  char byte;
+  EXPECT_LE(stream.Read(&byte, 1), 0);
+  other.join();
+  EXPECT_TRUE(stream.IsDisconnected());
 }
 
 // Reading and writing after Close name the socket stream.

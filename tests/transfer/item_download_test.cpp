@@ -209,6 +209,28 @@ TEST_F(ItemDownloadTest, NamesThatLeaveTheFolderStopTheItem) {
   }
 }
 
+// An add-on in the override folder is taken where it lies, with its security info
+// from there too, and no server is asked; one missing there stops the step.
+TEST_F(ItemDownloadTest, AddonInTheOverrideFolderIsTakenInPlace) {
+  const std::string content = RandomBytes(kBlock + 10, 9);
+  const std::filesystem::path folder = sandbox.Root() / "override" / "Addons";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "a.mproduct", std::ios::binary) << content;
+  for (const char* name : {"a.mproduct.md5", "gone.mproduct.md5"})
+    std::ofstream(folder / name, std::ios::binary) << SecurityInfoOf(content);
+  host.endpoints.DownloadOverrideFolder = MString::FromUTF8(folder.parent_path().string());
+  PointAt(FreeLoopbackPort());
+  AddAddon("/download/Addons/a.mproduct");
+  const TransferReport& report = StepOnce();
+  EXPECT_TRUE(report.complete) << Status();
+  EXPECT_EQ(ToStd(report.localPath), (folder / "a.mproduct").string());
+  EXPECT_FALSE(std::filesystem::exists(Local("a.mproduct")));
+  host.addons.Clear();
+  AddAddon("/download/Addons/gone.mproduct");
+  StepOnce();
+  EXPECT_EQ(Status(), "Local file " + (folder / "gone.mproduct").string() + " does not exist!");
+}
+
 TEST(BlockStatusTextTest, SpeedAndRemainingTimeFromThe32ndBlockOn) {
   struct Case {
     bool package;
