@@ -119,6 +119,7 @@ TEST_F(AddonInstallTest, ProductLandsInItsFoldersAndLeavesByItsRecord) {
   MXMLItem record;
   record.LoadFile(Path("records/Pads.xml"));
   EXPECT_EQ(ToStd(record.GetAttributeText("type")), "Padlock");
+  EXPECT_EQ(ToStd(record.GetAttributeText("uninstallflag")), "1");
   EXPECT_EQ(record.GetSubItem("Samples").GetAttributeInt("size", 0), 3 << 20);
   EXPECT_EQ(record.GetSubItem("Samples").GetAttributeInt("count", 0), 1);
 

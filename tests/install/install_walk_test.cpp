@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 
 #include "foundation/files/file_ops.h"
 #include "foundation/core/run_state.h"
@@ -346,6 +347,12 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   AddFile(empty, "b.bin", "bbb");
   MXMLItem& root = Build();
   SaveStateFile(root, Path("state/demo.state"));
+  // Saved again with the same tree, the file is left alone.
+  MDateTime stamp = MDateTime::FromString(MString("2000-01-01 00:00:00")), kept;
+  MFile::SetFileTime(Path("state/demo.state"), nullptr, nullptr, &stamp);
+  SaveStateFile(root, Path("state/demo.state"));
+  MFile::GetFileTime(Path("state/demo.state"), nullptr, nullptr, &kept);
+  EXPECT_EQ(kept, stamp);
   Install(root);
   WriteFile("dest/Data/user-note.txt", "mine");
   EXPECT_EQ(Lines(WithDest(Log())), kInstallLog);
@@ -362,10 +369,18 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   EXPECT_EQ(context.undeletedFiles, 0);
 }
 
-TEST_F(WalkTest, UninstallZeroDoesNoFileWork) {
-  tree.SetAttribute("uninstall", int32_t{0});
+// `uninstall` 0 keeps a folder's files on removal, or the whole package's.
+TEST_F(WalkTest, UninstallZeroKeepsTheFiles) {
+  MXMLItem& kept = AddDir(tree, "Kept");
+  kept.SetAttribute("uninstall", int32_t{0});
+  AddFile(kept, "k.txt", "k");
   AddFile(tree, "a.txt", "x");
   MXMLItem& root = Build();
+  Install(root);
+  Uninstall(root);
+  EXPECT_TRUE(fs::exists(DestNative("Kept/k.txt")));
+  EXPECT_FALSE(fs::exists(DestNative("a.txt")));
+  root.SetAttribute("uninstall", int32_t{0});
   Install(root);
   Uninstall(root);
   EXPECT_TRUE(fs::exists(DestNative("a.txt")));
@@ -478,6 +493,15 @@ TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   EXPECT_EQ(ItemDateTime().Microseconds(),
             ItemDateTime::Parse(MString("1980-01-01 00:00:00")).Microseconds());
   EXPECT_EQ(ItemDateTime::Parse(MString("0001-01-01 00:00:01")).Microseconds(), 1000000);
+  // The calendar's days: January's 31, and February's 29 every fourth year but
+  // not every hundredth, yet every four hundredth.
+  const std::tuple<const char*, const char*, int64_t> days[] = {
+      {"2021-02-01 00:00:00", "2021-01-31 00:00:00", 1}, {"2021-03-01 00:00:00", "2021-02-28 00:00:00", 1},
+      {"2100-03-01 00:00:00", "2100-02-28 00:00:00", 1}, {"2000-03-01 00:00:00", "2000-02-28 00:00:00", 2}};
+  for (const auto& [later, earlier, count] : days)
+    EXPECT_EQ(ItemDateTime::Parse(MString(later)).Microseconds() -
+                  ItemDateTime::Parse(MString(earlier)).Microseconds(),
+              count * 86400000000) << later;
   // Fields are read as far as they go; what is missing or not a number keeps
   // its default. Only a text without a blank is refused.
   const std::pair<const char*, const char*> cases[] = {

@@ -173,17 +173,6 @@ TEST(HTTPRequest, BrokenHeadersAndPortsAreRefused) {
   }
 }
 
-TEST(HTTPReply, ContentLengthZeroWithoutBody) {
-  MScriptedServer server({"HTTP/1.0 200 OK\nContent-Length: 0\n\n"});
-  MHTTPStream stream;
-  stream.Open(Text(server.Url("/empty")));
-  ASSERT_TRUE(stream.Send(5));
-  EXPECT_EQ(stream.GetSize(), 0);
-  char byte;
-  EXPECT_LE(stream.Read(&byte, 1), 0);
-  EXPECT_TRUE(stream.IsDisconnected());
-}
-
 // Header and body arrive in one piece: the header reader takes no body byte, and
 // a connection cut short gives what came and marks the stream disconnected.
 TEST(HTTPReply, BodyCutShortReturnsWhatCame) {
