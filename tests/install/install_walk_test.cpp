@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "foundation/files/file_ops.h"
 #include "foundation/core/run_state.h"
@@ -367,6 +368,31 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   EXPECT_FALSE(fs::exists(DestNative("Gone")));
   EXPECT_EQ(context.doneFiles, 3);
   EXPECT_EQ(context.undeletedFiles, 0);
+}
+
+// Removal shows each file it takes away; with detection, a file of a plug-in no
+// longer named is passed over, and the log says so.
+TEST_F(WalkTest, UninstallShowsItsFilesAndPassesOverDisabledOnes) {
+  struct Shown : ProgressTarget {
+    void Show(const MString& text, float) override { texts.push_back(ToStd(text)); }
+    std::vector<std::string> texts;
+  } shown;
+  tree.SetAttribute("detectitems", int32_t{1});
+  AddFile(tree, "Abc.so", "a");
+  AddFile(tree, "Xyz.so", "x");
+  MXMLItem& root = Build();
+  context.EnabledItems.Add(MString("Abc"));
+  context.EnabledItems.Add(MString("Xyz"));
+  Install(root);
+  Log();
+  context.EnabledItems.Clear();
+  context.EnabledItems.Add(MString("Abc"));
+  InstallPackageTree(context, root, {.mode = WalkMode::kUninstall, .presetContext = &presets,
+                                     .progress = &shown, .allowAllPossible = true});
+  EXPECT_FALSE(fs::exists(DestNative("Abc.so")));
+  EXPECT_TRUE(fs::exists(DestNative("Xyz.so")));
+  EXPECT_EQ(shown.texts, std::vector<std::string>{"Uninstalling " + ToStd(Dest()) + "/Abc.so"});
+  EXPECT_TRUE(Contains(WithDest(Log()), "    Trying to delete {dest}/Xyz.so\r\n    Omitting because disabled\r\n"));
 }
 
 // `uninstall` 0 keeps a folder's files on removal, or the whole package's.
