@@ -251,12 +251,16 @@ TEST_F(WalkTest, CopyDestinationsGetTheTreeWithSwappedExtensions) {
   skipped.SetAttribute("enabled", int32_t{1});
   skipped.SetAttribute("windows", int32_t{0});
   skipped.SetAttribute("currentpath", Path("never"));
+  skipped.SetAttribute("name", "Never");
+  tree.AddSubItem("copy").SetAttribute("name", "Off");
   Install(Build());
   EXPECT_EQ(ReadFileBytes(Native("copy/a.vst")), "bin");
   EXPECT_EQ(ReadFileBytes(DestNative("a.dll")), "bin");
   // The `windows` 0 copy counts in the totals but is not carried out.
   EXPECT_EQ(context.totalFiles, 3);
   EXPECT_EQ(context.doneFiles, 2);
+  EXPECT_TRUE(Contains(Log(), "Checking copy Never, path \r\n  copy enabled\r\nChecking copy Off, path \r\n"
+                              "Current total size 9 (9 B), files 3\r\n"));
 }
 
 // The walk's log word for word, both ways: the log is how a failed installation
