@@ -72,6 +72,16 @@ INSTANTIATE_TEST_SUITE_P(
         InstalledCase{"item time without seconds", "2021-03-04 05:06", "HELLO", "2021-03-04 05:06:00",
                       false, "has identical timestamp (2021-03-04 05:06:00). Ignoring.\r\n"}));
 
+// Sizes past a thousand terabytes are still written in TB.
+TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
+  tree.SetAttribute("detectitems", int32_t{1});  // nothing is enabled: no content is read
+  AddFile(tree, "Huge.so", "x");
+  MXMLItem& root = Build();
+  root.FindSubItem("file")->SetAttribute("filesize", int64_t{1} << 50);
+  Install(root);
+  EXPECT_TRUE(Contains(Log(), "Checking file item demo done, size 1125899906842624 (1024.00 TB), files 1\r\n"));
+}
+
 // `ignoresubdirs` is turned off only by a destination that is itself a bundle
 // ("X.vst3"): a dot elsewhere in the path (".vst", "john.doe") does not count.
 struct IgnoreCase {
@@ -523,14 +533,19 @@ TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   EXPECT_EQ(ItemDateTime().Microseconds(),
             ItemDateTime::Parse(MString("1980-01-01 00:00:00")).Microseconds());
   EXPECT_EQ(ItemDateTime::Parse(MString("0001-01-01 00:00:01")).Microseconds(), 1000000);
-  // The calendar's days: January's 31, and February's 29 every fourth year but
-  // not every hundredth, yet every four hundredth.
-  const std::tuple<const char*, const char*, int64_t> days[] = {
-      {"2021-02-01 00:00:00", "2021-01-31 00:00:00", 1}, {"2021-03-01 00:00:00", "2021-02-28 00:00:00", 1},
-      {"2100-03-01 00:00:00", "2100-02-28 00:00:00", 1}, {"2000-03-01 00:00:00", "2000-02-28 00:00:00", 2}};
+  // The calendar's days: each month's last day lies one day before the next
+  // month's first; February has 29 every fourth year but not every hundredth,
+  // yet every four hundredth.
+  std::vector<std::tuple<std::string, std::string, int64_t>> days = {
+      {"2100-03-01", "2100-02-28", 1}, {"2000-03-01", "2000-02-28", 2}, {"2022-01-01", "2021-12-31", 1}};
+  const char* const lastDays[] = {"01-31", "02-28", "03-31", "04-30", "05-31", "06-30",
+                                  "07-31", "08-31", "09-30", "10-31", "11-30"};
+  for (int month = 2; month <= 12; ++month)
+    days.emplace_back((month < 10 ? "2021-0" : "2021-") + std::to_string(month) + "-01",
+                      std::string("2021-") + lastDays[month - 2], 1);
   for (const auto& [later, earlier, count] : days)
-    EXPECT_EQ(ItemDateTime::Parse(MString(later)).Microseconds() -
-                  ItemDateTime::Parse(MString(earlier)).Microseconds(),
+    EXPECT_EQ(ItemDateTime::Parse(MString::FromUTF8(later + " 00:00:00")).Microseconds() -
+                  ItemDateTime::Parse(MString::FromUTF8(earlier + " 00:00:00")).Microseconds(),
               count * 86400000000) << later;
   // Fields are read as far as they go; what is missing or not a number keeps
   // its default. Only a text without a blank is refused.
