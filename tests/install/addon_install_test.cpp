@@ -13,14 +13,11 @@
 
 #include "catalogue/addon.h"
 #include "foundation/files/data_paths.h"
-#include "foundation/streams/file_stream.h"
-#include "foundation/streams/memory_stream.h"
 #include "foundation/streams/security_info.h"
 #include "foundation/threads/lock.h"
 #include "foundation/xml/xml_item.h"
 #include "install/addon_install.h"
-#include "install/package_file.h"
-#include "support/file_test_support.h"
+#include "install/walk_fixture.h"
 
 namespace kx {
 namespace {
@@ -60,19 +57,8 @@ class AddonInstallTest : public FileTestBase, public AddonHost {
   }
   // Writes the library under `name` and answers its path.
   MString Build(const std::string& name) {
-    const MString path = Path(name);
-    MFileStream output(path, MFileStream::kModeCreate);
-    MPackageFile::Write(tree, output, MPackageFile::kDefaultFlags,
-                        [this](MXMLItem& item) -> std::unique_ptr<MStream> {
-                          auto found = contents.find(&item);
-                          if (found == contents.end()) return nullptr;
-                          auto stream = std::make_unique<MMemoryStream>();
-                          stream->Write(found->second.data(), int64_t(found->second.size()));
-                          stream->Seek(0, kSeekBegin);
-                          return stream;
-                        });
-    output.Close();
-    return path;
+    WritePackage(tree, Path(name), contents);
+    return Path(name);
   }
   Addon& AddAddon(const char* xml) {
     MMemoryStream bytes;
@@ -133,6 +119,7 @@ TEST_F(AddonInstallTest, ProductLandsInItsFoldersAndLeavesByItsRecord) {
   MXMLItem record;
   record.LoadFile(Path("records/Pads.xml"));
   EXPECT_EQ(ToStd(record.GetAttributeText("type")), "Padlock");
+  EXPECT_EQ(ToStd(record.GetAttributeText("uninstallflag")), "1");
   EXPECT_EQ(record.GetSubItem("Samples").GetAttributeInt("size", 0), 3 << 20);
   EXPECT_EQ(record.GetSubItem("Samples").GetAttributeInt("count", 0), 1);
 

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "foundation/files/file_ops.h"
 #include "foundation/core/run_state.h"
@@ -24,14 +26,15 @@ bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-// What the second install finds on disk, and whether it puts the package's
-// bytes back.
+// What the second install finds on disk, whether it puts the package's bytes
+// back, and the line of the time test that says why.
 struct InstalledCase {
   const char* label;
   const char* itemTime;
   std::string diskContent;
   const char* diskTime;
   bool rewritten;
+  const char* logged;
 };
 
 class InstalledFileTest : public WalkTest, public ::testing::WithParamInterface<InstalledCase> {};
@@ -39,8 +42,10 @@ class InstalledFileTest : public WalkTest, public ::testing::WithParamInterface<
 TEST_P(InstalledFileTest, DecidesByTimeAndSize) {
   const InstalledCase& c = GetParam();
   AddFile(tree, "a.bin", "hello", c.itemTime);
+  AddFile(tree, "keep.txt", "x", c.itemTime, "leave");
   MXMLItem& root = Build();
   Install(root);
+  Log();
   Tamper("a.bin", c.diskContent, c.diskTime);
   Install(root);
   EXPECT_EQ(ReadFileBytes(DestNative("a.bin")), c.rewritten ? "hello" : c.diskContent) << c.label;
@@ -48,51 +53,33 @@ TEST_P(InstalledFileTest, DecidesByTimeAndSize) {
   EXPECT_EQ(context.doneFiles, 1);
   EXPECT_EQ(context.totalFiles, 1);
   EXPECT_EQ(context.doneBytes, 5);
+  EXPECT_TRUE(Contains(WithDest(Log()), c.logged)) << c.label;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, InstalledFileTest,
-    ::testing::Values(InstalledCase{"same time and size", "2021-03-04 05:06:07", "HELLO",
-                                    "2021-03-04 05:06:07", false},
-                      InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi",
-                                    "2021-03-04 05:06:07", true},
-                      InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO",
-                                    "2021-03-04 05:06:08", true},
-                      InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO",
-                                    "2021-03-04 05:06:07", true},
-                      // The missing seconds read as 0, as the time's reader takes them.
-                      InstalledCase{"item time without seconds", "2021-03-04 05:06", "HELLO",
-                                    "2021-03-04 05:06:00", false}));
+    ::testing::Values(
+        InstalledCase{"same time and size", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:07", false,
+                      "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"},
+        InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi", "2021-03-04 05:06:07", true,
+                      "        Note: file size is not matching, installed 5, current 2. "
+                      "Proceeding with installation.\r\n"},
+        InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:08", true,
+                      "    File exists=1 rewritable=1 mergepresets=0\r\n"},
+        InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO", "2021-03-04 05:06:07",
+                      true, "    File exists=1 rewritable=1 mergepresets=0\r\n"},
+        // The missing seconds read as 0, as the time's reader takes them.
+        InstalledCase{"item time without seconds", "2021-03-04 05:06", "HELLO", "2021-03-04 05:06:00",
+                      false, "has identical timestamp (2021-03-04 05:06:00). Ignoring.\r\n"}));
 
-TEST_F(WalkTest, LogsTheCountingPassAndTheTimeTestWordForWord) {
-  AddFile(tree, "a.bin", "hello");
-  AddFile(tree, "keep.txt", "x", "2021-03-04 05:06:07", "leave");
+// Sizes past a thousand terabytes are still written in TB.
+TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
+  tree.SetAttribute("detectitems", int32_t{1});  // nothing is enabled: no content is read
+  AddFile(tree, "Huge.so", "x");
   MXMLItem& root = Build();
+  root.FindSubItem("file")->SetAttribute("filesize", int64_t{1} << 50);
   Install(root);
-  Tamper("a.bin", "abc", "2021-03-04 05:06:07");
-  Install(root);
-  std::string log = Log();
-  std::string dest = ToStd(Dest());
-  EXPECT_TRUE(Contains(log, "  file a.bin op update\r\n  size 5\r\n"));
-  EXPECT_TRUE(Contains(log, "Checking file item demo done, size 5 (5 B), files 1\r\n"));
-  EXPECT_TRUE(Contains(log, "INITIATING INSTALL TO " + dest + "\r\n"));
-  EXPECT_TRUE(Contains(log, "  Currently done 0 of 5 (0 B of 5 B), 0%\r\n  Files done 0 of 1\r\n"));
-  EXPECT_TRUE(Contains(
-      log,
-      "    File " + dest + "/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"));
-  EXPECT_TRUE(Contains(log,
-                       "        Note: file size is not matching, installed 5, current 3. "
-                       "Proceeding with installation.\r\n"));
-  EXPECT_FALSE(fs::exists(DestNative("keep.txt")));  // `leave` writes nothing
-}
-
-TEST_F(WalkTest, EmptyTreeCountsAgainstOne) {
-  MXMLItem& root = Build();
-  Install(root);
-  EXPECT_EQ(context.totalFiles, 0);
-  EXPECT_EQ(context.totalBytes, 0);
-  EXPECT_TRUE(Contains(Log(), "  Currently done 0 of 0 (0 B of 0 B), 0%\r\n"));
-  EXPECT_TRUE(fs::is_directory(DestNative("")));
+  EXPECT_TRUE(Contains(Log(), "Checking file item demo done, size 1125899906842624 (1024.00 TB), files 1\r\n"));
 }
 
 // `ignoresubdirs` is turned off only by a destination that is itself a bundle
@@ -274,12 +261,16 @@ TEST_F(WalkTest, CopyDestinationsGetTheTreeWithSwappedExtensions) {
   skipped.SetAttribute("enabled", int32_t{1});
   skipped.SetAttribute("windows", int32_t{0});
   skipped.SetAttribute("currentpath", Path("never"));
+  skipped.SetAttribute("name", "Never");
+  tree.AddSubItem("copy").SetAttribute("name", "Off");
   Install(Build());
   EXPECT_EQ(ReadFileBytes(Native("copy/a.vst")), "bin");
   EXPECT_EQ(ReadFileBytes(DestNative("a.dll")), "bin");
   // The `windows` 0 copy counts in the totals but is not carried out.
   EXPECT_EQ(context.totalFiles, 3);
   EXPECT_EQ(context.doneFiles, 2);
+  EXPECT_TRUE(Contains(Log(), "Checking copy Never, path \r\n  copy enabled\r\nChecking copy Off, path \r\n"
+                              "Current total size 9 (9 B), files 3\r\n"));
 }
 
 // The walk's log word for word, both ways: the log is how a failed installation
@@ -371,6 +362,12 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   AddFile(empty, "b.bin", "bbb");
   MXMLItem& root = Build();
   SaveStateFile(root, Path("state/demo.state"));
+  // Saved again with the same tree, the file is left alone.
+  MDateTime stamp = MDateTime::FromString(MString("2000-01-01 00:00:00")), kept;
+  MFile::SetFileTime(Path("state/demo.state"), nullptr, nullptr, &stamp);
+  SaveStateFile(root, Path("state/demo.state"));
+  MFile::GetFileTime(Path("state/demo.state"), nullptr, nullptr, &kept);
+  EXPECT_EQ(kept, stamp);
   Install(root);
   WriteFile("dest/Data/user-note.txt", "mine");
   EXPECT_EQ(Lines(WithDest(Log())), kInstallLog);
@@ -387,10 +384,43 @@ TEST_F(WalkTest, UninstallFromStateKeepsPresetsAndUserFolders) {
   EXPECT_EQ(context.undeletedFiles, 0);
 }
 
-TEST_F(WalkTest, UninstallZeroDoesNoFileWork) {
-  tree.SetAttribute("uninstall", int32_t{0});
+// Removal shows each file it takes away; with detection, a file of a plug-in no
+// longer named is passed over, and the log says so.
+TEST_F(WalkTest, UninstallShowsItsFilesAndPassesOverDisabledOnes) {
+  struct Shown : ProgressTarget {
+    void Show(const MString& text, float) override { texts.push_back(ToStd(text)); }
+    std::vector<std::string> texts;
+  } shown;
+  tree.SetAttribute("detectitems", int32_t{1});
+  AddFile(tree, "Abc.so", "a");
+  AddFile(tree, "Xyz.so", "x");
+  MXMLItem& root = Build();
+  context.EnabledItems.Add(MString("Abc"));
+  context.EnabledItems.Add(MString("Xyz"));
+  Install(root);
+  Log();
+  context.EnabledItems.Clear();
+  context.EnabledItems.Add(MString("Abc"));
+  InstallPackageTree(context, root, {.mode = WalkMode::kUninstall, .presetContext = &presets,
+                                     .progress = &shown, .allowAllPossible = true});
+  EXPECT_FALSE(fs::exists(DestNative("Abc.so")));
+  EXPECT_TRUE(fs::exists(DestNative("Xyz.so")));
+  EXPECT_EQ(shown.texts, std::vector<std::string>{"Uninstalling " + ToStd(Dest()) + "/Abc.so"});
+  EXPECT_TRUE(Contains(WithDest(Log()), "    Trying to delete {dest}/Xyz.so\r\n    Omitting because disabled\r\n"));
+}
+
+// `uninstall` 0 keeps a folder's files on removal, or the whole package's.
+TEST_F(WalkTest, UninstallZeroKeepsTheFiles) {
+  MXMLItem& kept = AddDir(tree, "Kept");
+  kept.SetAttribute("uninstall", int32_t{0});
+  AddFile(kept, "k.txt", "k");
   AddFile(tree, "a.txt", "x");
   MXMLItem& root = Build();
+  Install(root);
+  Uninstall(root);
+  EXPECT_TRUE(fs::exists(DestNative("Kept/k.txt")));
+  EXPECT_FALSE(fs::exists(DestNative("a.txt")));
+  root.SetAttribute("uninstall", int32_t{0});
   Install(root);
   Uninstall(root);
   EXPECT_TRUE(fs::exists(DestNative("a.txt")));
@@ -503,6 +533,20 @@ TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   EXPECT_EQ(ItemDateTime().Microseconds(),
             ItemDateTime::Parse(MString("1980-01-01 00:00:00")).Microseconds());
   EXPECT_EQ(ItemDateTime::Parse(MString("0001-01-01 00:00:01")).Microseconds(), 1000000);
+  // The calendar's days: each month's last day lies one day before the next
+  // month's first; February has 29 every fourth year but not every hundredth,
+  // yet every four hundredth.
+  std::vector<std::tuple<std::string, std::string, int64_t>> days = {
+      {"2100-03-01", "2100-02-28", 1}, {"2000-03-01", "2000-02-28", 2}, {"2022-01-01", "2021-12-31", 1}};
+  const char* const lastDays[] = {"01-31", "02-28", "03-31", "04-30", "05-31", "06-30",
+                                  "07-31", "08-31", "09-30", "10-31", "11-30"};
+  for (int month = 2; month <= 12; ++month)
+    days.emplace_back((month < 10 ? "2021-0" : "2021-") + std::to_string(month) + "-01",
+                      std::string("2021-") + lastDays[month - 2], 1);
+  for (const auto& [later, earlier, count] : days)
+    EXPECT_EQ(ItemDateTime::Parse(MString::FromUTF8(later + " 00:00:00")).Microseconds() -
+                  ItemDateTime::Parse(MString::FromUTF8(earlier + " 00:00:00")).Microseconds(),
+              count * 86400000000) << later;
   // Fields are read as far as they go; what is missing or not a number keeps
   // its default. Only a text without a blank is refused.
   const std::pair<const char*, const char*> cases[] = {

@@ -24,6 +24,23 @@
 
 namespace kx {
 
+// Writes `tree` as a package file at `path`, each `file` item's content taken
+// from `contents` (an item not there has none).
+inline void WritePackage(MXMLItem& tree, const MString& path,
+                         const std::map<MXMLItem*, std::string>& contents,
+                         uint32_t flags = MPackageFile::kDefaultFlags) {
+  MFileStream output(path, MFileStream::kModeCreate);
+  MPackageFile::Write(tree, output, flags, [&contents](MXMLItem& item) -> std::unique_ptr<MStream> {
+    auto found = contents.find(&item);
+    if (found == contents.end()) return nullptr;
+    auto stream = std::make_unique<MMemoryStream>();
+    stream->Write(found->second.data(), static_cast<int64_t>(found->second.size()));
+    stream->Seek(0, kSeekBegin);
+    return stream;
+  });
+  output.Close();
+}
+
 class WalkTest : public FileTestBase {
  protected:
   void SetUp() override {
@@ -61,19 +78,8 @@ class WalkTest : public FileTestBase {
 
   // Writes the package and opens it; the returned root is what the walk runs over.
   MXMLItem& Build(uint32_t flags = MPackageFile::kDefaultFlags) {
+    WritePackage(tree, Path("demo.pkgm"), contents, flags);
     package = std::make_unique<MPackageFile>();
-    {
-      MFileStream output(Path("demo.pkgm"), MFileStream::kModeCreate);
-      MPackageFile::Write(tree, output, flags, [this](MXMLItem& item) -> std::unique_ptr<MStream> {
-        auto found = contents.find(&item);
-        if (found == contents.end()) return nullptr;
-        auto stream = std::make_unique<MMemoryStream>();
-        stream->Write(found->second.data(), static_cast<int64_t>(found->second.size()));
-        stream->Seek(0, kSeekBegin);
-        return stream;
-      });
-      output.Close();
-    }
     return package->Open(Path("demo.pkgm"));
   }
 

@@ -30,7 +30,6 @@ class DemoRunTest : public ::testing::Test {
     ASSERT_EQ(build.exitCode, 0) << build.output << build.errorOutput;
     setenv("KESTRIX_SERVER", online_.c_str(), 1);
   }
-  void TearDown() override { unsetenv("KESTRIX_SERVER"); }
 
   // The program's run; its exit code.
   int Run(const std::vector<std::string>& arguments) const {

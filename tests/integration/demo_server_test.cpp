@@ -18,7 +18,7 @@
 #include "foundation/files/path_text.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
-#include "tool_process.h"
+#include "demo_run_fixture.h"
 
 namespace kx {
 namespace {
@@ -27,10 +27,8 @@ namespace fs = std::filesystem;
 
 const char* const kPack = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
 
-class DemoServerTest : public ::testing::Test {
- protected:
-  MTestSandbox sandbox;
-};
+// The fixture has built the tree into the served folder.
+using DemoServerTest = testing::DemoRunTest;
 
 MXMLItem& LoadTree(MXMLItem& tree, const fs::path& file, bool mbxOnly) {
   MMemoryStream bytes;
@@ -53,14 +51,8 @@ void ExpectVerified(const fs::path& file, const fs::path& scratch) {
 }
 
 TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
-  const fs::path root = sandbox.Root() / "www";
+  const fs::path root = server_->DocumentRoot();
   const fs::path download = root / "download";
-  testing::ToolResult build = testing::RunTool(
-      "/bin/bash",
-      {KESTRIX_SOURCE_DIR "/scripts/build-demo-server", root.string(), "--tools",
-       KESTRIX_BINARY_DIR "/tools", "--server", "127.0.0.1:8080"},
-      sandbox.Root());
-  ASSERT_EQ(build.exitCode, 0) << build.output << build.errorOutput;
 
   EXPECT_GT(fs::file_size(download / "ConnectionTest.pkgm"), 0u);
   MXMLItem definition, database, addons, selfUpdate;
@@ -96,7 +88,7 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
 
   // The add-ons point at files of the tree, and at the server they were built for.
   LoadTree(addons, download / "PRODUCTSX.xml", false);
-  EXPECT_EQ(ToStd(addons.GetAttribute("server").AsString()), "127.0.0.1:8080");
+  EXPECT_EQ(ToStd(addons.GetAttribute("server").AsString()), online_);
   int addonCount = 0;
   for (MXMLItem* item = addons.firstSubItem; item; item = item->next, ++addonCount)
     ExpectVerified(root / ToStd(item->GetAttribute("url").AsString()).substr(1), sandbox.Root());

@@ -1,7 +1,7 @@
 // kestrix-pack run as a real process on real files: packages built with several
-// flag combinations from a folder and from a tree file and extracted again,
-// the security info and the verification that names a bad block, and the exit
-// codes of failures and misuse.
+// flag combinations from a folder and extracted again (silent_run_test.cpp builds
+// one from a tree file), the security info and the verification that names a bad
+// block, and the exit codes of failures and misuse.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -115,26 +115,6 @@ TEST_F(PackToolTest, ListShowsTheTreeWithRootAttributes) {
   EXPECT_EQ(listing.find("srcpath"), std::string::npos) << listing;
 }
 
-TEST_F(PackToolTest, BuildsFromATreeFile) {
-  MakeSources();
-  WriteFile("defs/package.xml",
-            "<package name=\"Docs\">\n"
-            " <dir name=\"Manual\" op=\"create\">\n"
-            "  <file name=\"manual.txt\" op=\"update\" time=\"2023-06-07 08:09:10.0\""
-            " srcpath=\"../src/Docs/a/b/manual.txt\"/>\n"
-            "  <file name=\"old.txt\" op=\"delete\"/>\n"
-            "  <file name=\"Factory.presets\" op=\"update\" path=\"../src/Presets/Factory.presets\"/>\n"
-            " </dir>\n"
-            "</package>\n");
-  Ok({"build", Arg("defs/package.xml"), Arg("docs.pkgm"), "--flags", "5"});
-  Ok({"extract", Arg("docs.pkgm"), Arg("out")});
-  EXPECT_EQ(ReadFileBytes(File("out/Manual/manual.txt")), Pattern(30000, 2));
-  // `path` names a source as `srcpath` does.
-  EXPECT_EQ(ReadFileBytes(File("out/Manual/Factory.presets")), "<S><preset name=\"Init\"/></S>");
-  EXPECT_FALSE(fs::exists(File("out/Manual/old.txt")));
-  EXPECT_EQ(Ok({"list", Arg("docs.pkgm")}).output.find("src/"), std::string::npos);
-}
-
 TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   MakeSources();
   Ok({"build", Arg("src"), Arg("p.pkgm"), "--flags", "0"});
@@ -181,15 +161,20 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
 
 TEST_F(PackToolTest, FailuresExitWithTheMessage) {
   WriteFile("tiny.pkgm", "0123456789");
-  ToolResult result = Run({"list", Arg("tiny.pkgm")});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.errorOutput, "Could not read the required data from stream.\n");
-  EXPECT_EQ(result.output, "");
-
   WriteFile("bad.xml", "<package><file name=\"x\" op=\"update\" srcpath=\"nowhere.bin\"/></package>");
-  result = Run({"build", Arg("bad.xml"), Arg("bad.pkgm")});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.errorOutput, "Source file \"" + Arg("nowhere.bin") + "\" does not exist.\n");
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
+      {{"list", Arg("tiny.pkgm")}, "Could not read the required data from stream.\n"},
+      {{"build", Arg("bad.xml"), Arg("bad.pkgm")}, "Source file \"" + Arg("nowhere.bin") + "\" does not exist.\n"},
+      {{"uninstall", Arg("missing.state")},
+       "File \"" + Arg("missing.state") +
+           "\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\".\n"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    ToolResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 1) << arguments[0];
+    EXPECT_EQ(result.errorOutput, message);
+    EXPECT_EQ(result.output, "");
+  }
   EXPECT_FALSE(fs::exists(File("bad.pkgm"))) << "no half package is left";
 }
 
@@ -199,7 +184,8 @@ TEST_F(PackToolTest, WrongUsageShowsTheUsage) {
       {"build", "a", "b", "--flags", "32"}, {"build", "a", "b", "--flags", "x"},
       {"build", "a", "b", "--flags"}, {"build", "a", "b", "--attr", "novalue"},
       {"build", "a", "b", "--attr", "=1"}, {"list", "a", "--name", "n"}, {"md5"},
-      {"verify", "a", "b"}, {"extract", "a"}, {"fetch"},
+      {"verify", "a", "b"}, {"extract", "a"}, {"install", "a"},
+      {"install", "a", "--dest", "d", "--on-error", "maybe"}, {"fetch"},
       {"fetch", "/a", "--dest", "d"}, {"fetch", "--server", "h:0", "/a", "--dest", "d"},
       {"fetch", "--server", "h", "a", "--dest", "d"}, {"fetch", "--server", "h", "/a"},
       {"fetch", "--server", "h", "/a", "--dest", "d", "--tries", "0"},

@@ -3,9 +3,7 @@
 // version installed while the first still runs, /run). The packages come from the
 // target kx_packages; a higher version is packed here from the same build.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -16,6 +14,7 @@
 #include <vector>
 
 #include "kestrix_version.h"
+#include "support/scripted_server.h"
 #include "tool_process.h"
 
 namespace kx {
@@ -101,30 +100,6 @@ TEST(SetupTest, UsageAndDamagedFile) {
   EXPECT_FALSE(fs::exists(sandbox.Home() / ".local/bin/kestrix"));
 }
 
-// Takes connections and never answers: the program's connection test waits on it
-// for good, so a program pointed at it keeps running.
-class MuteServer {
- public:
-  MuteServer() {
-    socket_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    bind(socket_, reinterpret_cast<sockaddr*>(&address), size);
-    listen(socket_, 8);
-    getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
-    setenv("KESTRIX_SERVER", ("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str(), 1);
-  }
-  ~MuteServer() {
-    unsetenv("KESTRIX_SERVER");
-    close(socket_);
-  }
-
- private:
-  int socket_ = -1;
-};
-
 // A program started without waiting; killed and reaped at the end of the test.
 class RunningProgram {
  public:
@@ -178,7 +153,10 @@ TEST(SetupTest, InstallsPerUserAndReplacesARunningOlderVersion) {
   std::string exec = Line(ReadFileBytes(sandbox.DataHome() / "applications/kestrix.desktop"), "Exec=");
   EXPECT_EQ(exec, "Exec=\"" + (root / "current/bin/kestrix").string() + "\"");
 
-  MuteServer server;
+  // A listener that never accepts: the program's connection test waits on it for
+  // good, so the program keeps running.
+  MScriptedServer mute({});
+  setenv("KESTRIX_SERVER", ("127.0.0.1:" + std::to_string(mute.Port())).c_str(), 1);
   RunningProgram running(link, "/silent");
   ASSERT_GT(running.Pid(), 0);
   std::string runningLog = WaitForLog(

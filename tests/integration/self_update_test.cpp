@@ -11,6 +11,7 @@
 
 #include "app/main_routine.h"
 #include "kestrix_version.h"
+#include "support/log_capture.h"
 #include "support/nginx_server.h"
 #include "tool_process.h"
 
@@ -34,7 +35,6 @@ class SelfUpdateTest : public ::testing::Test {
     server_->AddFile("download/ConnectionTest.pkgm", "ok");
     setenv("KESTRIX_SERVER", ("127.0.0.1:" + std::to_string(server_->Port())).c_str(), 1);
   }
-  void TearDown() override { unsetenv("KESTRIX_SERVER"); }
 
   // Offers `version` with a setup that writes its arguments into a file of HOME.
   std::string Offer(const std::string& version) {
@@ -60,11 +60,6 @@ class SelfUpdateTest : public ::testing::Test {
     fs::remove(trace);
     return text;
   }
-  static size_t Count(const std::string& text, const std::string& part) {
-    size_t count = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-    return count;
-  }
 
   MTestSandbox sandbox;
   std::unique_ptr<MNginxServer> server_;
@@ -78,7 +73,7 @@ TEST_F(SelfUpdateTest, DifferentVersionIsFetchedOnceAndStarted) {
     EXPECT_EQ(SetupArguments(), "/silent /run\n") << Log();
     const fs::path downloaded = sandbox.Home() / "Downloads" / "Vorlund" / setup;
     EXPECT_TRUE(fs::exists(downloaded));
-    EXPECT_EQ(Count(Log(), "/download/kestrix/" + setup), 1u) << Log();
+    EXPECT_EQ(testing::CountOf(Log(), "/download/kestrix/" + setup), 1) << Log();
     EXPECT_NE(Log().find(std::string("Kestrix currently installed version: ") + kKestrixVersion +
                          " Kestrix newest available version: " + version),
               std::string::npos);
@@ -90,7 +85,7 @@ TEST_F(SelfUpdateTest, DifferentVersionIsFetchedOnceAndStarted) {
     fs::remove(server_->DocumentRoot() / "download" / "kestrix" / setup);
     ASSERT_EQ(Run().exitCode, kExitNormal);
     EXPECT_EQ(SetupArguments(), "/silent /run\n") << Log();
-    EXPECT_EQ(Count(Log(), "/download/kestrix/"), 0u) << Log();
+    EXPECT_EQ(testing::CountOf(Log(), "/download/kestrix/"), 0) << Log();
     EXPECT_NE(Log().find("\nSetup: " + setup + " for self update already exists!"), std::string::npos);
   }
 }

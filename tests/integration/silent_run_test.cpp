@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <filesystem>
 #include <map>
@@ -16,6 +15,7 @@
 
 #include "app/main_routine.h"
 #include "support/faulty_proxy.h"
+#include "support/log_capture.h"
 #include "support/nginx_server.h"
 #include "tool_process.h"
 
@@ -28,11 +28,6 @@ using testing::ToolResult;
 const char* const kBinary = KESTRIX_BINARY_DIR "/src/app/kestrix";
 const char* const kPackTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
 const char* const kTreeTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
-size_t Count(const std::string& text, const std::string& part) {
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-  return count;
-}
 
 const char* const kClosing2 = "\nClosing Kestrix, error code: 2\r\n";
 
@@ -76,7 +71,6 @@ class SilentRunTest : public ::testing::Test {
     BuildServerTree();
     UseServer("127.0.0.1:" + std::to_string(server_->Port()));
   }
-  void TearDown() override { unsetenv("KESTRIX_SERVER"); }
   // The child reads the server from its environment.
   static void UseServer(const std::string& server) { setenv("KESTRIX_SERVER", server.c_str(), 1); }
 
@@ -101,36 +95,36 @@ class SilentRunTest : public ::testing::Test {
     WriteFile(Served("MINSTALLERDATABASE.xml"), database + "</PackageDatabase>\n");
   }
 
+  // Packs `source` (a folder or a tree file) as release `version` of `key` below
+  // /download/<folder>/, with its security info, and publishes it.
+  void Publish(const std::string& key, const std::string& folder, const std::string& version,
+               const fs::path& source, std::vector<std::string> options) {
+    const fs::path served = Served(folder + "/" + key + "_" + version + ".pkgm");
+    fs::create_directories(served.parent_path());
+    options.insert(options.begin(), {"build", source.string(), served.string()});
+    Tool(kPackTool, options);
+    Tool(kPackTool, {"md5", served.string()});
+    releases_[key] = {version, fs::file_size(served)};
+    WriteDatabase();
+  }
+
   // Publishes a release of the effects package whose Alpha.so holds `alpha`.
-  fs::path PublishEffects(const std::string& version, const std::string& alpha) {
+  void PublishEffects(const std::string& version, const std::string& alpha) {
     const fs::path source = Work("fx_" + version);
     WriteFile(source / "Alpha.so", alpha);
     WriteFile(source / "Beta.so", "beta binary");
-    const fs::path served = Served("PKG/BINEffects/binx64/BINEffects_binx64_" + version + ".pkgm");
-    Tool(kPackTool, {"build", source.string(), served.string(), "--name", "Plugins", "--attr", "detectitems=1"});
-    Tool(kPackTool, {"md5", served.string()});
-    releases_["BINEffects_binx64"] = {version, fs::file_size(served)};
-    WriteDatabase();
-    return served;
+    Publish("BINEffects_binx64", "PKG/BINEffects/binx64", version, source,
+            {"--name", "Plugins", "--attr", "detectitems=1"});
   }
 
   void BuildServerTree() {
     for (const PackageSource& package : Packages()) {
       fs::path source = Work("src_" + package.key);
       for (const auto& [path, bytes] : package.files) WriteFile(source / path, bytes);
-      fs::path served = Served(package.folder + "/" + package.key + "_1.0.pkgm");
-      fs::create_directories(served.parent_path());
-      std::vector<std::string> arguments{"build", source.string(), served.string(), "--name",
-                                         package.key == "BINEffects_binx64" ? "Plugins" : "Content"};
-      for (const std::string& attribute : package.attributes) {
-        arguments.push_back("--attr");
-        arguments.push_back(attribute);
-      }
-      Tool(kPackTool, arguments);
-      Tool(kPackTool, {"md5", served.string()});
-      releases_[package.key] = {"1.0", fs::file_size(served)};
+      std::vector<std::string> options{"--name", package.key == "BINEffects_binx64" ? "Plugins" : "Content"};
+      for (const std::string& attribute : package.attributes) options.insert(options.end(), {"--attr", attribute});
+      Publish(package.key, package.folder, "1.0", source, options);
     }
-    WriteDatabase();
     WriteFile(Work("definition.xml"), kDefinition);
     Tool(kTreeTool, {"convert", Work("definition.xml").string(), Served("MInstallerDefinition.mbx").string(),
                      "--to", "mbx"});
@@ -165,21 +159,17 @@ class SilentRunTest : public ::testing::Test {
   std::map<std::string, std::pair<std::string, uintmax_t>> releases_;  // key: version, size
 };
 
-TEST_F(SilentRunTest, NoServerEndsWithCodeTwoUnlessUninstalling) {
-  UseServer("127.0.0.1:9");
-  ToolResult result = Run({"/silent"});
-  EXPECT_EQ(result.exitCode, kExitSilentNoServer);
-  std::string log = Log();
-  ASSERT_GE(log.size(), strlen(kClosing2));
-  EXPECT_EQ(log.substr(log.size() - strlen(kClosing2)), kClosing2);
-  EXPECT_EQ(log.find("Starting download thread"), std::string::npos);
-  EXPECT_EQ(Run({"/silent", "/uninstall"}).exitCode, kExitNormal);
-}
-
-TEST_F(SilentRunTest, EmptyConnectionTestMeansOffline) {
+// A connection test that answers with no bytes, or no server at all: offline,
+// and a silent run ends with code 2 before the thread starts, unless it uninstalls.
+TEST_F(SilentRunTest, OfflineEndsWithCodeTwoUnlessUninstalling) {
   WriteFile(Served("ConnectionTest.pkgm"), "");
   EXPECT_EQ(Run({"/silent"}).exitCode, kExitSilentNoServer);
   EXPECT_NE(Log().find("Kestrix is in OFFLINE mode!"), std::string::npos);
+  UseServer("127.0.0.1:9");
+  EXPECT_EQ(Run({"/silent"}).exitCode, kExitSilentNoServer);
+  EXPECT_TRUE(Log().ends_with(kClosing2)) << Log();
+  EXPECT_EQ(Log().find("Starting download thread"), std::string::npos);
+  EXPECT_EQ(Run({"/silent", "/uninstall"}).exitCode, kExitNormal);
 }
 
 TEST_F(SilentRunTest, FirstRunInstallsAllSecondRunRewritesNothing) {
@@ -199,8 +189,8 @@ TEST_F(SilentRunTest, FirstRunInstallsAllSecondRunRewritesNothing) {
   EXPECT_EQ(second.exitCode, kExitNormal);
   // Every package the thread took was found complete on disk.
   const std::string log = Log();
-  EXPECT_GT(Count(log, "  url http"), 0u) << log;
-  EXPECT_EQ(Count(log, "  url http"), Count(log, "  already exists")) << log;
+  EXPECT_GT(testing::CountOf(log, "  url http"), 0) << log;
+  EXPECT_EQ(testing::CountOf(log, "  url http"), testing::CountOf(log, "  already exists")) << log;
   EXPECT_EQ(fs::last_write_time(Find("Alpha.so")), written);
 }
 
@@ -279,9 +269,7 @@ TEST_F(SilentRunTest, ComponentSelectionDecidesTheBinaryFolders) {
             " <file name=\"Alpha.so\" op=\"update\" srcpath=\"bin/Alpha.so\"/>\n"
             " <file name=\"Beta.so\" op=\"update\" srcpath=\"bin/Beta.so\"/>\n"
             "</package>\n");
-  const fs::path served = Served("PKG/BINEffects/binx64/BINEffects_binx64_1.0.pkgm");
-  Tool(kPackTool, {"build", tree.string(), served.string()});
-  Tool(kPackTool, {"md5", served.string()});
+  Publish("BINEffects_binx64", "PKG/BINEffects/binx64", "1.0", tree, {});
 
   const std::string custom = (sandbox.Home() / "custom3").string();
   const std::string content = ".config/Vorlund/VorlundContent/";

@@ -1,34 +1,14 @@
 #include "support/faulty_proxy.h"
 
-#include "support/socket_io.h"
-
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <cstring>
+#include "support/socket_io.h"
 
 namespace kx {
 namespace {
 
 using testing::Readable;
 using testing::SendAll;
-
-// Until the header's empty line (a GET has no body), or until nothing comes.
-std::string ReadRequest(int fd) {
-  std::string request;
-  char buffer[4096];
-  while (request.find("\r\n\r\n") == std::string::npos && request.find("\n\n") == std::string::npos &&
-         Readable(fd, 5000)) {
-    ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
-    if (got <= 0) break;
-    request.append(buffer, static_cast<size_t>(got));
-  }
-  return request;
-}
 
 // The whole reply: up to its Content-Length, or until the server closes.
 std::string ReadReply(int fd) {
@@ -40,39 +20,21 @@ std::string ReadReply(int fd) {
     if (got <= 0) break;
     reply.append(buffer, static_cast<size_t>(got));
     const size_t body = reply.find("\r\n\r\n");
-    if (wanted == std::string::npos && body != std::string::npos) {
-      const std::string header = reply.substr(0, body);
-      for (const char* name : {"Content-Length: ", "content-length: "}) {
-        const size_t at = header.find(name);
-        if (at != std::string::npos) wanted = body + 4 + std::stoul(header.substr(at + std::strlen(name)));
-      }
-    }
+    if (wanted == std::string::npos && body != std::string::npos)
+      if (size_t length = testing::BodyLength(reply.substr(0, body))) wanted = body + 4 + length;
   }
   return reply;
-}
-
-sockaddr_in Loopback(uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
 }
 
 }  // namespace
 
 MFaultyProxy::MFaultyProxy(uint16_t serverPort, std::vector<MProxyFault> faults)
     : serverPort_(serverPort), faults_(std::move(faults)) {
-  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof(address);
-  if (listener_ < 0 || ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-      ::listen(listener_, 8) != 0 ||
-      ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+  listener_ = testing::ListenOnLoopback(port_);
+  if (listener_ < 0) {
     ADD_FAILURE() << "the proxy cannot listen on 127.0.0.1";
     return;
   }
-  port_ = ntohs(address.sin_port);
   thread_ = std::thread([this] { Serve(); });
 }
 
@@ -93,9 +55,9 @@ void MFaultyProxy::Serve() {
 }
 
 void MFaultyProxy::Pass(int client) {
-  std::string request = ReadRequest(client);
+  std::string request = testing::ReadRequest(client, stop_);
   int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Loopback(serverPort_);
+  sockaddr_in address = testing::Loopback(serverPort_);
   if (server < 0 || ::connect(server, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
     if (server >= 0) ::close(server);
     return;

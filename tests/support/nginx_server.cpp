@@ -1,5 +1,7 @@
 #include "support/nginx_server.h"
 
+#include "support/socket_io.h"
+
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -22,18 +24,10 @@ namespace {
 
 const char* const kNginx = "/usr/sbin/nginx";
 
-sockaddr_in Loopback(uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
 bool PortAnswers(uint16_t port) {
   int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return false;
-  sockaddr_in address = Loopback(port);
+  sockaddr_in address = testing::Loopback(port);
   bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
   ::close(fd);
   return ok;
@@ -68,7 +62,7 @@ std::string Configuration(const std::filesystem::path& folder, const std::filesy
 uint16_t FreeLoopbackPort() {
   int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return 0;
-  sockaddr_in address = Loopback(0);
+  sockaddr_in address = testing::Loopback(0);
   socklen_t length = sizeof(address);
   uint16_t port = 0;
   if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&

@@ -19,6 +19,9 @@ MTestSandbox::MTestSandbox() {
   SetVariable("XDG_CONFIG_HOME", ConfigHome());
   SetVariable("XDG_DATA_HOME", DataHome());
   SetVariable("XDG_CACHE_HOME", CacheHome());
+  // Tests that run the program name its server here; it goes back with the rest.
+  const char* server = ::getenv("KESTRIX_SERVER");
+  saved_.push_back({"KESTRIX_SERVER", {server ? server : "", server != nullptr}});
   for (const auto& folder : {ConfigHome(), DataHome(), CacheHome()})
     std::filesystem::create_directories(folder);
 }

@@ -1,7 +1,8 @@
 // MTestSandbox: a fresh temporary home for one test. HOME, XDG_CONFIG_HOME,
 // XDG_DATA_HOME and XDG_CACHE_HOME point into it (all four folders exist) while
-// the object lives; destruction restores the environment as it was and removes
-// the folder with everything in it. A test never touches the real HOME.
+// the object lives; destruction restores the environment as it was (these and
+// KESTRIX_SERVER) and removes the folder with everything in it. A test never
+// touches the real HOME.
 //
 //   class MyTest : public ::testing::Test { protected: MTestSandbox sandbox; };
 #pragma once

@@ -10,10 +10,10 @@ MScriptedBoxHost::~MScriptedBoxHost() {
   SetBoxHost(previous_);
 }
 
-int MScriptedBoxHost::NextAnswer(const char* kind) {
+int MScriptedBoxHost::Ask(const char* kind, const MString& text) {
+  calls_.push_back({kind, text, {}, {}});
   if (answers_.empty()) {
-    ADD_FAILURE() << kind << " asked \"" << ToStd(calls_.back().text)
-                  << "\" but no answer was queued";
+    ADD_FAILURE() << kind << " asked \"" << ToStd(text) << "\" but no answer was queued";
     return 0;
   }
   int answer = answers_.front();
@@ -29,26 +29,23 @@ void MScriptedBoxHost::ShowInformation(MControl*, const MString& text) {
   calls_.push_back({"ShowInformation", text, {}, {}});
 }
 
-int MScriptedBoxHost::ShowQuestion(MControl*, const MString& text) {
-  calls_.push_back({"ShowQuestion", text, {}, {}});
-  return NextAnswer("ShowQuestion");
-}
+int MScriptedBoxHost::ShowQuestion(MControl*, const MString& text) { return Ask("ShowQuestion", text); }
 
 int MScriptedBoxHost::ShowQuestionIgnore(MControl*, const MString& text) {
-  calls_.push_back({"ShowQuestionIgnore", text, {}, {}});
-  return NextAnswer("ShowQuestionIgnore");
+  return Ask("ShowQuestionIgnore", text);
 }
 
 int MScriptedBoxHost::ShowQuestionCancel(MControl*, const MString& text) {
-  calls_.push_back({"ShowQuestionCancel", text, {}, {}});
-  return NextAnswer("ShowQuestionCancel");
+  return Ask("ShowQuestionCancel", text);
 }
 
 int MScriptedBoxHost::ShowThreeButtons(MControl*, const MString& title, const MString& text,
                                        const MString& button1, const MString& button2,
                                        const MString& button3) {
-  calls_.push_back({"ShowThreeButtons", text, title, {button1, button2, button3}});
-  return NextAnswer("ShowThreeButtons");
+  int answer = Ask("ShowThreeButtons", text);
+  calls_.back().title = title;
+  calls_.back().buttons = {button1, button2, button3};
+  return answer;
 }
 
 }  // namespace kx

@@ -43,7 +43,8 @@ class MScriptedBoxHost : public MBoxHost {
                        const MString& button3) override;
 
  private:
-  int NextAnswer(const char* kind);
+  // Records the question and answers it from the queue.
+  int Ask(const char* kind, const MString& text);
 
   MBoxHost* previous_;
   std::vector<MBoxCall> calls_;

@@ -16,7 +16,7 @@ TEST(MBlockFileTest, AppendsWholeAndShortBlocksAnywhere) {
   MTestSandbox sandbox;
   std::vector<std::filesystem::path> folders{sandbox.Root()};
   if (std::filesystem::is_directory("/dev/shm")) folders.push_back("/dev/shm");
-  const std::string content = testing::Content(2 * testing::kBlock + 1000, 21);
+  const std::string content = RandomBytes(2 * testing::kBlock + 1000, 21);
   MBlockBuffer buffer = NewBlockBuffer(testing::kBlock + 1);
   for (const std::filesystem::path& folder : folders) {
     SCOPED_TRACE(folder.string());

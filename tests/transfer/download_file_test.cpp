@@ -34,6 +34,7 @@ TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
       {"/download/a.txt", true, false, -1, -1, "0123456789", ""},
       {"/download/moved", true, false, 4, -1, "456789", ""},
       {"/download/a.txt", true, false, 2, 4, "234", ""},
+      {"/download/a.txt", true, false, 9, 9, "9", ""},  // a body of one byte
       {"/download/none.txt", true, false, -1, -1, "", "HTTP/1.1 404 Not Found"},
       {"/download/a.txt", false, false, -1, -1, "",
        "Could not connect to a TCP server (host 127.0.0.1, port 1, code -1)."},
@@ -47,7 +48,7 @@ TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
     endpoints.AddonServer = MString("127.0.0.1:1");
     if (c.useOverride) endpoints.DownloadOverrideFolder = MString::FromUTF8(folder.string());
     MMemoryStream target, progress;
-    MString error;
+    MString error("from an earlier call");
     DownloadFile(endpoints, error, MString(c.path), target, c.main, &progress, c.from, c.to);
     EXPECT_EQ(ToStd(error), c.error);
     EXPECT_EQ(std::string(target.Data(), static_cast<size_t>(target.Size())), c.body);
@@ -68,7 +69,7 @@ TEST(ServerHostTest, TextsAreHostAndOptionalPort) {
   // clang-format off
   const Case cases[] = {
       {"www.example.org", "www.example.org", 80}, {"127.0.0.1:8080", "127.0.0.1", 8080},
-      {"h:65535", "h", 65535}, {"", nullptr, 0}, {":80", nullptr, 0}, {"h:", nullptr, 0},
+      {"h:65535", "h", 65535}, {"h:1", "h", 1}, {"", nullptr, 0}, {":80", nullptr, 0}, {"h:", nullptr, 0},
       {"h:0", nullptr, 0}, {"h:65536", nullptr, 0}, {"h:8x", nullptr, 0},
       {"http://h", nullptr, 0}, {"a b", nullptr, 0}, {"h/path", nullptr, 0}};
   // clang-format on

@@ -10,12 +10,12 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "foundation/streams/memory_stream.h"
 #include "foundation/threads/lock.h"
+#include "support/failure_capture.h"
 #include "support/sandbox.h"
 #include "transfer/download_host.h"
 #include "transfer/download_thread.h"
@@ -25,13 +25,6 @@
 namespace kx::testing {
 
 constexpr int64_t kBlock = MSecurityInfo::kBlockSize;
-
-inline std::string Content(size_t size, unsigned seed = 1) {
-  std::mt19937 generator(seed);
-  std::string bytes(size, '\0');
-  for (char& byte : bytes) byte = static_cast<char>(generator());
-  return bytes;
-}
 
 // The security info text of `content`.
 inline std::string SecurityInfoOf(const std::string& content) {

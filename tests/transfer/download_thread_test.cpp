@@ -13,7 +13,6 @@
 namespace kx {
 namespace {
 
-using testing::Content;
 using testing::kBlock;
 using testing::SecurityInfoOf;
 
@@ -61,7 +60,7 @@ TEST_F(DownloadThreadTest, StepsTakeWorkInOrder) {
 }
 
 TEST_F(DownloadThreadTest, AddonGivesWayToPackageWorkAndResumes) {
-  const std::string big = Content(3 * kBlock + 1000, 11), small = Content(70000, 12);
+  const std::string big = RandomBytes(3 * kBlock + 1000, 11), small = RandomBytes(70000, 12);
   MNginxServer server;
   server.AddFile("download/a.mproduct", big);
   server.AddFile("download/a.mproduct.md5", SecurityInfoOf(big));
@@ -94,7 +93,7 @@ TEST_F(DownloadThreadTest, AddonGivesWayToPackageWorkAndResumes) {
 // The real thread: wishes set from this thread under the locks are found by
 // polling, a queued add-on file first, and the thread ends when told.
 TEST_F(DownloadThreadTest, RunsOnItsOwnThreadUntilEnded) {
-  const std::string content = Content(2 * kBlock + 10, 13);
+  const std::string content = RandomBytes(2 * kBlock + 10, 13);
   MNginxServer server;
   server.AddFile("download/p.pkgm", content);
   server.AddFile("download/p.pkgm.md5", SecurityInfoOf(content));

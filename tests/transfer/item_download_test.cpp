@@ -14,7 +14,6 @@
 namespace kx {
 namespace {
 
-using testing::Content;
 using testing::kBlock;
 using testing::SecurityInfoOf;
 
@@ -39,11 +38,11 @@ TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
     bool server;          // false: no server answers at all
     int64_t startOffset;  // where the block transfer begins; -1 none
   };
-  const std::string content = Content(5000000, 3), info = SecurityInfoOf(content);
-  const std::string other = Content(3000000, 4);
+  const std::string content = RandomBytes(5000000, 3), info = SecurityInfoOf(content);
+  const std::string other = RandomBytes(3000000, 4);
   const Case cases[] = {
       {"3,000,000 of 5,000,000 bytes", content.substr(0, 3000000), 0, false, true, 2097152},
-      {"longer than the total", content + Content(1000000, 5), 1, false, true, 4194304},
+      {"longer than the total", content + RandomBytes(1000000, 5), 1, false, true, 4194304},
       {"complete, no server", content, 1, false, false, -1},
       {"selected and complete", other, 2, true, true, 0},
   };
@@ -73,7 +72,7 @@ TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
 }
 
 TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
-  const std::string content = Content(3 * kBlock - 100);
+  const std::string content = RandomBytes(3 * kBlock - 100, 1);
   std::string info = SecurityInfoOf(content);
   std::string shouting;  // digests upper case, blanks around them
   for (size_t at = 0, line = 0; at < info.size(); ++line) {
@@ -123,7 +122,7 @@ TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
 }
 
 TEST_F(ItemDownloadTest, FailedStepsLeaveWholeProvedBlocksAndResumeThere) {
-  const std::string content = Content(3 * kBlock + 500000, 7), info = SecurityInfoOf(content);
+  const std::string content = RandomBytes(3 * kBlock + 500000, 7), info = SecurityInfoOf(content);
   auto flipped = [&](int64_t at) {
     std::string bytes = content;
     bytes[at] = static_cast<char>(bytes[at] ^ 0x20);
@@ -156,7 +155,7 @@ TEST_F(ItemDownloadTest, FailedStepsLeaveWholeProvedBlocksAndResumeThere) {
        2 * kBlock},
       {"close request", "", {kPartial + content}, "downloaded 1 MB", close,
        "Download manager is being closed.", kBlock},
-      {"more bytes than the total", "", {kPartial + content + Content(2 * kBlock, 8)}, "", nullptr,
+      {"more bytes than the total", "", {kPartial + content + RandomBytes(2 * kBlock, 8)}, "", nullptr,
        "Downloading package a.bin ... downloading finished sucessfully.", size},
   };
   // clang-format on
@@ -208,6 +207,28 @@ TEST_F(ItemDownloadTest, NamesThatLeaveTheFolderStopTheItem) {
     EXPECT_FALSE(item.Download || item.Downloading);
     EXPECT_FALSE(std::filesystem::exists(Local("")));
   }
+}
+
+// An add-on in the override folder is taken where it lies, with its security info
+// from there too, and no server is asked; one missing there stops the step.
+TEST_F(ItemDownloadTest, AddonInTheOverrideFolderIsTakenInPlace) {
+  const std::string content = RandomBytes(kBlock + 10, 9);
+  const std::filesystem::path folder = sandbox.Root() / "override" / "Addons";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "a.mproduct", std::ios::binary) << content;
+  for (const char* name : {"a.mproduct.md5", "gone.mproduct.md5"})
+    std::ofstream(folder / name, std::ios::binary) << SecurityInfoOf(content);
+  host.endpoints.DownloadOverrideFolder = MString::FromUTF8(folder.parent_path().string());
+  PointAt(FreeLoopbackPort());
+  AddAddon("/download/Addons/a.mproduct");
+  const TransferReport& report = StepOnce();
+  EXPECT_TRUE(report.complete) << Status();
+  EXPECT_EQ(ToStd(report.localPath), (folder / "a.mproduct").string());
+  EXPECT_FALSE(std::filesystem::exists(Local("a.mproduct")));
+  host.addons.Clear();
+  AddAddon("/download/Addons/gone.mproduct");
+  StepOnce();
+  EXPECT_EQ(Status(), "Local file " + (folder / "gone.mproduct").string() + " does not exist!");
 }
 
 TEST(BlockStatusTextTest, SpeedAndRemainingTimeFromThe32ndBlockOn) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foundation/core/exception.h"
+#include "download_fixture.h"
 #include "support/file_test_support.h"
 #include "foundation/streams/memory_stream.h"
 
@@ -23,13 +24,6 @@ MSecurityInfo ReadText(const std::string& text) {
   MSecurityInfo info;
   info.Read(stream);
   return info;
-}
-
-std::string WrittenText(const std::string& content) {
-  MConstMemoryStream source(content.data(), static_cast<int64_t>(content.size()));
-  MMemoryStream text;
-  MSecurityInfo::Compute(source).Write(text);
-  return std::string(text.View());
 }
 
 TEST(SecurityInfoTest, WritesDigestsOfWholeFileAndOfEachMebibyte) {
@@ -46,7 +40,7 @@ TEST(SecurityInfoTest, WritesDigestsOfWholeFileAndOfEachMebibyte) {
        "5471e7a74f947585bed289960fd13b22\n1048579\n1048576\nb6d81b360a5672d80c27430f39153e2c\n"
        "900150983cd24fb0d6963f7d28e17f72\n"},
   };
-  for (const Case& c : cases) EXPECT_EQ(WrittenText(c.content), c.text) << c.content.size();
+  for (const Case& c : cases) EXPECT_EQ(testing::SecurityInfoOf(c.content), c.text) << c.content.size();
 }
 
 TEST(SecurityInfoTest, ReaderLineRules) {

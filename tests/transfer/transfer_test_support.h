@@ -5,29 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "foundation/core/exception.h"
 #include "foundation/text/text_string.h"
 #include "transfer/http_stream.h"
 
 namespace kx::testing {
 
 inline MString Text(const std::string& utf8) { return MString::FromUTF8(utf8); }
-
-struct Failure {
-  std::string message;
-  uint32_t code = 0;
-};
-
-// The MException a body throws; "(no exception)" when it throws none.
-template <typename Body>
-Failure FailureOf(Body&& body) {
-  try {
-    body();
-  } catch (const MException& e) {
-    return {ToStd(e.message), e.code};
-  }
-  return {"(no exception)", 0};
-}
 
 // Reads the body in pieces of `piece` bytes until the server closes.
 inline std::string ReadBody(MHTTPStream& stream, int64_t piece = 65536) {

@@ -1,6 +1,8 @@
 // URL splitting and encoding, and the reply header list's order and lookup.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -68,6 +70,16 @@ std::vector<std::string> Names(const MHTTPHeaderList& list) {
   return names;
 }
 
+std::string Folded(std::string name) {
+  for (char& unit : name) unit = static_cast<char>(std::tolower(static_cast<unsigned char>(unit)));
+  return name;
+}
+std::vector<std::string> Folded(const MHTTPHeaderList& list) {
+  std::vector<std::string> names;
+  for (int32_t i = 0; i < list.Count(); ++i) names.push_back(Folded(ToStd(list[i].name.text)));
+  return names;
+}
+
 TEST(HTTPHeaderList, SortIsStableOnHashThenTextAndFindIgnoresCase) {
   MHTTPHeaderList list;
   const char* reply[][2] = {{"Server", "s"},       {"X-Dup", "1"},        {"Date", "d"},
@@ -82,6 +94,16 @@ TEST(HTTPHeaderList, SortIsStableOnHashThenTextAndFindIgnoresCase) {
   for (const std::string& entry : Names(list))
     if (entry.rfind("X-", 0) == 0 || entry.rfind("x-", 0) == 0) duplicates.push_back(entry);
   EXPECT_EQ(duplicates, (std::vector<std::string>{"X-Dup=1", "x-dup=2", "X-DUP=3"}));
+  // Every header stays, once, and the order does not hang on the arrival order.
+  MHTTPHeaderList reversed;
+  for (int i = 9; i >= 0; --i) reversed.Add(reply[i][0], reply[i][1]);
+  reversed.Sort();
+  std::vector<std::string> forward = Folded(list), backward = Folded(reversed), names;
+  EXPECT_EQ(forward, backward);
+  for (const auto& header : reply) names.push_back(Folded(header[0]));
+  std::sort(names.begin(), names.end());
+  std::sort(forward.begin(), forward.end());
+  EXPECT_EQ(forward, names);
 
   EXPECT_EQ(list.Find("nothing-like-it"), nullptr);
   MHTTPHeaderList single;
