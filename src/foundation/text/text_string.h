@@ -79,6 +79,25 @@ inline void CopyInlineUnits(MChar* to, const MChar* from, int32_t length) {
     std::memcpy(to, from, sizeof(MChar) * (length + 1));
 }
 
+// Widens 16 bytes, or 8, to as many units in one block each (the compiler's
+// vector unpacking): for short texts whose bytes may be read past their end.
+inline void WidenBlock16(MChar* to, const unsigned char* from) {
+  using Bytes = unsigned char __attribute__((vector_size(16)));
+  using Units = uint16_t __attribute__((vector_size(32)));
+  Bytes bytes;
+  std::memcpy(&bytes, from, sizeof bytes);
+  Units units = __builtin_convertvector(bytes, Units);
+  std::memcpy(to, &units, sizeof units);
+}
+inline void WidenBlock8(MChar* to, const unsigned char* from) {
+  using Bytes = unsigned char __attribute__((vector_size(8)));
+  using Units = uint16_t __attribute__((vector_size(16)));
+  Bytes bytes;
+  std::memcpy(&bytes, from, sizeof bytes);
+  Units units = __builtin_convertvector(bytes, Units);
+  std::memcpy(to, &units, sizeof units);
+}
+
 template <int InlineUnits>
 class MStringT {
   template <int>
@@ -204,6 +223,19 @@ class MStringT {
   // token after token allocates nothing.
   MStringT& Assign(const MChar* text, int32_t length);
   MStringT& AssignBytes(const char* text, int32_t length);
+  // The same for text below 24 units into a string that holds no buffer, in
+  // whole blocks: the 24 bytes at `text` must all be readable (a reader's block).
+  // False, with nothing changed, in any other case; AssignBytes takes those.
+  bool AssignShortBytes(const unsigned char* text, int32_t length) {
+    static_assert(InlineUnits >= 24);
+    if (kind_ == kShared || static_cast<uint32_t>(length) >= 24) return false;
+    WidenBlock16(u_.inline_units, text);
+    if (length >= 16) WidenBlock8(u_.inline_units + 16, text + 16);
+    u_.inline_units[length] = 0;
+    kind_ = kInline;
+    length_ = length;
+    return true;
+  }
   MStringT& Append(const char* text, int32_t length);
   MStringT& Append(const MChar* text, int32_t length);
   template <int Other>

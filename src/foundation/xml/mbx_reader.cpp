@@ -145,6 +145,15 @@ void MMBXReader::ReadValue(MVariant& value) {
       value.SetDouble(ReadNumber<double>());
       return;
     case 's': {
+      // Most values are short: their end lies in the next 24 bytes, and they go
+      // inline in whole blocks.
+      if (size_ - position_ >= 24) {
+        int32_t length = ShortStringLength();
+        if (length >= 0 && value.SetShortStringBytes(data_ + position_, length)) {
+          position_ += length + 1;
+          return;
+        }
+      }
       int64_t length = StringLength();
       value.SetStringBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
       position_ += length + 1;

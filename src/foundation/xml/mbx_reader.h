@@ -68,6 +68,17 @@ class MMBXReader {
     return LongStringLength();
   }
   int64_t LongStringLength() const;
+  // The length of a string that ends in the 24 bytes at the current place, all
+  // of which lie in the block; else -1.
+  int32_t ShortStringLength() const {
+    uint64_t words[3];
+    std::memcpy(words, data_ + position_, sizeof words);
+    for (int i = 0; i < 3; ++i) {
+      uint64_t zeros = (words[i] - 0x0101010101010101ULL) & ~words[i] & 0x8080808080808080ULL;
+      if (zeros) return 8 * i + __builtin_ctzll(zeros) / 8;
+    }
+    return -1;
+  }
   // Throws "Data range not available." unless `size` bytes lie ahead.
   void Need(int64_t size) const;
   template <typename Number>
