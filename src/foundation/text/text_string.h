@@ -203,19 +203,26 @@ class MStringT {
   MStringT& Append(MChar unit) {  // inline: the unit-by-unit builders of parsers call it
     // The two cases that need no new storage are tested first and alone; a
     // buffer holds length + 1 units while 2 * (length + 1) + 10 fit its capacity.
+    // The length and the pointer are read once, before the acquire load of the
+    // count: read after it, the compiler fetches them back from memory, and the
+    // length just stored then makes a store-to-load chain through every unit,
+    // whose cost depended on how the caller's loop was laid out.
+    const int32_t length = length_;
     MChar* units;
     if (kind_ == kShared) {
-      MStringBuffer* buffer = MStringBuffer::FromUnits(u_.shared);
-      units = 2 * length_ + 12 <= buffer->capacity &&
-                      buffer->references.load(std::memory_order_acquire) == 1
-                  ? u_.shared
-                  : ReserveSlow(GrownLength(1));
+      units = u_.shared;
+      MStringBuffer* buffer = MStringBuffer::FromUnits(units);
+      if (2 * length + 12 > buffer->capacity ||
+          buffer->references.load(std::memory_order_acquire) != 1) [[unlikely]]
+        units = ReserveSlow(GrownLength(1));
+    } else if (kind_ == kInline && length + 1 < InlineUnits) [[likely]] {
+      units = u_.inline_units;
     } else {
-      units = kind_ == kInline && length_ + 1 < InlineUnits ? u_.inline_units
-                                                            : ReserveSlow(GrownLength(1));
+      units = ReserveSlow(GrownLength(1));
     }
-    units[length_] = unit;
-    units[++length_] = 0;
+    units[length] = unit;
+    units[length + 1] = 0;
+    length_ = length + 1;
     return *this;
   }
   // Replace the content by a copy of `length` units, or of bytes widened one a
