@@ -83,7 +83,7 @@ const MString& MMBXReader::ReadItemName(MString& fresh) {
   return name;
 }
 
-const MXMLName& MMBXReader::ReadAttributeName() {
+const MXMLName& MMBXReader::SearchAttributeName() {
   // Names come back in the same order item after item: look from the slot
   // after the last one found. A short name is one word compared.
   int slot = lastKnown_;
@@ -204,12 +204,12 @@ void MMBXReader::ReadTree(MXMLItem& root) {
       case 'A': {
         if (!current) ThrowIncorrectCommand();
         const MXMLName& name = ReadAttributeName();
-        ReadValue(current->AppendAttribute(name).value);
+        ReadValueQuick(current->AppendAttribute(name).value);
         break;
       }
       case 'V':
         if (!current) ThrowIncorrectCommand();
-        ReadValue(current->value);
+        ReadValueQuick(current->value);
         break;
       case '/':
         if (!current) ThrowIncorrectCommand();

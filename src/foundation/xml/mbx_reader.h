@@ -90,8 +90,37 @@ class MMBXReader {
     return number;
   }
   // The attribute name at the current place; files repeat a few names over and
-  // over, so recent ones are kept with their hash and reused.
-  const MXMLName& ReadAttributeName();
+  // over, so recent ones are kept with their hash and reused. The name after the
+  // last one found is tried here, the rest out of line.
+  const MXMLName& ReadAttributeName() {
+    int slot = lastKnown_ + 1 < knownCount_ ? lastKnown_ + 1 : 0;
+    const KnownName& known = known_[slot];
+    if (knownCount_ > 0 && known.length < 8 && size_ - position_ >= 8) {
+      uint64_t word;
+      std::memcpy(&word, data_ + position_, sizeof word);
+      uint64_t mask = ~uint64_t{0} >> (8 * (7 - known.length));
+      if ((word & mask) == known.head) {
+        position_ += known.length + 1;
+        lastKnown_ = slot;
+        return known.name;
+      }
+    }
+    return SearchAttributeName();
+  }
+  const MXMLName& SearchAttributeName();
+  // A value, short strings in line (see ReadValue).
+  void ReadValueQuick(MVariant& value) {
+    if (size_ - position_ >= 25 && data_[position_] == 's') {
+      ++position_;
+      int32_t length = ShortStringLength();
+      if (length >= 0 && value.SetShortStringBytes(data_ + position_, length)) {
+        position_ += length + 1;
+        return;
+      }
+      --position_;
+    }
+    ReadValue(value);
+  }
 
   // The item name at the current place: a name seen lately, recognised by its
   // bytes, or else `fresh` filled with it.
