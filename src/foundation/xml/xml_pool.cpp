@@ -161,16 +161,8 @@ void MNodePool::FreeShared(FreeNode* node) noexcept {
   KX_POISON(reinterpret_cast<char*>(node) + sizeof(FreeNode), nodeSize_ - sizeof(FreeNode));
 }
 
-void* MNodePool::Allocate() {
-  if (cacheSlot_ < 0 || threadCaches.gone) return AllocateShared();
+[[gnu::always_inline]] inline void* MNodePool::TakeLoaded(FreeNode* node) {
   MNodeCache& cache = threadCaches.caches[cacheSlot_];
-  FreeNode* node = cache.loaded;
-  if (!node) {
-    if (!cache.spare) return RefillCache();
-    node = cache.spare;
-    cache.spare = nullptr;
-    cache.count = kBatch;
-  }
   cache.loaded = node->next;
   // The next node is wanted soon, and after a clear its memory is cold: fetch
   // all of it for writing while the caller fills this one.
@@ -182,6 +174,29 @@ void* MNodePool::Allocate() {
   KX_UNPOISON(node, nodeSize_);
   return node;
 }
+
+// The common case, a node on the thread's `loaded` list, takes no stack frame;
+// the others go to AllocateSlow.
+void* MNodePool::Allocate() {
+  if (cacheSlot_ < 0 || threadCaches.gone) [[unlikely]]
+    return AllocateSlow();
+  MNodeCache& cache = threadCaches.caches[cacheSlot_];
+  FreeNode* node = cache.loaded;
+  if (!node) [[unlikely]]
+    return AllocateSlow();
+  return TakeLoaded(node);
+}
+
+void* MNodePool::AllocateSlow() {
+  if (cacheSlot_ < 0 || threadCaches.gone) return AllocateShared();
+  MNodeCache& cache = threadCaches.caches[cacheSlot_];
+  if (!cache.spare) return RefillCache();
+  FreeNode* node = cache.spare;
+  cache.spare = nullptr;
+  cache.count = kBatch;
+  return TakeLoaded(node);
+}
+
 
 void MNodePool::Free(void* storage) noexcept {
   if (!storage) return;

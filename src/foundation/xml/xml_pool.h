@@ -51,6 +51,9 @@ class MNodePool {
 
  private:
   void AddChunk();
+  void* AllocateSlow();
+  // Hands out `node`, the head of the thread's `loaded` list.
+  void* TakeLoaded(FreeNode* node);
   void* AllocateShared();
   void FreeShared(FreeNode* node) noexcept;
   // Batch moves between a thread's cache and the shared stack of batches.
