@@ -345,8 +345,9 @@ class MStringT {
     u_.external = "";
   }
   void SetExternal(const char* text, size_t length);
+  // In line wherever a string is copied: the tree's names are copied once a node.
   template <int Other>
-  void CopyFrom(const MStringT<Other>& other);
+  [[gnu::always_inline]] void CopyFrom(const MStringT<Other>& other);
   void MoveFrom(MStringT& other) noexcept;
   void ReleaseStorage();
   MChar* ReserveSlow(int32_t units);  // the cases that widen, allocate or copy
@@ -387,7 +388,7 @@ extern template class MStringT<24>;
 // external stays external, short text goes inline, long shared text is shared.
 template <int InlineUnits>
 template <int Other>
-void MStringT<InlineUnits>::CopyFrom(const MStringT<Other>& other) {
+[[gnu::always_inline]] inline void MStringT<InlineUnits>::CopyFrom(const MStringT<Other>& other) {
   length_ = other.length_;
   if (other.kind_ == kExternal) {
     kind_ = kExternal;

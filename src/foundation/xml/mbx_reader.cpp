@@ -58,8 +58,8 @@ int64_t MMBXReader::LongStringLength() const {
   throw MException("Not a terminated string for GetStringLength.");
 }
 
-const MString& MMBXReader::ReadItemName(MString& fresh) {
-  // Items of a file have few names: the last one found first, then the others.
+const MString& MMBXReader::SearchItemName(MString& fresh) {
+  // Long names (and any name near the end of the block) are compared here.
   for (int i = 0; i < knownItemCount_; ++i) {
     int slot = (lastKnownItem_ + i) % knownItemCount_;
     KnownItemName& known = knownItems_[slot];

@@ -124,7 +124,25 @@ class MMBXReader {
 
   // The item name at the current place: a name seen lately, recognised by its
   // bytes, or else `fresh` filled with it.
-  const MString& ReadItemName(MString& fresh);
+  const MString& ReadItemName(MString& fresh) {
+    // Items of a file have few names: the last one found first, then the
+    // others, each short one by one word.
+    if (size_ - position_ >= 8) {
+      uint64_t word;
+      std::memcpy(&word, data_ + position_, sizeof word);
+      for (int i = 0, slot = lastKnownItem_; i < knownItemCount_; ++i) {
+        const KnownItemName& known = knownItems_[slot];
+        if (known.length < 8 && (word & (~uint64_t{0} >> (8 * (7 - known.length)))) == known.head) {
+          position_ += known.length + 1;
+          lastKnownItem_ = slot;
+          return known.name;
+        }
+        if (++slot == knownItemCount_) slot = 0;
+      }
+    }
+    return SearchItemName(fresh);
+  }
+  const MString& SearchItemName(MString& fresh);
   // True when the zero-terminated bytes at the current place are the `length`
   // bytes at `offset`; then the place moves past them.
   bool TakeKnown(int64_t offset, int64_t length, uint64_t head) {
