@@ -32,6 +32,22 @@ uint64_t HeadOf(const unsigned char* bytes, int64_t length) {
 
 }  // namespace
 
+void MMBXReader::ShortKey::Set(const unsigned char* bytes, int64_t length) {
+  *this = ShortKey();
+  if (length >= 16) return;
+  // A mask over n bytes and the zero after them.
+  auto through = [](int64_t n) { return ~uint64_t{0} >> (8 * (7 - n)); };
+  if (length < 8) {
+    mask0 = through(length);
+    head = HeadOf(bytes, length);
+    return;
+  }
+  mask0 = ~uint64_t{0};
+  head = HeadOf(bytes, 8);
+  mask1 = through(length - 8);
+  tail = HeadOf(bytes + 8, length - 8);
+}
+
 MMBXReader::MMBXReader(const void* data, int64_t size)
     : data_(static_cast<const unsigned char*>(data)), size_(size) {}
 
@@ -78,6 +94,7 @@ const MString& MMBXReader::SearchItemName(MString& fresh) {
   entry.offset = position_;
   entry.length = length;
   entry.head = HeadOf(data_ + position_, length);
+  entry.key.Set(data_ + position_, length);
   entry.name = name;
   position_ += length + 1;
   return name;
@@ -107,6 +124,7 @@ const MXMLName& MMBXReader::SearchAttributeName() {
   entry.offset = offset;
   entry.length = length;
   entry.head = HeadOf(data_ + offset, length);
+  entry.key.Set(data_ + offset, length);
   if (std::find(bytes, bytes + length, ' ') == bytes + length) {
     entry.name.Set(MShortString::FromBytes(bytes, static_cast<int32_t>(length)));
     return entry.name;
@@ -147,7 +165,7 @@ void MMBXReader::ReadValue(MVariant& value) {
     case 's': {
       // Most values are short: their end lies in the next 24 bytes, and they go
       // inline in whole blocks.
-      if (size_ - position_ >= 24) {
+      if (size_ - position_ >= 32) {
         int32_t length = ShortStringLength();
         if (length >= 0 && value.SetShortStringBytes(data_ + position_, length)) {
           position_ += length + 1;
