@@ -99,5 +99,37 @@ INSTANTIATE_TEST_SUITE_P(Forms, TreeRoundTripTest,
                                            FormCase{"CompressedXML", Form::kCompressedXML}),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Names and texts of every length up to 40, names repeated and sharing their
+// first bytes, come back with the same units and the storage AssignBytes gives
+// (inline below 24 units, else a buffer); the last ones lie near the end of the
+// stream, where the reader leaves its short ways.
+TEST(MBXRoundTripTest, NamesAndTextsOfEveryLength) {
+  const std::string letters = "abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGHIJ";
+  MXMLItem original("r");
+  for (int round = 0; round < 2; ++round) {
+    for (int length = 1; length <= 40; ++length) {
+      MString name = MString::FromBytes(letters.substr(0, length));
+      MXMLItem& item = original.AddSubItem(name);
+      item.AppendAttribute(name, MVariant(MString::FromBytes(letters.substr(round, length - 1))));
+      item.value = MVariant(MString::FromBytes(letters.substr(2, length)));
+    }
+  }
+  MMemoryStream stream;
+  original.SaveMBX(stream, false);
+  stream.Seek(0, kSeekBegin);
+  MXMLItem back;
+  back.ReadMBX(stream);
+  ASSERT_EQ(TreeDifference(original, back), "");
+  for (const MXMLItem* item = back.firstSubItem; item; item = item->next) {
+    const MVariant* values[] = {&item->firstAttribute->value, &item->value};
+    for (const MVariant* value : values) {
+      MShortString expected;
+      std::string text = ToStd(value->Text());
+      expected.AssignBytes(text.data(), static_cast<int32_t>(text.size()));
+      EXPECT_EQ(value->Text().Kind(), expected.Kind()) << text;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace kx

@@ -91,6 +91,14 @@ class MVariant {
     value_.i64 = 0;
     text_.AssignBytes(bytes, length);
   }
+  // The same for text below 24 bytes where the 24 bytes at `bytes` may all be
+  // read (MMBXReader); false, with nothing changed, when it takes the long way.
+  bool SetShortStringBytes(const unsigned char* bytes, int32_t length) {
+    if (type_ == kBuffer || !text_.AssignShortBytes(bytes, length)) return false;
+    type_ = kString;
+    value_.i64 = 0;
+    return true;
+  }
   // Appends to a string value in place, so that a value built from many pieces
   // grows in amortised steps (any other type first becomes its AsString form).
   void AppendText(const MShortString& text);

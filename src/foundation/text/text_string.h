@@ -79,6 +79,25 @@ inline void CopyInlineUnits(MChar* to, const MChar* from, int32_t length) {
     std::memcpy(to, from, sizeof(MChar) * (length + 1));
 }
 
+// Widens 16 bytes, or 8, to as many units in one block each (the compiler's
+// vector unpacking): for short texts whose bytes may be read past their end.
+inline void WidenBlock16(MChar* to, const unsigned char* from) {
+  using Bytes = unsigned char __attribute__((vector_size(16)));
+  using Units = uint16_t __attribute__((vector_size(32)));
+  Bytes bytes;
+  std::memcpy(&bytes, from, sizeof bytes);
+  Units units = __builtin_convertvector(bytes, Units);
+  std::memcpy(to, &units, sizeof units);
+}
+inline void WidenBlock8(MChar* to, const unsigned char* from) {
+  using Bytes = unsigned char __attribute__((vector_size(8)));
+  using Units = uint16_t __attribute__((vector_size(16)));
+  Bytes bytes;
+  std::memcpy(&bytes, from, sizeof bytes);
+  Units units = __builtin_convertvector(bytes, Units);
+  std::memcpy(to, &units, sizeof units);
+}
+
 template <int InlineUnits>
 class MStringT {
   template <int>
@@ -184,19 +203,26 @@ class MStringT {
   MStringT& Append(MChar unit) {  // inline: the unit-by-unit builders of parsers call it
     // The two cases that need no new storage are tested first and alone; a
     // buffer holds length + 1 units while 2 * (length + 1) + 10 fit its capacity.
+    // The length and the pointer are read once, before the acquire load of the
+    // count: read after it, the compiler fetches them back from memory, and the
+    // length just stored then makes a store-to-load chain through every unit,
+    // whose cost depended on how the caller's loop was laid out.
+    const int32_t length = length_;
     MChar* units;
     if (kind_ == kShared) {
-      MStringBuffer* buffer = MStringBuffer::FromUnits(u_.shared);
-      units = 2 * length_ + 12 <= buffer->capacity &&
-                      buffer->references.load(std::memory_order_acquire) == 1
-                  ? u_.shared
-                  : ReserveSlow(GrownLength(1));
+      units = u_.shared;
+      MStringBuffer* buffer = MStringBuffer::FromUnits(units);
+      if (2 * length + 12 > buffer->capacity ||
+          buffer->references.load(std::memory_order_acquire) != 1) [[unlikely]]
+        units = ReserveSlow(GrownLength(1));
+    } else if (kind_ == kInline && length + 1 < InlineUnits) [[likely]] {
+      units = u_.inline_units;
     } else {
-      units = kind_ == kInline && length_ + 1 < InlineUnits ? u_.inline_units
-                                                            : ReserveSlow(GrownLength(1));
+      units = ReserveSlow(GrownLength(1));
     }
-    units[length_] = unit;
-    units[++length_] = 0;
+    units[length] = unit;
+    units[length + 1] = 0;
+    length_ = length + 1;
     return *this;
   }
   // Replace the content by a copy of `length` units, or of bytes widened one a
@@ -204,6 +230,19 @@ class MStringT {
   // token after token allocates nothing.
   MStringT& Assign(const MChar* text, int32_t length);
   MStringT& AssignBytes(const char* text, int32_t length);
+  // The same for text below 24 units into a string that holds no buffer, in
+  // whole blocks: the 24 bytes at `text` must all be readable (a reader's block).
+  // False, with nothing changed, in any other case; AssignBytes takes those.
+  bool AssignShortBytes(const unsigned char* text, int32_t length) {
+    static_assert(InlineUnits >= 24);
+    if (kind_ == kShared || static_cast<uint32_t>(length) >= 24) return false;
+    WidenBlock16(u_.inline_units, text);
+    if (length >= 16) WidenBlock8(u_.inline_units + 16, text + 16);
+    u_.inline_units[length] = 0;
+    kind_ = kInline;
+    length_ = length;
+    return true;
+  }
   MStringT& Append(const char* text, int32_t length);
   MStringT& Append(const MChar* text, int32_t length);
   template <int Other>
@@ -306,8 +345,9 @@ class MStringT {
     u_.external = "";
   }
   void SetExternal(const char* text, size_t length);
+  // In line wherever a string is copied: the tree's names are copied once a node.
   template <int Other>
-  void CopyFrom(const MStringT<Other>& other);
+  [[gnu::always_inline]] void CopyFrom(const MStringT<Other>& other);
   void MoveFrom(MStringT& other) noexcept;
   void ReleaseStorage();
   MChar* ReserveSlow(int32_t units);  // the cases that widen, allocate or copy
@@ -348,7 +388,7 @@ extern template class MStringT<24>;
 // external stays external, short text goes inline, long shared text is shared.
 template <int InlineUnits>
 template <int Other>
-void MStringT<InlineUnits>::CopyFrom(const MStringT<Other>& other) {
+[[gnu::always_inline]] inline void MStringT<InlineUnits>::CopyFrom(const MStringT<Other>& other) {
   length_ = other.length_;
   if (other.kind_ == kExternal) {
     kind_ = kExternal;

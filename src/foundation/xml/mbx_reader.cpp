@@ -32,6 +32,22 @@ uint64_t HeadOf(const unsigned char* bytes, int64_t length) {
 
 }  // namespace
 
+void MMBXReader::ShortKey::Set(const unsigned char* bytes, int64_t length) {
+  *this = ShortKey();
+  if (length >= 16) return;
+  // A mask over n bytes and the zero after them.
+  auto through = [](int64_t n) { return ~uint64_t{0} >> (8 * (7 - n)); };
+  if (length < 8) {
+    mask0 = through(length);
+    head = HeadOf(bytes, length);
+    return;
+  }
+  mask0 = ~uint64_t{0};
+  head = HeadOf(bytes, 8);
+  mask1 = through(length - 8);
+  tail = HeadOf(bytes + 8, length - 8);
+}
+
 MMBXReader::MMBXReader(const void* data, int64_t size)
     : data_(static_cast<const unsigned char*>(data)), size_(size) {}
 
@@ -58,8 +74,8 @@ int64_t MMBXReader::LongStringLength() const {
   throw MException("Not a terminated string for GetStringLength.");
 }
 
-const MString& MMBXReader::ReadItemName(MString& fresh) {
-  // Items of a file have few names: the last one found first, then the others.
+const MString& MMBXReader::SearchItemName(MString& fresh) {
+  // Long names (and any name near the end of the block) are compared here.
   for (int i = 0; i < knownItemCount_; ++i) {
     int slot = (lastKnownItem_ + i) % knownItemCount_;
     KnownItemName& known = knownItems_[slot];
@@ -78,12 +94,13 @@ const MString& MMBXReader::ReadItemName(MString& fresh) {
   entry.offset = position_;
   entry.length = length;
   entry.head = HeadOf(data_ + position_, length);
+  entry.key.Set(data_ + position_, length);
   entry.name = name;
   position_ += length + 1;
   return name;
 }
 
-const MXMLName& MMBXReader::ReadAttributeName() {
+const MXMLName& MMBXReader::SearchAttributeName() {
   // Names come back in the same order item after item: look from the slot
   // after the last one found. A short name is one word compared.
   int slot = lastKnown_;
@@ -107,6 +124,7 @@ const MXMLName& MMBXReader::ReadAttributeName() {
   entry.offset = offset;
   entry.length = length;
   entry.head = HeadOf(data_ + offset, length);
+  entry.key.Set(data_ + offset, length);
   if (std::find(bytes, bytes + length, ' ') == bytes + length) {
     entry.name.Set(MShortString::FromBytes(bytes, static_cast<int32_t>(length)));
     return entry.name;
@@ -145,6 +163,15 @@ void MMBXReader::ReadValue(MVariant& value) {
       value.SetDouble(ReadNumber<double>());
       return;
     case 's': {
+      // Most values are short: their end lies in the next 24 bytes, and they go
+      // inline in whole blocks.
+      if (size_ - position_ >= 32) {
+        int32_t length = ShortStringLength();
+        if (length >= 0 && value.SetShortStringBytes(data_ + position_, length)) {
+          position_ += length + 1;
+          return;
+        }
+      }
       int64_t length = StringLength();
       value.SetStringBytes(reinterpret_cast<const char*>(data_ + position_), static_cast<int32_t>(length));
       position_ += length + 1;
@@ -195,12 +222,12 @@ void MMBXReader::ReadTree(MXMLItem& root) {
       case 'A': {
         if (!current) ThrowIncorrectCommand();
         const MXMLName& name = ReadAttributeName();
-        ReadValue(current->AppendAttribute(name).value);
+        ReadValueQuick(current->AppendAttribute(name).value);
         break;
       }
       case 'V':
         if (!current) ThrowIncorrectCommand();
-        ReadValue(current->value);
+        ReadValueQuick(current->value);
         break;
       case '/':
         if (!current) ThrowIncorrectCommand();

@@ -31,6 +31,9 @@
 
 #include <cstdint>
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "foundation/containers/variant.h"
 #include "foundation/xml/xml_name.h"
@@ -68,6 +71,27 @@ class MMBXReader {
     return LongStringLength();
   }
   int64_t LongStringLength() const;
+  // The length of a string that ends in the 24 bytes at the current place; else
+  // -1. The 32 bytes there must lie in the block.
+  int32_t ShortStringLength() const {
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    const auto* at = reinterpret_cast<const __m128i*>(data_ + position_);
+    uint32_t low = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(at), zero)));
+    uint32_t high =
+        static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(at + 1), zero)));
+    uint32_t zeros = (low | high << 16) & 0xFFFFFFu;
+    return zeros ? __builtin_ctz(zeros) : -1;
+#else
+    uint64_t words[3];
+    std::memcpy(words, data_ + position_, sizeof words);
+    for (int i = 0; i < 3; ++i) {
+      uint64_t zeros = (words[i] - 0x0101010101010101ULL) & ~words[i] & 0x8080808080808080ULL;
+      if (zeros) return 8 * i + __builtin_ctzll(zeros) / 8;
+    }
+    return -1;
+#endif
+  }
   // Throws "Data range not available." unless `size` bytes lie ahead.
   void Need(int64_t size) const;
   template <typename Number>
@@ -78,13 +102,77 @@ class MMBXReader {
     position_ += sizeof(Number);
     return number;
   }
+  // A known name of up to 15 bytes as masks and words to compare with the 16
+  // bytes at the current place: its bytes and the zero after it. Longer names
+  // (and unused slots) never match here.
+  struct ShortKey {
+    uint64_t mask0 = 0;
+    uint64_t head = 1;
+    uint64_t mask1 = 0;
+    uint64_t tail = 0;
+    void Set(const unsigned char* bytes, int64_t length);
+    bool Matches(const uint64_t words[2]) const {
+      return (((words[0] & mask0) ^ head) | ((words[1] & mask1) ^ tail)) == 0;
+    }
+  };
+
   // The attribute name at the current place; files repeat a few names over and
-  // over, so recent ones are kept with their hash and reused.
-  const MXMLName& ReadAttributeName();
+  // over, so recent ones are kept with their hash and reused. Names come back in
+  // the same order item after item: they are tried from the slot after the last
+  // one found, short ones here, the rest out of line.
+  const MXMLName& ReadAttributeName() {
+    if (size_ - position_ >= 16) {
+      uint64_t words[2];
+      std::memcpy(words, data_ + position_, sizeof words);
+      int slot = lastKnown_;
+      for (int i = 0; i < knownCount_; ++i) {
+        if (++slot == knownCount_) slot = 0;
+        const KnownName& known = known_[slot];
+        if (known.key.Matches(words)) {
+          position_ += known.length + 1;
+          lastKnown_ = slot;
+          return known.name;
+        }
+      }
+    }
+    return SearchAttributeName();
+  }
+  const MXMLName& SearchAttributeName();
+  // A value, short strings in line (see ReadValue).
+  void ReadValueQuick(MVariant& value) {
+    if (size_ - position_ >= 33 && data_[position_] == 's') {
+      ++position_;
+      int32_t length = ShortStringLength();
+      if (length >= 0 && value.SetShortStringBytes(data_ + position_, length)) {
+        position_ += length + 1;
+        return;
+      }
+      --position_;
+    }
+    ReadValue(value);
+  }
 
   // The item name at the current place: a name seen lately, recognised by its
   // bytes, or else `fresh` filled with it.
-  const MString& ReadItemName(MString& fresh);
+  const MString& ReadItemName(MString& fresh) {
+    // Items of a file have few names: the last one found first, then the
+    // others, each short one by one word.
+    if (size_ - position_ >= 16) {
+      uint64_t words[2];
+      std::memcpy(words, data_ + position_, sizeof words);
+      for (int i = 0, slot = lastKnownItem_; i < knownItemCount_; ++i) {
+        const KnownItemName& known = knownItems_[slot];
+        if (known.key.Matches(words)) {
+          position_ += known.length + 1;
+          lastKnownItem_ = slot;
+          return known.name;
+        }
+        if (++slot == knownItemCount_) slot = 0;
+      }
+    }
+    return SearchItemName(fresh);
+  }
+  const MString& SearchItemName(MString& fresh);
   // True when the zero-terminated bytes at the current place are the `length`
   // bytes at `offset`; then the place moves past them.
   bool TakeKnown(int64_t offset, int64_t length, uint64_t head) {
@@ -113,6 +201,7 @@ class MMBXReader {
     int64_t offset = 0;
     int64_t length = -1;
     uint64_t head = 0;  // its first eight bytes (fewer: zero-padded)
+    ShortKey key;
     MString name;
   };
   static constexpr int kKnownItemNames = 4;
@@ -126,6 +215,7 @@ class MMBXReader {
     int64_t offset = 0;  // where its bytes stand in the block
     int64_t length = -1;
     uint64_t head = 0;  // its first eight bytes (fewer: zero-padded)
+    ShortKey key;
     MXMLName name;
   };
   static constexpr int kKnownNames = 16;

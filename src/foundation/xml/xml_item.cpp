@@ -117,25 +117,8 @@ const MVariant& MXMLItem::GetAttribute(const MXMLName& key) const {
   return attribute->value;
 }
 
-void MXMLItem::LinkAttribute(MXMLAttribute* attribute) {
-  attribute->previous = lastAttribute;
-  attribute->next = nullptr;
-  if (lastAttribute)
-    lastAttribute->next = attribute;
-  else
-    firstAttribute = attribute;
-  lastAttribute = attribute;
-  ++attributeCount;
-}
-
 MXMLAttribute& MXMLItem::AppendAttribute(const MXMLName& key, const MVariant& attributeValue) {
   auto* attribute = new MXMLAttribute(key, attributeValue);
-  LinkAttribute(attribute);
-  return *attribute;
-}
-
-MXMLAttribute& MXMLItem::AppendAttribute(const MXMLName& key) {
-  auto* attribute = new MXMLAttribute(key);
   LinkAttribute(attribute);
   return *attribute;
 }
@@ -204,18 +187,6 @@ MXMLItem& MXMLItem::GetSubItem(const MXMLName& key) const {
   return *item;
 }
 
-void MXMLItem::LinkSubItem(MXMLItem* item) {
-  item->parent = this;
-  item->previous = lastSubItem;
-  item->next = nullptr;
-  if (lastSubItem)
-    lastSubItem->next = item;
-  else
-    firstSubItem = item;
-  lastSubItem = item;
-  ++subItemCount;
-}
-
 void MXMLItem::UnlinkSubItem(MXMLItem* item) {
   if (item->previous)
     item->previous->next = item->next;
@@ -229,12 +200,6 @@ void MXMLItem::UnlinkSubItem(MXMLItem* item) {
   item->parent = item->previous = item->next = nullptr;
   indexSlot = IndexSlot();
   if (subItemCache == item) subItemCache = nullptr;
-}
-
-MXMLItem& MXMLItem::AddSubItem(const MString& itemName) {
-  auto* item = new MXMLItem(itemName);
-  LinkSubItem(item);
-  return *item;
 }
 
 MXMLItem& MXMLItem::AdoptSubItem(MXMLItem* item) {

@@ -24,6 +24,7 @@
 
 #include "foundation/containers/variant.h"
 #include "foundation/xml/xml_name.h"
+#include "foundation/xml/xml_pool.h"
 
 namespace kx {
 
@@ -103,8 +104,13 @@ class MXMLItem {
   MXMLAttribute& SetAttribute(const MXMLName& key, const MVariant& attributeValue);
   // Appends without looking for an existing one (readers of files).
   MXMLAttribute& AppendAttribute(const MXMLName& key, const MVariant& attributeValue);
-  // The same with an empty value, for readers that fill the value in place.
-  MXMLAttribute& AppendAttribute(const MXMLName& key);
+  // The same with an empty value, for readers that fill the value in place
+  // (in line: the MBX reader calls it for every attribute).
+  MXMLAttribute& AppendAttribute(const MXMLName& key) {
+    auto* attribute = new MXMLAttribute(key);
+    LinkAttribute(attribute);
+    return *attribute;
+  }
   // Unlinks and frees; false when there was none.
   bool RemoveAttribute(const MXMLName& key);
   void RemoveAllAttributes();
@@ -119,7 +125,11 @@ class MXMLItem {
   // The first subitem of that name, or null; touches no cache.
   MXMLItem* FindSubItem(const MXMLName& key) const;
   // A new item appended last.
-  MXMLItem& AddSubItem(const MString& itemName);
+  MXMLItem& AddSubItem(const MString& itemName) {
+    auto* item = new MXMLItem(itemName);
+    LinkSubItem(item);
+    return *item;
+  }
   // Appends an item made with `new`; the tree owns it from now on.
   MXMLItem& AdoptSubItem(MXMLItem* item);
   // Unlinks `item` (a subitem of this one) and frees it with its subtree.
@@ -175,10 +185,41 @@ class MXMLItem {
   void SaveFile(const MString& path, bool compress = false) const;
 
  private:
-  void LinkSubItem(MXMLItem* item);
+  void LinkSubItem(MXMLItem* item) {
+    item->parent = this;
+    item->previous = lastSubItem;
+    item->next = nullptr;
+    if (lastSubItem)
+      lastSubItem->next = item;
+    else
+      firstSubItem = item;
+    lastSubItem = item;
+    ++subItemCount;
+  }
   void UnlinkSubItem(MXMLItem* item);
-  void LinkAttribute(MXMLAttribute* attribute);
+  void LinkAttribute(MXMLAttribute* attribute) {
+    attribute->previous = lastAttribute;
+    attribute->next = nullptr;
+    if (lastAttribute)
+      lastAttribute->next = attribute;
+    else
+      firstAttribute = attribute;
+    lastAttribute = attribute;
+    ++attributeCount;
+  }
   void FreeContent();
 };
+
+// In line, so that a reader building many nodes takes each from the thread's
+// cache without a call.
+inline void* MXMLItem::operator new(size_t size) {
+  MNodePool& pool = XMLItemPool();
+  return size <= pool.NodeSize() ? pool.Allocate() : ::operator new(size);
+}
+
+inline void* MXMLAttribute::operator new(size_t size) {
+  MNodePool& pool = XMLAttributePool();
+  return size <= pool.NodeSize() ? pool.Allocate() : ::operator new(size);
+}
 
 }  // namespace kx

@@ -7,13 +7,6 @@
 #include "foundation/xml/xml_item.h"
 #include "foundation/core/never_destroyed.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define KX_POOL_POISONING 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KX_POOL_POISONING 1
-#endif
-#endif
 #ifdef KX_POOL_POISONING
 #include <sanitizer/asan_interface.h>
 // A free node keeps only its link word readable, so that a use after free of a
@@ -27,6 +20,8 @@
 
 namespace kx {
 
+constinit thread_local MThreadNodeCacheState threadNodeCaches = {};
+
 namespace {
 constexpr size_t kNodeAlignment = 16;
 // The nodes of a full batch. A thread's cache is two lists: `loaded`, which
@@ -36,25 +31,9 @@ constexpr size_t kNodeAlignment = 16;
 // from a single free list (a tree built after a clear lies as compactly as the
 // old one did). Moves take no walk along a list: a list walk would wait for each
 // node's memory in turn, and after a clear of a large tree that memory is cold.
-constexpr int32_t kBatch = 64;
+constexpr int32_t kBatch = MNodePool::kBatch;
 
-// One thread's caches, one per cache slot. Plain data, so that it stays readable
-// for the whole life of the thread, also after the guard below has run.
-struct MNodeCache {
-  MNodePool* pool;
-  MNodePool::FreeNode* loaded;
-  MNodePool::FreeNode* spare;  // a full batch, or null
-  int32_t count;               // nodes on `loaded`
-  int32_t synced;              // nodes of this cache as the pool last counted them
-};
-struct MThreadCacheState {
-  MNodeCache caches[MNodePool::kCacheSlots];
-  bool armed;  // the guard is built and will give the caches back
-  bool gone;   // given back at thread end: from now on the shared stack only
-};
-constinit thread_local MThreadCacheState threadCaches = {};
-
-inline int32_t CachedNodes(const MNodeCache& cache) { return cache.count + (cache.spare ? kBatch : 0); }
+inline int32_t CachedNodes(const MNodePool::Cache& cache) { return cache.count + (cache.spare ? kBatch : 0); }
 
 }  // namespace
 
@@ -62,8 +41,8 @@ inline int32_t CachedNodes(const MNodeCache& cache) { return cache.count + (cach
 // thread objects end before the statics: trees freed later use the shared stack.
 struct MThreadNodeCaches {
   ~MThreadNodeCaches() {
-    threadCaches.gone = true;
-    for (MNodeCache& cache : threadCaches.caches) {
+    threadNodeCaches.gone = true;
+    for (MNodePool::Cache& cache : threadNodeCaches.caches) {
       if (!cache.pool) continue;
       if (cache.spare) cache.pool->GiveBack(cache.spare, kBatch);
       if (cache.loaded) cache.pool->GiveBack(cache.loaded, cache.count);
@@ -78,7 +57,7 @@ namespace {
 void ArmThreadCaches() {
   static thread_local MThreadNodeCaches guard;
   (void)&guard;
-  threadCaches.armed = true;
+  threadNodeCaches.armed = true;
 }
 
 }  // namespace
@@ -161,9 +140,11 @@ void MNodePool::FreeShared(FreeNode* node) noexcept {
   KX_POISON(reinterpret_cast<char*>(node) + sizeof(FreeNode), nodeSize_ - sizeof(FreeNode));
 }
 
-void* MNodePool::Allocate() {
-  if (cacheSlot_ < 0 || threadCaches.gone) return AllocateShared();
-  MNodeCache& cache = threadCaches.caches[cacheSlot_];
+// Every case under the address sanitizer, else those that Allocate does not
+// take in line.
+void* MNodePool::AllocateSlow() {
+  if (cacheSlot_ < 0 || threadNodeCaches.gone) return AllocateShared();
+  MNodePool::Cache& cache = threadNodeCaches.caches[cacheSlot_];
   FreeNode* node = cache.loaded;
   if (!node) {
     if (!cache.spare) return RefillCache();
@@ -171,29 +152,23 @@ void* MNodePool::Allocate() {
     cache.spare = nullptr;
     cache.count = kBatch;
   }
-  cache.loaded = node->next;
-  // The next node is wanted soon, and after a clear its memory is cold: fetch
-  // all of it for writing while the caller fills this one.
-  if (FreeNode* next = cache.loaded) {
-    const char* line = reinterpret_cast<const char*>(next);
-    for (size_t at = 0; at < nodeSize_; at += 64) __builtin_prefetch(line + at, 1);
-  }
-  --cache.count;
+  TakeLoaded(cache, node);
   KX_UNPOISON(node, nodeSize_);
   return node;
 }
 
+
 void MNodePool::Free(void* storage) noexcept {
   if (!storage) return;
   auto* node = static_cast<FreeNode*>(storage);
-  if (cacheSlot_ < 0 || threadCaches.gone) {
+  if (cacheSlot_ < 0 || threadNodeCaches.gone) {
     FreeShared(node);
     return;
   }
-  MNodeCache& cache = threadCaches.caches[cacheSlot_];
+  MNodePool::Cache& cache = threadNodeCaches.caches[cacheSlot_];
   if (!cache.pool) {
     // A thread that only frees must give its nodes back at its end as well.
-    if (!threadCaches.armed) ArmThreadCaches();
+    if (!threadNodeCaches.armed) ArmThreadCaches();
     cache.pool = this;
   }
   if (cache.count == kBatch) {
@@ -212,8 +187,8 @@ void MNodePool::Free(void* storage) noexcept {
 // The cache is empty: the top batch of the stack becomes `loaded`, and its first
 // node is the caller's.
 void* MNodePool::RefillCache() {
-  if (!threadCaches.armed) ArmThreadCaches();
-  MNodeCache& cache = threadCaches.caches[cacheSlot_];
+  if (!threadNodeCaches.armed) ArmThreadCaches();
+  MNodePool::Cache& cache = threadNodeCaches.caches[cacheSlot_];
   cache.pool = this;
   MGlobalLock hold;
   if (!batches_) AddChunk();
@@ -230,15 +205,15 @@ void* MNodePool::RefillCache() {
 
 // A batch of this thread's cache goes on top of the shared stack.
 void MNodePool::GiveBack(FreeNode* batch, int32_t count) noexcept {
-  if (!threadCaches.armed && !threadCaches.gone) ArmThreadCaches();
-  MNodeCache& cache = threadCaches.caches[cacheSlot_];
+  if (!threadNodeCaches.armed && !threadNodeCaches.gone) ArmThreadCaches();
+  MNodePool::Cache& cache = threadNodeCaches.caches[cacheSlot_];
   cache.pool = this;
   MGlobalLock hold;
   PushBatch(batch, count);
   sharedFree_ += count;
   // The cache holds what it held, less this batch (called before the cache's own
   // fields change, or after they were cleared at thread end).
-  int32_t now = threadCaches.gone ? 0 : CachedNodes(cache) - count;
+  int32_t now = threadNodeCaches.gone ? 0 : CachedNodes(cache) - count;
   cached_ += now - cache.synced;
   cache.synced = now;
 }
@@ -246,7 +221,7 @@ void MNodePool::GiveBack(FreeNode* batch, int32_t count) noexcept {
 int64_t MNodePool::LiveNodes() const {
   int64_t mine = 0;
   if (cacheSlot_ >= 0) {
-    const MNodeCache& cache = threadCaches.caches[cacheSlot_];
+    const MNodePool::Cache& cache = threadNodeCaches.caches[cacheSlot_];
     mine = CachedNodes(cache) - cache.synced;  // this thread's moves since its last batch
   }
   MGlobalLock hold;
@@ -294,8 +269,6 @@ void FreeNode(MNodePool& pool, void* node, size_t size) noexcept {
 
 }  // namespace
 
-void* MXMLItem::operator new(size_t size) { return AllocateNode(XMLItemPool(), size); }
-
 void MXMLItem::operator delete(void* node, size_t size) noexcept {
   FreeNode(XMLItemPool(), node, size);
 }
@@ -305,8 +278,6 @@ void* MVariant::Buffer::operator new(size_t size) { return AllocateNode(BufferRe
 void MVariant::Buffer::operator delete(void* record, size_t size) noexcept {
   FreeNode(BufferRecordPool(), record, size);
 }
-
-void* MXMLAttribute::operator new(size_t size) { return AllocateNode(XMLAttributePool(), size); }
 
 void MXMLAttribute::operator delete(void* node, size_t size) noexcept {
   FreeNode(XMLAttributePool(), node, size);
