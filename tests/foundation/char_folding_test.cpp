@@ -17,8 +17,7 @@ namespace {
 const char kUnicodeData[] = "/usr/share/unicode/UnicodeData.txt";
 
 struct Record {
-  std::string name;
-  std::string decomposition;
+  std::string name, decomposition;
 };
 
 std::map<unsigned, Record> ReadUnicodeData(std::ifstream& in) {
@@ -85,8 +84,7 @@ TEST(CharFoldingTest, TableAgreesWithTheCharacterDatabase) {
 
 TEST(CharFoldingTest, FoldAndNarrow) {
   struct Case {
-    MChar unit;
-    MChar folded;
+    MChar unit, folded;
     unsigned char narrowed;
   };
   const Case cases[] = {

@@ -104,9 +104,8 @@ TEST(HashStream, SeededResetAndDigestOutput) {
 TEST(HashStream, UseBeforeResetOrAfterFinishFails) {
   MHashStream hash;
   for (int round = 0; round < 2; ++round) {
-    MException e = Failure([&] { hash.Write("x", 1); });
-    EXPECT_EQ(ToStd(e.message), "Cryptographic hash stream has not been initialized.");
-    EXPECT_EQ(e.code, 258u);
+    ExpectFailure([&] { hash.Write("x", 1); },
+                  "Cryptographic hash stream has not been initialized.", 258);
     hash.Reset();
     hash.Finish();
   }

@@ -38,10 +38,9 @@ TEST(PathTextTest, JoinPath) {
       {"/a/b", "..x", "/a/b/..x"},
       {"/a/b", "/../c", "/a/c"},
   };
-  for (const JoinCase& c : cases) {
-    SCOPED_TRACE(std::string(c.base) + " + " + c.relative);
-    EXPECT_EQ(ToStd(JoinPath(MString(c.base), MString(c.relative))), c.expected);
-  }
+  for (const JoinCase& c : cases)
+    EXPECT_EQ(ToStd(JoinPath(MString(c.base), MString(c.relative))), c.expected)
+        << c.base << " + " << c.relative;
 }
 
 // Names from outside that are joined below a folder of ours: relative, and no
@@ -83,10 +82,7 @@ TEST(PathTextTest, PartsOfAPath) {
 TEST(PathTextTest, SystemFormKeepsEveryByteOfAName) {
   // "\" is a character of a name on Linux; a Latin-1 byte is not valid UTF-8.
   const std::string names[] = {"back\\slash", "caf\xC3\xA9", "raw\xE9\xFF byte"};
-  for (const std::string& name : names) {
-    SCOPED_TRACE(name);
-    EXPECT_EQ(ToSystem(FromSystem(name)), name);
-  }
+  for (const std::string& name : names) EXPECT_EQ(ToSystem(FromSystem(name)), name);
   EXPECT_EQ(FromSystem("caf\xC3\xA9")[3], MChar(0xE9));
 }
 

@@ -39,8 +39,7 @@ std::string WriteLines(MCodec& codec, const std::vector<MString>& lines, int32_t
 }
 
 struct Layout {
-  int32_t writerBuffer;
-  int32_t readerBuffer;
+  int32_t writerBuffer, readerBuffer;
   int64_t piece;  // bytes a Read of the source hands out at most
 };
 

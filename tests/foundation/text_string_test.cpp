@@ -56,8 +56,7 @@ TEST(MStringTest, CopiesMutatedOnTwoThreadsStayIndependent) {
       if (copy.Length() != 101 || copy[0] != mark || copy[100] != mark) ADD_FAILURE();
     }
   };
-  std::thread first(work, u'1');
-  std::thread second(work, u'2');
+  std::thread first(work, u'1'), second(work, u'2');
   first.join();
   second.join();
   EXPECT_EQ(original, Units<MString>(100));
@@ -65,8 +64,7 @@ TEST(MStringTest, CopiesMutatedOnTwoThreadsStayIndependent) {
 
 TEST(MStringTest, CompareFoldsCaseAndAccents) {
   struct Case {
-    MString a;
-    MString b;
+    MString a, b;
     bool equalNoCase;
   };
   const Case cases[] = {
@@ -137,10 +135,7 @@ TEST(MStringTest, EditingOperations) {
       {"to lower", [] { MString s("Mix UP 9"); s.ToLower(); return s; }, "mix up 9"},
       {"append itself", [] { MString s = Units<MString>(40); s.Append(s); return s.Mid(38, 4); }, "mnab"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(ToStd(c.edit()), c.expected);
-  }
+  for (const Case& c : cases) EXPECT_EQ(ToStd(c.edit()), c.expected) << c.what;
 }
 
 TEST(MStringTest, ByteConversions) {
