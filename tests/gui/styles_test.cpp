@@ -32,9 +32,8 @@ TEST_F(StylesTest, NeonFromTheProgramHasEveryElement) {
        {"window", "panel", "control", "display", "editor", "edit", "value", "selector", "menu",
         "button", "captionbutton", "radiobutton", "checkbox", "controlcheckbox", "tracker",
         "vtracker", "progressbar", "knob", "rotator", "hscrollbar", "vscrollbar", "tabset",
-        "menubar", "listcontrol", "treecontrol", "splitter"}) {
+        "menubar", "listcontrol", "treecontrol", "splitter"})
     EXPECT_NE(style->FindElement(name), nullptr) << name;
-  }
   EXPECT_EQ(style->GetMetric(StyleMetricIndex("AutoColorInvertLimit")), 128);  // 0 in the file
   EXPECT_TRUE(style->GetFont(0).IsLoaded());
   // Every part painting in every state is seen on the contact sheet's test.
