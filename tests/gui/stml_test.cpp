@@ -149,8 +149,7 @@ MTestSandbox* StmlLayout::sandbox_ = nullptr;
 MTexturedStyle* StmlLayout::styles_[2] = {};
 
 struct Measured {
-  int32_t height = 0;
-  int32_t lines = 0;
+  int32_t height = 0, lines = 0;
 };
 
 // Lines of all paragraphs, also inside tables; checks that wrapped lines fit.

@@ -3,6 +3,7 @@
 // and oversampling.
 #include <gtest/gtest.h>
 
+#include "control_test_support.h"
 #include "foundation/core/run_state.h"
 #include "foundation/resources/resource_library.h"
 #include "foundation/resources/resource_small_writer.h"
@@ -81,9 +82,7 @@ TEST(StyleSettings, ResizeBelowATenthResetsAndScalesOtherwise) {
     settings.Read(item);
     EXPECT_EQ(settings.resize, want) << resize;
   }
-  MStyleSettings big;
-  big.resize = 2.0;
-  auto style = MTexturedStyles::LoadStyle(big);
+  auto style = NeonAt(2.0);
   EXPECT_EQ(style->ScaleX(10), 20);
   EXPECT_EQ(style->GetMetric(StyleMetricIndex("DefaultListBoxItemHeight")), 40);
 }

@@ -6,7 +6,6 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <numbers>

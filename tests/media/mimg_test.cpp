@@ -5,7 +5,6 @@
 #include <cstring>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "foundation/streams/memory_stream.h"
 #include "media/bitmap/bitmap.h"
