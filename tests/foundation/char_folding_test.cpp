@@ -93,9 +93,8 @@ TEST(CharFoldingTest, FoldAndNarrow) {
       {0x4E01, 0x4E01, 1},  {0x20AC, 0x20AC, 0xAC},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(static_cast<int>(c.unit));
-    EXPECT_EQ(static_cast<int>(FoldUnit(c.unit)), static_cast<int>(c.folded));
-    EXPECT_EQ(NarrowUnit(c.unit), c.narrowed);
+    EXPECT_EQ(static_cast<int>(FoldUnit(c.unit)), static_cast<int>(c.folded)) << int{c.unit};
+    EXPECT_EQ(NarrowUnit(c.unit), c.narrowed) << int{c.unit};
   }
 }
 

@@ -61,9 +61,8 @@ TEST(Utf8CodecTest, RoundTripsEveryLength) {
   };
   MCodec& codec = GetUTF8Codec();
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(Encoded(codec, MString(c.units)), c.bytes);
-    EXPECT_EQ(Decoded(codec, c.bytes), c.units);
+    EXPECT_EQ(Encoded(codec, MString(c.units)), c.bytes) << c.what;
+    EXPECT_EQ(Decoded(codec, c.bytes), c.units) << c.what;
   }
 }
 

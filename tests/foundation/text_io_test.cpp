@@ -83,21 +83,6 @@ TEST(MTextReaderTest, OneByteBufferNeverReadsAheadOfTheLine) {
   EXPECT_STREQ(body, "body");
 }
 
-TEST(MTextReaderTest, CodecSwitchTakesTheBufferedBytesAlong) {
-  std::string text = "<?xml encoding=\"windows-1252\"?>\n\x80 \xE9\nnext\n";
-  MConstMemoryStream stream(text.data(), static_cast<int64_t>(text.size()));
-  MTextReader reader(stream, GetUTF8Codec());
-  MString line;
-  ASSERT_TRUE(reader.ReadLine(line));
-  EXPECT_EQ(stream.GetPosition(), static_cast<int64_t>(text.size()));  // all of it is buffered
-  reader.SetCodec(GetCodec("windows-1252"));
-  ASSERT_TRUE(reader.ReadLine(line));
-  EXPECT_EQ(line.ToU16(), u"\u20AC \u00E9");
-  ASSERT_TRUE(reader.ReadLine(line));
-  EXPECT_EQ(ToStd(line), "next");
-  EXPECT_FALSE(reader.ReadLine(line));
-}
-
 TEST(MTextWriterTest, BuffersAndHandsOverTheRestAtTheEnd) {
   PieceStream target;
   MString longLine;

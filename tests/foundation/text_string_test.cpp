@@ -74,9 +74,8 @@ TEST(MStringTest, CompareFoldsCaseAndAccents) {
       {u"Ærø", "aero", false},  // Æ is a letter of its own, not an accented A
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.a.ToUTF8String());
-    EXPECT_EQ(c.a.Compare(c.b) == 0, c.equalNoCase);
-    EXPECT_EQ(c.a.EqualsNoCase(c.b), c.equalNoCase);
+    EXPECT_EQ(c.a.Compare(c.b) == 0, c.equalNoCase) << ToStd(c.a);
+    EXPECT_EQ(c.a.EqualsNoCase(c.b), c.equalNoCase) << ToStd(c.a);
   }
   EXPECT_NE(MString("File").CompareCase("FILE"), 0);
   EXPECT_EQ(MString("abc").Compare("ABD"), 'c' - 'd');

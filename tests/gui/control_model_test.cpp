@@ -196,10 +196,8 @@ TEST(ControlModel, ARepaintPaintsOnlyWhatItTouches) {
   b.Repaint();
   host.Advance(20);
   ASSERT_EQ(window->UpdateList().size(), 2u);  // the window under b, then b
-  for (const MRect& r : window->UpdateList()) {
-    EXPECT_EQ(r.top, b.ClipRect.top);
-    EXPECT_EQ(r.bottom, b.ClipRect.bottom);
-  }
+  for (const MRect& r : window->UpdateList())
+    EXPECT_EQ(std::pair(r.top, r.bottom), std::pair(b.ClipRect.top, b.ClipRect.bottom));
   // A hidden control asks for nothing; a part of a shown one for that part.
   window->Set(MControlFlag::kWindowNeedsRepaint, false);
   window->WindowInvalidRect = MRect{};
@@ -207,8 +205,8 @@ TEST(ControlModel, ARepaintPaintsOnlyWhatItTouches) {
   EXPECT_FALSE(window->Has(MControlFlag::kWindowNeedsRepaint));
   ById(*window, "a").Repaint({2, 3, 10, 12});
   EXPECT_TRUE(window->Has(MControlFlag::kWindowNeedsRepaint));
-  EXPECT_EQ(window->WindowInvalidRect.left, 2);
-  EXPECT_EQ(window->WindowInvalidRect.bottom, 12);
+  const MRect& invalid = window->WindowInvalidRect;
+  EXPECT_EQ(std::pair(invalid.left, invalid.bottom), std::pair(2, 12));
 }
 
 }  // namespace
