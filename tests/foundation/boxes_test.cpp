@@ -12,13 +12,8 @@
 namespace kx {
 namespace {
 
-struct StripCase {
-  const char* markup;
-  const char* plain;
-};
-
 TEST(StripMarkupTest, GivesThePlainText) {
-  const StripCase cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"<b>Could not rewrite file</b><p><p singleline=1>/a/b<p>x</p>y", "Could not rewrite file\n\n/a/b\nxy"},
       {"<cgreen>yes</cgreen> <cred>no</cred><p/>", "yes no\n"},
       {"<pre>not a paragraph</pre><param>", "not a paragraph"},
@@ -27,7 +22,8 @@ TEST(StripMarkupTest, GivesThePlainText) {
       {"a < b, open <tag", "a < b, open <tag"},
       {"Grüße<p>", "Grüße\n"},
   };
-  for (const auto& c : cases) EXPECT_EQ(ToStd(StripMarkup(MString::FromUTF8(c.markup))), c.plain) << c.markup;
+  for (const auto& [markup, plain] : cases)
+    EXPECT_EQ(ToStd(StripMarkup(MString::FromUTF8(markup))), plain) << markup;
 }
 
 // Runs `ask` on a console host whose input holds `typed`; gives the answer and

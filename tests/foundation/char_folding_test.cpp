@@ -17,8 +17,7 @@ namespace {
 const char kUnicodeData[] = "/usr/share/unicode/UnicodeData.txt";
 
 struct Record {
-  std::string name;
-  std::string decomposition;
+  std::string name, decomposition;
 };
 
 std::map<unsigned, Record> ReadUnicodeData(std::ifstream& in) {
@@ -85,8 +84,7 @@ TEST(CharFoldingTest, TableAgreesWithTheCharacterDatabase) {
 
 TEST(CharFoldingTest, FoldAndNarrow) {
   struct Case {
-    MChar unit;
-    MChar folded;
+    MChar unit, folded;
     unsigned char narrowed;
   };
   const Case cases[] = {
@@ -95,9 +93,8 @@ TEST(CharFoldingTest, FoldAndNarrow) {
       {0x4E01, 0x4E01, 1},  {0x20AC, 0x20AC, 0xAC},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(static_cast<int>(c.unit));
-    EXPECT_EQ(static_cast<int>(FoldUnit(c.unit)), static_cast<int>(c.folded));
-    EXPECT_EQ(NarrowUnit(c.unit), c.narrowed);
+    EXPECT_EQ(static_cast<int>(FoldUnit(c.unit)), static_cast<int>(c.folded)) << int{c.unit};
+    EXPECT_EQ(NarrowUnit(c.unit), c.narrowed) << int{c.unit};
   }
 }
 

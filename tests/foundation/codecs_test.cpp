@@ -61,9 +61,8 @@ TEST(Utf8CodecTest, RoundTripsEveryLength) {
   };
   MCodec& codec = GetUTF8Codec();
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(Encoded(codec, MString(c.units)), c.bytes);
-    EXPECT_EQ(Decoded(codec, c.bytes), c.units);
+    EXPECT_EQ(Encoded(codec, MString(c.units)), c.bytes) << c.what;
+    EXPECT_EQ(Decoded(codec, c.bytes), c.units) << c.what;
   }
 }
 
@@ -133,10 +132,7 @@ TEST(Utf8CodecTest, DecodePassesTruncatedAndMalformedSequencesRaw) {
        Raw(0xF4) + Raw(0x90) + Raw(0x80) + Raw(0x80)},
       {"byte order mark is kept", Bytes({0xEF, 0xBB, 0xBF, 'u'}), u"\uFEFFu"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(Decoded(GetUTF8Codec(), c.bytes), c.units);
-  }
+  for (const auto& c : cases) EXPECT_EQ(Decoded(GetUTF8Codec(), c.bytes), c.units) << c.what;
 }
 
 // ---------------------------------------------------------------- ReadLine through a reader
@@ -185,10 +181,9 @@ TEST_P(ReadLineBufferTest, LinesOfEachCodec) {
       {"Shift_JIS", "double-byte charset", Bytes({'x', 0x82, 0xA0, 0x82, '\r', '\n', 0x83, 0x5C}),
        {u"x\u3042\uFFFD", u"\u30BD"}},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.codec) + ": " + c.what);
-    EXPECT_EQ(ReadAllLines(GetCodec(c.codec), c.bytes, GetParam()), c.lines);
-  }
+  for (const auto& c : cases)
+    EXPECT_EQ(ReadAllLines(GetCodec(c.codec), c.bytes, GetParam()), c.lines)
+        << c.codec << ": " << c.what;
 }
 
 INSTANTIATE_TEST_SUITE_P(BufferSizes, ReadLineBufferTest, ::testing::Values(1, 2, 3, 7, 1024));
@@ -338,19 +333,12 @@ TEST(CharsetCodecTest, EveryCharsetReadsAndWritesAsTheSystemConverter) {
 }
 
 TEST(GetCodecTest, FindsByNameAndAliasIgnoringCase) {
-  struct Case {
-    const char* name;
-    const char* codec;
-  };
-  const std::vector<Case> cases = {
+  const std::pair<const char*, const char*> cases[] = {
       {"", ""},         {"Utf8", "utf-8"},         {"UTF-16", "utf-16"}, {"WINDOWS-1251", "windows-1251"},
       {"LATIN1", "ISO-8859-1"}, {"Latin-9", "ISO-8859-15"}, {"866", "IBM866"}, {"mac", "macintosh"},
       {"us-ascii", "US-ASCII"}, {"SHIFT_JIS", "Shift_JIS"}, {"gb2312", "GBK"}, {"BIG5", "Big5"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    EXPECT_STREQ(GetCodec(c.name).GetName(), c.codec);
-  }
+  for (const auto& [name, codec] : cases) EXPECT_STREQ(GetCodec(name).GetName(), codec) << name;
   for (const MCharsetDefinition* definition : AllDefinitions())
     for (const char* const* alias = definition->aliases; *alias; ++alias)
       EXPECT_STREQ(GetCodec(*alias).GetName(), definition->name) << *alias;

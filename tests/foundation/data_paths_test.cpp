@@ -55,9 +55,7 @@ class FolderTableTest : public DataPathsTest, public ::testing::WithParamInterfa
 TEST_P(FolderTableTest, MapsEveryEntryToItsNearestUserFolder) {
   const TableCase& c = GetParam();
   std::string home = sandbox.Home().string();
-  std::string config = home + "/.config";
-  std::string data = home + "/.local/share";
-  std::string temp = "/tmp";
+  std::string config = home + "/.config", data = home + "/.local/share", temp = "/tmp";
   if (c.xdgVariables) {
     config = (sandbox.Root() / "cfg").string();
     data = (sandbox.Root() / "xdata").string();
@@ -66,9 +64,7 @@ TEST_P(FolderTableTest, MapsEveryEntryToItsNearestUserFolder) {
     ::setenv("XDG_DATA_HOME", data.c_str(), 1);
     ::setenv("TMPDIR", temp.c_str(), 1);
   } else {
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::unsetenv("XDG_DATA_HOME");
-    ::unsetenv("TMPDIR");
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) ::unsetenv(name);
   }
   std::map<int, std::string> user = {
       {kFolderUserDocuments, home + "/Documents"}, {kFolderUserDesktop, home + "/Desktop"},
@@ -91,27 +87,18 @@ TEST_P(FolderTableTest, MapsEveryEntryToItsNearestUserFolder) {
   }
 
   const std::map<int, std::string> expected = {
-      {kFolderData, data + "/Vorlund"},
-      {kFolderUserData, config + "/Vorlund"},
-      {kFolderUser, home},
-      {kFolderDocuments, user[kFolderUserDocuments]},
+      {kFolderData, data + "/Vorlund"}, {kFolderUserData, config + "/Vorlund"},
+      {kFolderUser, home}, {kFolderDocuments, user[kFolderUserDocuments]},
       {kFolderUserDocuments, user[kFolderUserDocuments]},
-      {kFolderProgramFiles, home + "/.local/lib"},
-      {kFolderComponents, home + "/.local/lib"},
-      {kFolderStartMenu, data + "/applications"},
-      {kFolderUserStartMenu, data + "/applications"},
+      {kFolderProgramFiles, home + "/.local/lib"}, {kFolderComponents, home + "/.local/lib"},
+      {kFolderStartMenu, data + "/applications"}, {kFolderUserStartMenu, data + "/applications"},
       {kFolderStartMenuPrograms, data + "/applications"},
       {kFolderUserStartMenuPrograms, data + "/applications"},
-      {kFolderDesktop, user[kFolderUserDesktop]},
-      {kFolderUserDesktop, user[kFolderUserDesktop]},
-      {kFolderSystem, "/usr"},
-      {kFolderLib, data + "/Vorlund/LIB"},
-      {kFolderFonts, data + "/fonts"},
-      {kFolderDownload, user[kFolderDownload]},
-      {kFolderMyMusic, user[kFolderMyMusic]},
-      {kFolderMyVideo, user[kFolderMyVideo]},
-      {kFolderMyPictures, user[kFolderMyPictures]},
-      {kFolderTemp, temp},
+      {kFolderDesktop, user[kFolderUserDesktop]}, {kFolderUserDesktop, user[kFolderUserDesktop]},
+      {kFolderSystem, "/usr"}, {kFolderLib, data + "/Vorlund/LIB"},
+      {kFolderFonts, data + "/fonts"}, {kFolderDownload, user[kFolderDownload]},
+      {kFolderMyMusic, user[kFolderMyMusic]}, {kFolderMyVideo, user[kFolderMyVideo]},
+      {kFolderMyPictures, user[kFolderMyPictures]}, {kFolderTemp, temp},
       {kFolderLogs, config + "/Vorlund/!temp"},
   };
   ASSERT_EQ(expected.size(), static_cast<size_t>(kFolderCount));

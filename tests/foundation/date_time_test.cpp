@@ -17,19 +17,13 @@ TEST(MDateTimeTest, TextForm) {
 }
 
 TEST(MDateTimeTest, ParsesTrimmedText) {
-  struct Case {
-    const char* text;
-    MDateTime expected;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, MDateTime> cases[] = {
       {"1980-01-01 00:00:00", MDateTime()},
       {"  2021-03-04 05:06:07.89 \r\n", {2021, 3, 4, 5, 6, 7, 89}},
       {"2021-3-4  5:6:7", {2021, 3, 4, 5, 6, 7, 0}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.text);
-    EXPECT_EQ(MDateTime::FromString(c.text), c.expected);
-  }
+  for (const auto& [text, expected] : cases)
+    EXPECT_EQ(MDateTime::FromString(text), expected) << text;
 }
 
 TEST(MDateTimeTest, UnreadableTextThrows) {

@@ -40,13 +40,11 @@ class MEventTest : public ::testing::Test {
   void SetUp() override { Drain(); }
   void TearDown() override { Drain(); }
   static void Drain() {
-    while (ExecuteAllPending() > 0) {
-    }
+    while (ExecuteAllPending() > 0) continue;
   }
 
   std::vector<std::string> log;
-  Recorder a{&log, "a"};
-  Recorder b{&log, "b"};
+  Recorder a{&log, "a"}, b{&log, "b"};
 };
 
 TEST_F(MEventTest, ThreePostsGiveThreeRoundsInOrder) {
@@ -157,8 +155,7 @@ struct Collector {
 };
 
 TEST_F(MEventTest, PostsFromManyThreadsAllArriveInOrderPerThread) {
-  constexpr int kThreads = 4;
-  constexpr int kPosts = 500;
+  constexpr int kThreads = 4, kPosts = 500;
   MEvent<int> event;
   Collector collector;
   event.Add(&collector, &Collector::Take);
@@ -167,16 +164,12 @@ TEST_F(MEventTest, PostsFromManyThreadsAllArriveInOrderPerThread) {
     posters.emplace_back([&event, t] {
       for (int i = 0; i < kPosts; ++i) event.Post(t * kPosts + i);
     });
-  while (collector.values.size() < static_cast<size_t>(kThreads * kPosts)) {
+  while (collector.values.size() < static_cast<size_t>(kThreads * kPosts))
     if (ExecuteAllPending() == 0) std::this_thread::yield();
-  }
   for (std::thread& poster : posters) poster.join();
   std::vector<int> next(kThreads, 0);
-  for (int value : collector.values) {
-    int thread = value / kPosts;
-    ASSERT_EQ(value % kPosts, next[thread]) << "thread " << thread;
-    ++next[thread];
-  }
+  for (int value : collector.values)
+    ASSERT_EQ(value % kPosts, next[value / kPosts]++) << "thread " << value / kPosts;
   EXPECT_EQ(ExecuteAllPending(), 0);
 }
 

@@ -55,15 +55,10 @@ class ExecuteTest : public FileTestBase {
 
 TEST_F(ExecuteTest, ExitCodesAndFailures) {
   MString shell("/bin/sh");
-  struct Case {
-    const char* script;
-    int exitCode;
-  };
-  const Case cases[] = {{"exit 7", 7}, {"exit 255", 255}, {"kill -9 $$", 128 + 9}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.script);
-    MArray<MString> parameters = ShellScript(c.script);
-    EXPECT_EQ(MFile::Execute(shell, &parameters, MString(), true), c.exitCode);
+  for (auto [script, exitCode] :
+       {std::pair{"exit 7", 7}, {"exit 255", 255}, {"kill -9 $$", 128 + 9}}) {
+    MArray<MString> parameters = ShellScript(script);
+    EXPECT_EQ(MFile::Execute(shell, &parameters, MString(), true), exitCode) << script;
   }
 
   MArray<MString> none;

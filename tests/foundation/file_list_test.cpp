@@ -83,9 +83,7 @@ TEST_F(FileListTest, RecursedListingOrderAndRelativePaths) {
 
 TEST_F(FileListTest, UnreadableSubfolderIsSkipped) {
   if (IgnoresPermissions()) GTEST_SKIP() << "privileged process: every folder can be read";
-  WriteFile("root/a/one", "");
-  WriteFile("root/b/two", "");
-  WriteFile("root/c/three", "");
+  for (const char* path : {"root/a/one", "root/b/two", "root/c/three"}) WriteFile(path, "");
   fs::permissions(Native("root/b"), fs::perms::none);
   MArray<MString> result;
   MFile::GetFileListRecursed(Path("root"), result);

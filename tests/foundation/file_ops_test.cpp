@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "support/file_test_support.h"
 #include "foundation/files/file_time.h"
@@ -28,12 +29,11 @@ TEST_F(MFileTest, TestsOfExistence) {
   const Case cases[] = {
       {"d/", true, true, false}, {"d/file/", true, false, true}, {"d/dangling", false, false, false},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.path);
-    EXPECT_EQ(MFile::Exists(Path(c.path)), c.exists);
-    EXPECT_EQ(MFile::IsDirectory(Path(c.path)), c.directory);
-    EXPECT_EQ(MFile::IsFile(Path(c.path)), c.file);
-  }
+  for (const Case& c : cases)
+    EXPECT_EQ(std::tuple(MFile::Exists(Path(c.path)), MFile::IsDirectory(Path(c.path)),
+                         MFile::IsFile(Path(c.path))),
+              std::tuple(c.exists, c.directory, c.file))
+        << c.path;
   EXPECT_TRUE(MFile::IsInstalledHere(Path("d")));
   EXPECT_FALSE(MFile::IsInstalledHere(Path("d/file")));
 }
@@ -134,8 +134,8 @@ TEST(FileTimeTest, ConversionOfSecondsSince1970) {
     SCOPED_TRACE(c.seconds);
     EXPECT_EQ(ToDateTime(platform::FileTime{c.seconds, c.nanoseconds}), c.time);
     platform::FileTime back = ToFileTime(c.time);
-    EXPECT_EQ(back.seconds, c.seconds);
-    EXPECT_EQ(back.nanoseconds, c.nanoseconds / 1000000 * 1000000);
+    EXPECT_EQ(std::pair(back.seconds, back.nanoseconds),
+              std::pair(c.seconds, c.nanoseconds / 1000000 * 1000000));
   }
   EXPECT_EQ(MessageOf([] { ToDateTime(platform::FileTime{253402300800, 0}); }),
             "Could not set system times to 253402300800.");
@@ -167,8 +167,7 @@ TEST_F(MFileTest, TimesRoundTripAndTravelWithCopy) {
   ASSERT_EQ(platform::GetFileStatus(Native("fresh").string(), true, source), 0);
   MFile::Copy(Path("fresh"), Path("copy"));
   ASSERT_EQ(platform::GetFileStatus(Native("copy").string(), true, copy), 0);
-  EXPECT_EQ(copy.written, source.written);
-  EXPECT_EQ(copy.accessed, source.accessed);
+  EXPECT_EQ(std::pair(copy.written, copy.accessed), std::pair(source.written, source.accessed));
   EXPECT_EQ(ReadFileBytes(Native("copy")), std::string(200000, 'x'));
 
   MDateTime time;

@@ -42,11 +42,9 @@ TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
        "existing.\nError: \"Is a directory\"."},
   };
   for (const auto& c : cases) {
-    MException e = Failure([&] { MFileStream stream(PathText(c.path), c.mode); });
     std::string expected = c.message;
     expected.replace(expected.find("{0}"), 3, c.path.string());
-    EXPECT_EQ(ToStd(e.message), expected);
-    EXPECT_EQ(e.code, 257u);
+    ExpectFailure([&] { MFileStream stream(PathText(c.path), c.mode); }, expected, 257);
   }
   EXPECT_TRUE(fs::is_directory(Native("folder")));  // creation never removes a folder
   MException empty = Failure([] { MFileStream stream(MString(""), MFileStream::kModeRead); });
@@ -60,11 +58,7 @@ TEST_F(FileStreamTest, ClosedStreamSaysItIsNotInitialized) {
       [&] { stream.Read(&byte, 1); }, [&] { stream.Write(&byte, 1); }, [&] { stream.Seek(0, kSeekBegin); },
       [&] { stream.GetSize(); },
   };
-  for (const auto& call : calls) {
-    MException e = Failure(call);
-    EXPECT_EQ(ToStd(e.message), "File stream is not initialized.");
-    EXPECT_EQ(e.code, 258u);
-  }
+  for (const auto& call : calls) ExpectFailure(call, "File stream is not initialized.", 258);
   EXPECT_FALSE(stream.IsOpen());
 }
 
@@ -90,10 +84,10 @@ TEST_F(FileStreamTest, CreateReplacesAndReadsBackWhatWasWritten) {
   MFileStream reader(Path("data.bin"), MFileStream::kModeRead);
   char buffer[10];
   EXPECT_EQ(reader.Read(buffer, 10), 3);  // short at the end, no failure
-  MException e = Failure([&] { reader.Write("z", 1); });
-  EXPECT_EQ(ToStd(e.message), "Error writing to file \"" + Native("data.bin").string() +
-                                  "\", error \"Bad file descriptor\".");
-  EXPECT_EQ(e.code, 256u);
+  ExpectFailure([&] { reader.Write("z", 1); },
+                "Error writing to file \"" + Native("data.bin").string() +
+                    "\", error \"Bad file descriptor\".",
+                256);
 }
 
 TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
@@ -114,10 +108,10 @@ TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
 TEST_F(FileStreamTest, SeekBeforeTheStartFails) {
   WriteFile("s.bin", "abc");
   MFileStream stream(Path("s.bin"), MFileStream::kModeRead);
-  MException e = Failure([&] { stream.Seek(-10, kSeekBegin); });
-  EXPECT_EQ(ToStd(e.message),
-            "Error performing seek \"" + Native("s.bin").string() + "\", error \"Invalid argument\".");
-  EXPECT_EQ(e.code, 256u);
+  ExpectFailure([&] { stream.Seek(-10, kSeekBegin); },
+                "Error performing seek \"" + Native("s.bin").string() +
+                    "\", error \"Invalid argument\".",
+                256);
   EXPECT_EQ(stream.Seek(1, kSeekEnd), 4);  // past the end is allowed, as in the C library
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "foundation/core/exception.h"
@@ -114,12 +115,8 @@ TEST(MScanTest, ExtractsStringsAndNarrowIntegersInOrder) {
   int8_t patch = 0;
   MScan("{0}: {1}.{2}.{3} {4}", "Kitvault: 2.10.-3 extra words") >> name >> major >> minor >>
       patch >> rest;
-  EXPECT_EQ(ToStd(name), "Kitvault");
-  EXPECT_EQ(major, 2);
-  EXPECT_EQ(minor, 10);
-  EXPECT_EQ(patch, -3);
-  EXPECT_EQ(ToStd(rest), "extra words");
-
+  EXPECT_EQ(std::tuple(ToStd(name), major, minor, patch, ToStd(rest)),
+            std::tuple("Kitvault", 2, 10, -3, "extra words"));
   EXPECT_THROW(MScan("{0", "1"), MException);
 }
 

@@ -30,9 +30,8 @@ std::string Hex(const uint8_t* bytes, int size) {
 std::string Md5(const std::string& data, size_t piece = SIZE_MAX) {
   MHashStream hash;
   hash.Reset();
-  for (size_t at = 0; at < data.size(); at += piece) {
+  for (size_t at = 0; at < data.size(); at += piece)
     hash.Write(data.data() + at, static_cast<int64_t>(std::min(piece, data.size() - at)));
-  }
   hash.Finish();
   return Hex(hash.Digest(), MHashStream::kDigestSize);
 }
@@ -50,11 +49,9 @@ TEST(HashStream, TestSuiteOfTheMd5Definition) {
       {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
        "57edf4a22be3c955ac49da2e2107b67a"},
   };
-  for (const auto& c : cases) {
-    for (size_t piece : {size_t{1}, size_t{3}, size_t{64}, SIZE_MAX}) {
+  for (const auto& c : cases)
+    for (size_t piece : {size_t{1}, size_t{3}, size_t{64}, SIZE_MAX})
       EXPECT_EQ(Md5(c.input, piece), c.digest) << '"' << c.input << "\" in pieces of " << piece;
-    }
-  }
 }
 
 class HashAgainstCommand : public ::testing::Test {
@@ -104,9 +101,8 @@ TEST(HashStream, SeededResetAndDigestOutput) {
 TEST(HashStream, UseBeforeResetOrAfterFinishFails) {
   MHashStream hash;
   for (int round = 0; round < 2; ++round) {
-    MException e = Failure([&] { hash.Write("x", 1); });
-    EXPECT_EQ(ToStd(e.message), "Cryptographic hash stream has not been initialized.");
-    EXPECT_EQ(e.code, 258u);
+    ExpectFailure([&] { hash.Write("x", 1); },
+                  "Cryptographic hash stream has not been initialized.", 258);
     hash.Reset();
     hash.Finish();
   }

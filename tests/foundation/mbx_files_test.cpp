@@ -157,8 +157,7 @@ TEST_F(TreeFileTest, SaveAndLoadEachForm) {
   FillSample(sample);
   struct Case {
     const char* label;
-    bool disableMBX;
-    bool compress;
+    bool disableMBX, compress;
     std::string head;
   };
   const Case cases[] = {

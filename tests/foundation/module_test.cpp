@@ -102,8 +102,7 @@ TEST(InstructionSetsTest, SetsCountOnlyWhenTheSystemSavesTheirState) {
 
 TEST(InstructionSetReportTest, ExactMarkUp) {
   MInstructionSets sets;
-  sets.sse2 = true;
-  sets.avx2 = true;
+  sets.sse2 = sets.avx2 = true;
   EXPECT_EQ(ToStd(InstructionSetReport(sets)),
             "Instruction set support:\n<p>"
             "SSE2: <cgreen>yes (not fully used)</cgreen>\n<p>"

@@ -15,8 +15,7 @@ namespace {
 TEST(NumberTextTest, FormatIntSignPaddingAndBase) {
   struct Case {
     int64_t value;
-    int base;
-    int width;
+    int base, width;
     MChar pad;
     const char* expected;
   };
@@ -28,10 +27,8 @@ TEST(NumberTextTest, FormatIntSignPaddingAndBase) {
       {5, 2, 0, ' ', "101"},
       {std::numeric_limits<int64_t>::min(), 10, 0, ' ', "-9223372036854775808"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.expected);
+  for (const Case& c : cases)
     EXPECT_EQ(ToStd(FormatInt(c.value, c.base, c.width, c.pad)), c.expected);
-  }
   EXPECT_EQ(ToStd(FormatUnsigned(std::numeric_limits<uint64_t>::max(), 16)), "FFFFFFFFFFFFFFFF");
   // A width beyond the work area is cut to it, never written past it.
   EXPECT_EQ(FormatInt(-1, 10, 99, '0').Length(), 63);
@@ -52,10 +49,7 @@ TEST(NumberTextTest, FormatRealRegimes) {
       {1.0 / 3, 12, "0.333333333333"},
       {1e20, 10, "1e+20"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.expected);
-    EXPECT_EQ(ToStd(FormatReal(c.value, c.decimals)), c.expected);
-  }
+  for (const Case& c : cases) EXPECT_EQ(ToStd(FormatReal(c.value, c.decimals)), c.expected);
 }
 
 TEST(NumberTextTest, HexDigitValue) {

@@ -8,40 +8,25 @@ namespace kx {
 namespace {
 
 struct JoinCase {
-  const char* base;
-  const char* relative;
-  const char* expected;
+  const char *base, *relative, *expected;
 };
 
 TEST(PathTextTest, JoinPath) {
   const JoinCase cases[] = {
-      {"C:/a/b", "../c", "C:/a/c"},
-      {"C:/a/", "/c", "C:/a/c"},
-      {"", "x", "x"},
-      {"\\", "x/y", "x/y"},
-      {"a/b", "\\", "a/b"},
-      {"/home/u/", "sub/file", "/home/u/sub/file"},
+      {"C:/a/b", "../c", "C:/a/c"}, {"C:/a/", "/c", "C:/a/c"}, {"", "x", "x"}, {"\\", "x/y", "x/y"},
+      {"a/b", "\\", "a/b"}, {"/home/u/", "sub/file", "/home/u/sub/file"},
       // ".." chains eat one segment each
-      {"/a/b/c", "../../x", "/a/x"},
-      {"/a/b/c/", "../../../x", "/x"},
-      {"/a/b", "../..", "/"},
+      {"/a/b/c", "../../x", "/a/x"}, {"/a/b/c/", "../../../x", "/x"}, {"/a/b", "../..", "/"},
       // base used up: no "/" left makes it empty, then the rest stays as it is
-      {"a", "../x", "x"},
-      {"a/b", "../../../x", "../x"},
-      {"C:/", "../x", "x"},
+      {"a", "../x", "x"}, {"a/b", "../../../x", "../x"}, {"C:/", "../x", "x"},
       // a base that ends in a ".." segment is not shortened
-      {"..", "../x", "../../x"},
-      {"a/b/../", "../x", "a/b/../../x"},
-      {"a/b..", "../x", "a/x"},
+      {"..", "../x", "../../x"}, {"a/b/../", "../x", "a/b/../../x"}, {"a/b..", "../x", "a/x"},
       // only leading steps count; "./" and inner ".." are the system's business
-      {"/a/b", "./x", "/a/b/./x"},
-      {"/a/b", "..x", "/a/b/..x"},
-      {"/a/b", "/../c", "/a/c"},
+      {"/a/b", "./x", "/a/b/./x"}, {"/a/b", "..x", "/a/b/..x"}, {"/a/b", "/../c", "/a/c"},
   };
-  for (const JoinCase& c : cases) {
-    SCOPED_TRACE(std::string(c.base) + " + " + c.relative);
-    EXPECT_EQ(ToStd(JoinPath(MString(c.base), MString(c.relative))), c.expected);
-  }
+  for (const JoinCase& c : cases)
+    EXPECT_EQ(ToStd(JoinPath(MString(c.base), MString(c.relative))), c.expected)
+        << c.base << " + " << c.relative;
 }
 
 // Names from outside that are joined below a folder of ours: relative, and no
@@ -54,11 +39,7 @@ TEST(PathTextTest, ContainedPaths) {
 }
 
 struct PartsCase {
-  const char* path;
-  const char* directory;
-  const char* name;
-  const char* extension;
-  const char* changedToPng;
+  const char *path, *directory, *name, *extension, *changedToPng;
 };
 
 TEST(PathTextTest, PartsOfAPath) {
@@ -83,10 +64,7 @@ TEST(PathTextTest, PartsOfAPath) {
 TEST(PathTextTest, SystemFormKeepsEveryByteOfAName) {
   // "\" is a character of a name on Linux; a Latin-1 byte is not valid UTF-8.
   const std::string names[] = {"back\\slash", "caf\xC3\xA9", "raw\xE9\xFF byte"};
-  for (const std::string& name : names) {
-    SCOPED_TRACE(name);
-    EXPECT_EQ(ToSystem(FromSystem(name)), name);
-  }
+  for (const std::string& name : names) EXPECT_EQ(ToSystem(FromSystem(name)), name);
   EXPECT_EQ(FromSystem("caf\xC3\xA9")[3], MChar(0xE9));
 }
 

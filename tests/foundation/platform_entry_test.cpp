@@ -31,8 +31,7 @@ TEST(SingleInstanceTest, OneHolderAtATimeAndFreedOnRelease) {
 
 struct ConfigCase {
   const char* name;
-  const char* home;           // null: unset
-  const char* xdgConfigHome;  // null: unset
+  const char *home, *xdgConfigHome;  // null: unset
   const char* expected;
 };
 

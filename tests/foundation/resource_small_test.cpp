@@ -106,8 +106,7 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
   const int32_t kHalf = static_cast<int32_t>(MResourceLibrary::kMaxSmallLibrarySize / 2);
   struct Case {
     const char* name;
-    std::string bytes;
-    std::string message;
+    std::string bytes, message;
   } cases[] = {
       {"empty", "", shortRead},
       {"negative definition", Header(-1, 0), shortRead},

@@ -16,13 +16,6 @@
 namespace kx {
 namespace {
 
-// The expected failure, message and code both.
-void ExpectFailure(const std::function<void()>& body, const char* message, uint32_t code) {
-  MException e = Failure(body);
-  EXPECT_EQ(ToStd(e.message), message);
-  EXPECT_EQ(e.code, code) << message;
-}
-
 TEST(StreamBase, ServicesNotOfferedThrowCodeOneWithTheirName) {
   MStream plain;
   char byte = 0;

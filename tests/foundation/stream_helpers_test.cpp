@@ -143,9 +143,8 @@ TEST(SizeStream, WriteLimitWritesWhatFitsThenFails) {
   MMemoryStream target;
   MSizeStream limit(&target, 0, 5);
   limit.Write("abc", 3);
-  MException e = Failure([&] { limit.Write("defg", 4); });
-  EXPECT_EQ(ToStd(e.message), "The stream cannot be written, because its size is out of range.");
-  EXPECT_EQ(e.code, 256u);
+  ExpectFailure([&] { limit.Write("defg", 4); },
+                "The stream cannot be written, because its size is out of range.", 256);
   EXPECT_EQ(target.View(), "abcde");
   EXPECT_TRUE(limit.IsEnd());
 }
@@ -216,9 +215,7 @@ TEST(BufferingStream, BlocksTransformedByPolicyAndPartialTailAsItIs) {
   }
   MMemoryStream target;
   FramingStream unready(&target);
-  MException e = Failure([&] { unready.Write("x", 1); });
-  EXPECT_EQ(ToStd(e.message), "Buffering stream has not been initialized.");
-  EXPECT_EQ(e.code, 258u);
+  ExpectFailure([&] { unready.Write("x", 1); }, "Buffering stream has not been initialized.", 258);
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/failure_capture.h"
+
 namespace kx {
 namespace {
 
@@ -47,8 +49,7 @@ TEST_F(MTaskGroupTest, TaskAddedTwiceWhileQueuedRunsOnce) {
 }
 
 TEST_F(MTaskGroupTest, TaskAddedWhileRunningWithChainingRunsOnceMore) {
-  std::latch started(1);
-  std::latch release(1);
+  std::latch started(1), release(1);
   std::atomic<int> runs{0};
   MFunctionTask task([&] {
     if (++runs == 1) {
@@ -82,18 +83,13 @@ TEST_F(MTaskGroupTest, HigherQueuesFirstAndEachQueueInOrder) {
 }
 
 TEST_F(MTaskGroupTest, ChainedTaskFollowsAndASecondDifferentChainThrows) {
-  auto next = Task("next");
-  auto other = Task("other");
+  auto next = Task("next"), other = Task("other");
   std::string chainFailure;
   MFunctionTask first([&] {
     group.Chain(&first, next.get());
     group.Chain(&first, next.get());           // the same follower again is fine
     EXPECT_TRUE(group.Chain(&first, &first));  // to itself: nothing
-    try {
-      group.Chain(&first, other.get());
-    } catch (const MException& e) {
-      chainFailure = ToStd(e.message);
-    }
+    chainFailure = ToStd(Failure([&] { group.Chain(&first, other.get()); }).message);
     Note("first");
   });
   EXPECT_FALSE(group.Chain(&first, next.get()));  // not running
@@ -106,10 +102,8 @@ TEST_F(MTaskGroupTest, ChainedTaskFollowsAndASecondDifferentChainThrows) {
 }
 
 TEST_F(MTaskGroupTest, RemovedAndCancelledTasksDoNotRun) {
-  auto removed = Task("removed");
-  auto cancelled = Task("cancelled");
-  auto kept = Task("kept");
-  auto follower = Task("follower");
+  auto removed = Task("removed"), cancelled = Task("cancelled");
+  auto kept = Task("kept"), follower = Task("follower");
   cancelled->nextTask = follower.get();  // dropped with the cancelled task
   for (MTask* task : {removed.get(), cancelled.get(), kept.get()}) group.Add(task, 2);
   EXPECT_TRUE(group.Remove(removed.get()));
@@ -138,8 +132,7 @@ TEST_F(MTaskGroupTest, FailingTasksDoNotStopTheWorker) {
 
 TEST_F(MTaskGroupTest, StopReturnsOnlyAfterEveryWorkerEnded) {
   constexpr int kWorkers = 3;
-  std::latch started(kWorkers);
-  std::latch release(1);
+  std::latch started(kWorkers), release(1);
   std::atomic<int> finished{0};
   std::vector<std::unique_ptr<MFunctionTask>> tasks;
   group.Start(false, kWorkers);

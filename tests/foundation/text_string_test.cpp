@@ -56,8 +56,7 @@ TEST(MStringTest, CopiesMutatedOnTwoThreadsStayIndependent) {
       if (copy.Length() != 101 || copy[0] != mark || copy[100] != mark) ADD_FAILURE();
     }
   };
-  std::thread first(work, u'1');
-  std::thread second(work, u'2');
+  std::thread first(work, u'1'), second(work, u'2');
   first.join();
   second.join();
   EXPECT_EQ(original, Units<MString>(100));
@@ -65,8 +64,7 @@ TEST(MStringTest, CopiesMutatedOnTwoThreadsStayIndependent) {
 
 TEST(MStringTest, CompareFoldsCaseAndAccents) {
   struct Case {
-    MString a;
-    MString b;
+    MString a, b;
     bool equalNoCase;
   };
   const Case cases[] = {
@@ -76,9 +74,8 @@ TEST(MStringTest, CompareFoldsCaseAndAccents) {
       {u"Ærø", "aero", false},  // Æ is a letter of its own, not an accented A
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.a.ToUTF8String());
-    EXPECT_EQ(c.a.Compare(c.b) == 0, c.equalNoCase);
-    EXPECT_EQ(c.a.EqualsNoCase(c.b), c.equalNoCase);
+    EXPECT_EQ(c.a.Compare(c.b) == 0, c.equalNoCase) << ToStd(c.a);
+    EXPECT_EQ(c.a.EqualsNoCase(c.b), c.equalNoCase) << ToStd(c.a);
   }
   EXPECT_NE(MString("File").CompareCase("FILE"), 0);
   EXPECT_EQ(MString("abc").Compare("ABD"), 'c' - 'd');
@@ -137,10 +134,7 @@ TEST(MStringTest, EditingOperations) {
       {"to lower", [] { MString s("Mix UP 9"); s.ToLower(); return s; }, "mix up 9"},
       {"append itself", [] { MString s = Units<MString>(40); s.Append(s); return s.Mid(38, 4); }, "mnab"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(ToStd(c.edit()), c.expected);
-  }
+  for (const Case& c : cases) EXPECT_EQ(ToStd(c.edit()), c.expected) << c.what;
 }
 
 TEST(MStringTest, ByteConversions) {

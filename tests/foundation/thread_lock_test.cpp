@@ -67,16 +67,13 @@ TEST(MCriticalSectionTest, GlobalLockIsSkippedWhileInactive) {
 }
 
 TEST(MSemaphoreTest, EveryReleaseWakesExactlyOneAcquire) {
-  constexpr int kConsumers = 4;
-  constexpr int kEach = 250;
+  constexpr int kConsumers = 4, kEach = 250;
   MSemaphore semaphore;
   std::vector<std::thread> consumers;
   for (int i = 0; i < kConsumers; ++i)
     consumers.emplace_back([&] {
-      for (int n = 0; n < kEach; ++n) {
-        while (!semaphore.Acquire()) {
-        }
-      }
+      for (int n = 0; n < kEach; ++n)
+        while (!semaphore.Acquire()) continue;
     });
   for (int n = 0; n < kConsumers * kEach; ++n) semaphore.Release();
   for (std::thread& consumer : consumers) consumer.join();

@@ -26,8 +26,7 @@ class BodyThread : public MThread {
   }
   void OnFinished() override { finishedOn = std::this_thread::get_id(); }
 
-  std::thread::id ranOn;
-  std::thread::id finishedOn;
+  std::thread::id ranOn, finishedOn;
   std::atomic<int> runs{0};
 
  private:

@@ -30,10 +30,8 @@ TEST(MVariantTest, EmptyOnlyForEmptyStringAndBuffer) {
       {MVariant(0.0), false},       {zeroBuffer, true},     {fullBuffer, false},
       {referred, true},
   };
-  for (const auto& [value, empty] : cases) {
-    SCOPED_TRACE(static_cast<int>(value.GetType()));
-    EXPECT_EQ(value.IsEmpty(), empty);
-  }
+  for (const auto& [value, empty] : cases)
+    EXPECT_EQ(value.IsEmpty(), empty) << static_cast<int>(value.GetType());
 }
 
 TEST(MVariantTest, ConvertsAmongTypes) {
@@ -68,9 +66,8 @@ TEST(MVariantTest, ConvertsAmongTypes) {
   }
   EXPECT_EQ(MVariant(std::nan("")).AsInt64(), 0);
   // The shortest text of a real reads back to the same value.
-  for (double real : {0.1, 1.0 / 3, -123456.789e-200, 5e-324}) {
+  for (double real : {0.1, 1.0 / 3, -123456.789e-200, 5e-324})
     EXPECT_EQ(MVariant(real).AsString().ToReal(), real);
-  }
 }
 
 TEST(MVariantTest, WriteBufferDecodesTextAndInflates) {

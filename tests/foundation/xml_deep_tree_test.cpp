@@ -27,10 +27,7 @@ void BuildChain(MXMLItem& root, int depth) {
 int ChainDepth(const MXMLItem& root, const MXMLItem** leaf) {
   int depth = 1;
   const MXMLItem* item = &root;
-  while (item->firstSubItem) {
-    item = item->firstSubItem;
-    ++depth;
-  }
+  for (; item->firstSubItem; ++depth) item = item->firstSubItem;
   *leaf = item;
   return depth;
 }

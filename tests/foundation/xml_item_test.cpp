@@ -130,8 +130,7 @@ TEST(MXMLItemTest, MergeSetsAttributesAndAppendsCopies) {
 struct BufferCase {
   const char* label;
   MXMLItem::BufferMode mode;
-  int64_t size;
-  int64_t expectedReturn;
+  int64_t size, expectedReturn;
   const char* expectedBytes;  // all of the block afterwards, '.' for untouched (0x2e)
   const char* message;        // failure expected, or null
 };

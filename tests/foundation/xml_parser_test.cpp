@@ -84,10 +84,8 @@ TEST(XMLParserTest, ParseFailuresCarryCode256) {
 TEST(XMLParserTest, EncodingInstructionSwitchesCodecFromNextLine) {
   struct Case {
     const char* encoding;
-    std::string attribute;
-    std::string value;
-    std::u16string attributeText;
-    std::u16string valueText;
+    std::string attribute, value;
+    std::u16string attributeText, valueText;
   } cases[] = {
       {"windows-1252", "\xe9\x80", "\xfc", u"\u00e9\u20ac", u"\u00fc"},
       {"us-ascii", "ab", "\xe9", u"ab", u"\ufffd"},

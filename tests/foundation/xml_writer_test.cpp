@@ -65,25 +65,21 @@ TEST(XMLWriterTest, EmptyNameRefusedInCompactFormOnly) {
 }
 
 TEST(XMLWriterTest, LongValuesBreakAtFirstBlankAfter60Units) {
-  struct Case {
-    std::string value;
-    std::string lines;  // the value's lines as written
-  };
   const std::string a59(59, 'a'), c70(70, 'c'), x60(60, 'x');
-  const Case cases[] = {
+  const std::pair<std::string, std::string> cases[] = {  // a value and its lines as written
       {x60, "\t\t" + x60 + "\n"},
       {x60 + " y", "\t\t" + x60 + "\n\t\ty\n"},
       {a59 + " b " + c70 + " d", "\t\t" + a59 + " b\n\t\t" + c70 + "\n\t\td\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.value);
+  for (const auto& [value, lines] : cases) {
+    SCOPED_TRACE(value);
     MXMLItem root("r");
-    root.AddSubItem("v").value = MString::FromBytes(c.value);
+    root.AddSubItem("v").value = MString::FromBytes(value);
     EXPECT_EQ(SavedText(root, false),
-              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n\t<v>\n" + c.lines + "\t</v>\n</r>\n");
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n\t<v>\n" + lines + "\t</v>\n</r>\n");
     MXMLItem back;
     LoadText(back, SavedText(root, false));
-    EXPECT_EQ(ToStd(back.GetSubItem("v").value.AsString()), c.value);
+    EXPECT_EQ(ToStd(back.GetSubItem("v").value.AsString()), value);
   }
 }
 

@@ -34,10 +34,8 @@ const ModeCase kCases[] = {
     {MDrawingMode::kScreen, [](int s, int d, int a) { return Blend(Scr(s, d), d, a); }},
     {MDrawingMode::kModulateScreen, [](int s, int d, int a) { return Blend(Scr(s, Mod(s, d)), d, a); }},
     {MDrawingMode::kScreenModulate, [](int s, int d, int a) { return Blend(Mod(s, Scr(s, d)), d, a); }},
-    {MDrawingMode::kColor, nullptr},
-    {MDrawingMode::kColorWithSaturation, nullptr},
-    {MDrawingMode::kColorMulSaturation, nullptr},
-    {MDrawingMode::kCopyS, nullptr},
+    {MDrawingMode::kColor, nullptr}, {MDrawingMode::kColorWithSaturation, nullptr},
+    {MDrawingMode::kColorMulSaturation, nullptr}, {MDrawingMode::kCopyS, nullptr},
     {MDrawingMode::kCopyV, nullptr},
     {MDrawingMode::kCopy, [](int s, int, int) { return s; }},
     {MDrawingMode::kOverlay, [](int s, int d, int a) { return Blend(s, d, a); }},
@@ -47,8 +45,7 @@ const ModeCase kCases[] = {
     {MDrawingMode::kAverage, [](int s, int d, int a) { return Blend((s + d) / 2, d, a); }},
     {MDrawingMode::kMin, [](int s, int d, int a) { return Blend(std::min(s, d), d, a); }},
     {MDrawingMode::kMax, [](int s, int d, int a) { return Blend(std::max(s, d), d, a); }},
-    {MDrawingMode::kLighten, nullptr},
-    {MDrawingMode::kDarken, nullptr},
+    {MDrawingMode::kLighten, nullptr}, {MDrawingMode::kDarken, nullptr},
     {MDrawingMode::kDifference, [](int s, int d, int a) { return Blend(std::max(0, s - d), d, a); }},
     {MDrawingMode::kIncContrast,
      [](int s, int d, int a) {
@@ -103,9 +100,9 @@ TEST(CompositionModes, EveryModeMatchesItsReferenceOnAGrid) {
   const int alphas[] = {1, 100, 254, 255};
   MBitmap target(1, 1);
   MDrawerToMBitmap drawer(target);
-  for (const ModeCase& c : kCases) {
-    for (int sv : levels) {
-      for (int dv : levels) {
+  for (const ModeCase& c : kCases)
+    for (int sv : levels)
+      for (int dv : levels)
         for (int a : alphas) {
           // Channels differ so that per-channel mix-ups show.
           const MColor s = MColor::RGBA(sv, 255 - sv, sv / 2, a);
@@ -127,16 +124,11 @@ TEST(CompositionModes, EveryModeMatchesItsReferenceOnAGrid) {
           ASSERT_EQ(got, want) << DrawingModeName(c.mode) << " s=" << sv << " d=" << dv
                                << " a=" << a;
         }
-      }
-    }
-  }
 }
 
 TEST(CompositionModes, NamesRoundTripAndUnknownIsAlphaBlend) {
-  for (int i = 1; i < kDrawingModeCount; ++i) {
-    auto mode = static_cast<MDrawingMode>(i);
-    EXPECT_EQ(DrawingModeFromName(DrawingModeName(mode)), mode);
-  }
+  for (int i = 1; i < kDrawingModeCount; ++i)
+    EXPECT_EQ(DrawingModeFromName(DrawingModeName(MDrawingMode(i))), MDrawingMode(i));
   EXPECT_EQ(DrawingModeFromName("Sparkle"), MDrawingMode::kAlphaBlend);
   EXPECT_EQ(std::size(kCases), size_t{kDrawingModeCount - 1});
 }

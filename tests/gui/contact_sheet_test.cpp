@@ -12,6 +12,7 @@
 
 #include "foundation/streams/file_stream.h"
 #include "gui/drawing/drawer_to_bitmap.h"
+#include "control_test_support.h"
 #include "gui/styles/textured_styles.h"
 
 namespace kx {
@@ -63,12 +64,7 @@ MPoint CellSize(const MStyleImage& image, double scale) {
 }
 
 TEST(ContactSheet, NeonInEveryStateAtBothScales) {
-  std::unique_ptr<MTexturedStyle> styles[2];
-  for (int i = 0; i < 2; ++i) {
-    MStyleSettings settings;
-    settings.resize = i == 0 ? 1.0 : 2.0;
-    styles[i] = MTexturedStyles::LoadStyle(settings);
-  }
+  std::unique_ptr<MTexturedStyle> styles[2] = {NeonAt(1.0), NeonAt(2.0)};
   // Layout: per scale a block of rows, one row per element.
   const int32_t label = 120, gap = 10;
   auto rowHeight = [](const MStyleElement& element, double scale) {
@@ -134,27 +130,24 @@ constexpr ControlRow kControlRows[] = {
 };
 
 TEST(ContactSheet, NeonControlsInEveryStateWithValuesAcrossTheRange) {
-  struct Variant {
-    double scale;
-    bool recoloured;
-  };
-  const Variant variants[] = {{1.0, false}, {1.0, true}, {2.0, false}};
+  // Scale, and whether recoloured.
+  const std::pair<double, bool> variants[] = {{1.0, false}, {1.0, true}, {2.0, false}};
   const int32_t gap = 8;
   int32_t width = 0, height = gap;
-  for (const Variant& v : variants) {
+  for (const auto& [scale, recoloured] : variants) {
     for (const ControlRow& row : kControlRows) {
-      width = std::max<int32_t>(width, gap + 7 * static_cast<int32_t>((row.width + gap) * v.scale));
-      height += static_cast<int32_t>((row.height + gap) * v.scale);
+      width = std::max<int32_t>(width, gap + 7 * static_cast<int32_t>((row.width + gap) * scale));
+      height += static_cast<int32_t>((row.height + gap) * scale);
     }
     height += 2 * gap;
   }
   MBitmap sheet(width, height);
   MDrawerToMBitmap drawer(sheet);
   int32_t y = gap;
-  for (const Variant& v : variants) {
+  for (const auto& [scale, recoloured] : variants) {
     MStyleSettings settings;
-    settings.resize = v.scale;
-    if (v.recoloured) {
+    settings.resize = scale;
+    if (recoloured) {
       settings.hasMainColor = true;
       settings.mainColor = MColor::RGBA(0xF2, 0x8C, 0x28);
     }

@@ -4,20 +4,11 @@
 #include <gtest/gtest.h>
 
 #include "control_test_support.h"
-#include "foundation/core/exception.h"
 #include "gui/layout/layouts.h"
+#include "support/failure_capture.h"
 
 namespace kx {
 namespace {
-
-std::string Failure(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const MException& e) {
-    return e.message.ToUTF8String();
-  }
-  return "";
-}
 
 std::string Nested(int depth, const char* element, const char* attributes) {
   std::string xml = "<w>";
@@ -39,7 +30,7 @@ TEST(ControlBadInput, NamedFailures) {
       {[] { BuildWindow(R"(<w><vertical><panel plastic="1"/></vertical></w>)"); },
        "Service \"compute plastic control size\" is not implemented."},
   };
-  for (const auto& [body, message] : cases) EXPECT_EQ(Failure(body), message);
+  for (const auto& [body, message] : cases) EXPECT_EQ(ToStd(Failure(body).message), message);
 }
 
 TEST(ControlBadInput, AbsurdValuesStayBounded) {
@@ -69,13 +60,9 @@ TEST(ControlBadInput, UnknownWordsAndRolesEverywhere) {
                                       font="?" colorize="red" bogus="1" collapsed="maybe")"));
   MControl* c = window.get();
   int depth = 0;
-  while (c->ClientLayoutChild) {
-    c = c->ClientLayoutChild;
-    ++depth;
-  }
+  for (; c->ClientLayoutChild; ++depth) c = c->ClientLayoutChild;
   EXPECT_EQ(depth, 60);
-  EXPECT_EQ(c->ControlType, MControlType::kWindow);
-  EXPECT_EQ(c->LayoutPlacement, 0);
+  EXPECT_EQ(std::pair(c->ControlType, c->LayoutPlacement), std::pair(MControlType::kWindow, uint8_t{0}));
 }
 
 }  // namespace

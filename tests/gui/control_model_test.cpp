@@ -15,14 +15,10 @@ MControl& ById(MControl& window, const char* id) {
   return *c;
 }
 
-struct AttributeCase {
-  const char* attributes;  // on the panel "p", the window's only child
-  std::function<bool(MControl& p)> holds;
-};
-
 TEST(ControlModel, AttributesAsDefinitionsWriteThem) {
   // clang-format off
-  const AttributeCase cases[] = {
+  // Attributes of the panel "p", the window's only child, and what they make hold.
+  const std::pair<const char*, std::function<bool(MControl& p)>> cases[] = {
       {R"(tabstop="1")", [](MControl& p) { return p.Has(MControlFlag::kTabStop); }},
       {R"(tabstop="true")", [](MControl& p) { return p.Has(MControlFlag::kTabStop); }},
       {R"(visible="false")", [](MControl& p) { return !p.Has(MControlFlag::kVisible); }},
@@ -47,10 +43,9 @@ TEST(ControlModel, AttributesAsDefinitionsWriteThem) {
                 p.Parent->FindByID(MString("CustomGUI")) == &p; }},
   };
   // clang-format on
-  for (const AttributeCase& c : cases) {
-    auto window = BuildWindow(std::string("<w><panel ") + c.attributes + "/></w>");
-    EXPECT_TRUE(c.holds(*window->Children.at(0))) << c.attributes;
-  }
+  for (const auto& [attributes, holds] : cases)
+    EXPECT_TRUE(holds(*BuildWindow("<w><panel " + std::string(attributes) + "/></w>")->Children[0]))
+        << attributes;
 }
 
 TEST(ControlModel, FactoryTableSkipsUnknownElements) {
@@ -160,16 +155,14 @@ TEST(ControlModel, TimersTickOnTheHostClock) {
   EXPECT_EQ(ticks, "a30 b50 a60 a90 b100 b150 b200 ");
 }
 
-
 TEST(ControlModel, RoundControlsAnswerInsideTheirCircleOnly) {
   auto window = BuildWindow(R"(<w sizex="100" sizey="40"><horizontal><knob id="k" sizex="40" sizey="40"/>
       <panel layoutratiox="1"/></horizontal></w>)");
   MControl& knob = ById(*window, "k");
   knob.Set(MControlFlag::kRound, true);
   const std::pair<MPoint, bool> probes[] = {{{20, 20}, true}, {{1, 1}, false}, {{39, 20}, true}, {{38, 38}, false}};
-  for (const auto& [point, inside] : probes) {
+  for (const auto& [point, inside] : probes)
     EXPECT_EQ(window->ControlAtPoint(point, true) == &knob, inside) << point.x << "," << point.y;
-  }
 }
 
 TEST(ControlModel, ShortcutsMatchTheirFlags) {
@@ -203,10 +196,8 @@ TEST(ControlModel, ARepaintPaintsOnlyWhatItTouches) {
   b.Repaint();
   host.Advance(20);
   ASSERT_EQ(window->UpdateList().size(), 2u);  // the window under b, then b
-  for (const MRect& r : window->UpdateList()) {
-    EXPECT_EQ(r.top, b.ClipRect.top);
-    EXPECT_EQ(r.bottom, b.ClipRect.bottom);
-  }
+  for (const MRect& r : window->UpdateList())
+    EXPECT_EQ(std::pair(r.top, r.bottom), std::pair(b.ClipRect.top, b.ClipRect.bottom));
   // A hidden control asks for nothing; a part of a shown one for that part.
   window->Set(MControlFlag::kWindowNeedsRepaint, false);
   window->WindowInvalidRect = MRect{};
@@ -214,8 +205,8 @@ TEST(ControlModel, ARepaintPaintsOnlyWhatItTouches) {
   EXPECT_FALSE(window->Has(MControlFlag::kWindowNeedsRepaint));
   ById(*window, "a").Repaint({2, 3, 10, 12});
   EXPECT_TRUE(window->Has(MControlFlag::kWindowNeedsRepaint));
-  EXPECT_EQ(window->WindowInvalidRect.left, 2);
-  EXPECT_EQ(window->WindowInvalidRect.bottom, 12);
+  const MRect& invalid = window->WindowInvalidRect;
+  EXPECT_EQ(std::pair(invalid.left, invalid.bottom), std::pair(2, 12));
 }
 
 }  // namespace

@@ -58,9 +58,7 @@ constexpr const char* kWindow = R"(
 
 TEST(ControlSheet, SampleWindowThroughNeonAtTwoScales) {
   for (double scale : {1.0, 2.0}) {
-    MStyleSettings settings;
-    settings.resize = scale;
-    std::unique_ptr<MTexturedStyle> style = MTexturedStyles::LoadStyle(settings);
+    std::unique_ptr<MTexturedStyle> style = NeonAt(scale);
     MOffscreenHost host;
     auto window = BuildWindow(kWindow, scale, style.get(), &host);
     host.Open(*window);
@@ -87,11 +85,8 @@ TEST(ControlSheet, SampleWindowThroughNeonAtTwoScales) {
   }
 }
 
-
 TEST(ControlSheet, DefinitionRenderedToPNGInOneCall) {
-  MStyleSettings settings;
-  settings.resize = 1.25;
-  std::unique_ptr<MTexturedStyle> style = MTexturedStyles::LoadStyle(settings);
+  std::unique_ptr<MTexturedStyle> style = NeonAt(1.25);
   MXMLItem root;
   const std::string xml = R"(<window controltype="window" sizex="200" sizey="80"><occupyborder x1="8" y1="8" x2="8"/>
       <horizontal><button caption="Cancel" layoutratiox="1"/><button caption="OK" layoutratiox="1"/></horizontal></window>)";
@@ -99,13 +94,11 @@ TEST(ControlSheet, DefinitionRenderedToPNGInOneCall) {
   root.LoadXML(stream);
   const MString path(KESTRIX_BINARY_DIR "/artefacts/gui/controls-dialog-125.png");
   const MPoint size = RenderDefinitionToPNG(root, *style, 1.25, path);
-  EXPECT_EQ(size.x, 250);
-  EXPECT_EQ(size.y, 100);
+  EXPECT_EQ(std::pair(size.x, size.y), std::pair(250, 100));
   MFileStream in(path, MFileStream::kModeRead);
   MBitmap picture;
   LoadPNG(picture, in);
-  EXPECT_EQ(picture.Width(), 250);
-  EXPECT_EQ(picture.Height(), 100);
+  EXPECT_EQ(std::pair(picture.Width(), picture.Height()), std::pair(250, 100));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Control trees for tests: a window built from definition text, and the
-// picture of its controls' rectangles.
+// Control trees for tests: a window built from definition text, the picture of
+// its controls' rectangles, and the style they are painted in.
 #pragma once
 
 #include <memory>
@@ -11,6 +11,7 @@
 #include "foundation/xml/xml_item.h"
 #include "gui/controls/control.h"
 #include "gui/controls/control_factory.h"
+#include "gui/styles/textured_styles.h"
 
 namespace kx {
 
@@ -25,6 +26,13 @@ inline std::unique_ptr<MControl> BuildWindow(std::string_view xml, double scale 
   window->MakeWindow(style, host, scale);
   BuildWindowFromDefinition(*window, root);
   return window;
+}
+
+// The program's own style, "Neon", at `scale`.
+inline std::unique_ptr<MTexturedStyle> NeonAt(double scale) {
+  MStyleSettings settings;
+  settings.resize = scale;
+  return MTexturedStyles::LoadStyle(settings);
 }
 
 // "id=x,y,wxh" for each id, window coordinates and the size as shown.

@@ -58,8 +58,7 @@ TEST(ControlWindow, StateFileWrittenAtCloseAndReadAtNextShow) {
   auto window = BuildWindow(xml, 1.0, nullptr, &host);
   host.Open(*window);
   EXPECT_TRUE(window->FindByID(MString("g"))->IsCollapsed());
-  EXPECT_EQ(window->PosX, 70);
-  EXPECT_EQ(window->SizeX, 260);
+  EXPECT_EQ(std::pair(window->PosX, window->SizeX), std::pair(70, 260));
   GUIModule().stateFolder = MString();
 }
 

@@ -72,15 +72,11 @@ TEST(DrawerEdges, BlitsLandClippedAndStretchSamplesEveryPixel) {
   drawer.SetClip({0, 0, 4, 4});
   drawer.StretchBlt({0, 0, 3, 3}, source, {0, 0, 1, 1}, 255, MDrawingMode::kAlphaBlend);
   drawer.BitBlt({4, 4}, source, {0, 0, 1, 1}, 255, MDrawingMode::kAlphaBlend);
-  const uint32_t* p = target.Pixels();
-  EXPECT_EQ(p[0], quad[0]);
-  EXPECT_EQ(p[1 * 6 + 1], quad[0]);
-  EXPECT_EQ(p[0 * 6 + 3], quad[1]);
-  EXPECT_EQ(p[3 * 6 + 0], quad[2]);
-  EXPECT_EQ(p[3 * 6 + 3], quad[3]);
-  EXPECT_EQ(p[4 * 6 + 4], quad[0]);
-  EXPECT_EQ(p[4 * 6 + 5], 0xFF000000u);  // outside the clip
-  EXPECT_EQ(p[5 * 6 + 4], 0xFF000000u);
+  // Pixels at y * 6 + x; the last two lie outside the clip.
+  const std::pair<int, uint32_t> pixels[] = {
+      {0, quad[0]},          {1 * 6 + 1, quad[0]},     {0 * 6 + 3, quad[1]},    {3 * 6 + 0, quad[2]},
+      {3 * 6 + 3, quad[3]},  {4 * 6 + 4, quad[0]},     {4 * 6 + 5, 0xFF000000u}, {5 * 6 + 4, 0xFF000000u}};
+  for (auto [at, colour] : pixels) EXPECT_EQ(target.Pixels()[at], colour) << at;
 }
 
 TEST(DrawerEdges, BlendedRowsFollowTheFormulaKeepTheDestinationAlphaAndStopAtTheEdges) {

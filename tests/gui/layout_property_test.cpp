@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <tuple>
 
 #include "control_test_support.h"
 #include "gui/layout/layouts.h"
@@ -49,13 +50,10 @@ class TreeWriter {
     auto maybe = [&](const char* key, int low, int high) {
       if (Pick(0, 2) == 0) out += std::string(" ") + key + "=\"" + std::to_string(Pick(low, high)) + "\"";
     };
-    maybe("sizex", 0, 60);
-    maybe("sizey", 0, 60);
-    maybe("layoutratiox", 0, 3);
-    maybe("layoutratioy", 0, 3);
-    maybe("layoutborderx", 0, 3);
-    maybe("layoutbordery", 0, 3);
-    maybe("minclientsizex", 0, 40);
+    for (auto [key, low, high] : {std::tuple{"sizex", 0, 60}, {"sizey", 0, 60}, {"layoutratiox", 0, 3},
+                                  {"layoutratioy", 0, 3}, {"layoutborderx", 0, 3},
+                                  {"layoutbordery", 0, 3}, {"minclientsizex", 0, 40}})
+      maybe(key, low, high);
     if (kind == "vertical" || kind == "horizontal") maybe("space", 0, 3);
     if (kind == "grid") maybe("hspan", 1, 3);
     if (Pick(0, 9) == 0) out += " visible=\"0\"";
@@ -70,9 +68,8 @@ class TreeWriter {
 };
 
 bool Shown(const MControl& c) {
-  for (const MControl* p = c.Parent; p; p = p->Parent) {
+  for (const MControl* p = c.Parent; p; p = p->Parent)
     if (p->IsCollapsed() || !p->Has(MControlFlag::kVisible)) return false;
-  }
   return c.Has(MControlFlag::kVisible);
 }
 
@@ -101,9 +98,8 @@ std::string Faults(MControl& window) {
       const MRect client = c.ClientRect;
       if (r.left < client.left || r.top < client.top || r.right > client.right || r.bottom > client.bottom)
         faults += child->ID.ToUTF8String() + " outside " + id + "; ";
-      for (const MRect& other : siblings) {
+      for (const MRect& other : siblings)
         if (!r.Intersect(other).IsEmpty()) faults += child->ID.ToUTF8String() + " overlaps a sibling; ";
-      }
       siblings.push_back(r);
     }
   }

@@ -13,9 +13,7 @@ struct LayoutCase {
   const char* name;
   const char* xml;
   std::vector<std::string> ids;
-  const char* at100;  // scale 1.0
-  const char* at125;  // scale 1.25
-  const char* at200;  // scale 2.0
+  const char *at100, *at125, *at200;  // at scales 1.0, 1.25 and 2.0
 };
 
 const LayoutCase kCases[] = {
@@ -99,15 +97,12 @@ class LayoutTable : public ::testing::TestWithParam<LayoutCase> {};
 TEST_P(LayoutTable, RectanglesAtThreeScales) {
   const LayoutCase& c = GetParam();
   const std::pair<double, const char*> scales[] = {{1.0, c.at100}, {1.25, c.at125}, {2.0, c.at200}};
-  for (const auto& [scale, expected] : scales) {
-    auto window = BuildWindow(c.xml, scale);
-    EXPECT_EQ(Rects(*window, c.ids), expected) << "scale " << scale;
-  }
+  for (const auto& [scale, expected] : scales)
+    EXPECT_EQ(Rects(*BuildWindow(c.xml, scale), c.ids), expected) << "scale " << scale;
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, LayoutTable, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
-
 
 // Height half the width, as wrapped text would give.
 class HalfHeight : public MControl {

@@ -24,8 +24,7 @@ struct ShapeCase {
   const char* name;
   std::function<void(MDrawerToMBitmap&)> ours;
   std::function<void(cairo_t*)> theirs;
-  int maxDifference;    // no pixel differs by more
-  int maxAboveEight;    // pixels differing by more than 8
+  int maxDifference, maxAboveEight;  // no pixel differs by more; pixels differing by more than 8
 };
 
 void RoundedPath(cairo_t* cr, double l, double t, double r, double b, double radius) {
@@ -121,7 +120,7 @@ TEST(ShapesVsCairo, CoverageAgreesWithinTheStatedBounds) {
     const int stride = cairo_image_surface_get_stride(surface);
 
     int worst = 0, aboveEight = 0, lit = 0;
-    for (int y = 0; y < kSize; ++y) {
+    for (int y = 0; y < kSize; ++y)
       for (int x = 0; x < kSize; ++x) {
         const int a = ours.Row(y)[x * 4 + 2], b = theirs[y * stride + x * 4 + 2];
         const int diff = std::abs(a - b);
@@ -129,7 +128,6 @@ TEST(ShapesVsCairo, CoverageAgreesWithinTheStatedBounds) {
         aboveEight += diff > 8;
         lit += b > 0;
       }
-    }
     cairo_destroy(cr);
     cairo_surface_destroy(surface);
     EXPECT_GT(lit, 100) << c.name;

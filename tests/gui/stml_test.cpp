@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "control_test_support.h"
 #include "foundation/core/exception.h"
 #include "foundation/streams/file_stream.h"
 #include "gui/drawing/drawer_to_bitmap.h"
@@ -18,6 +19,7 @@
 #include "gui/richtext/content_table.h"
 #include "gui/styles/textured_styles.h"
 #include "media/bitmap/bitmap.h"
+#include "support/failure_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -53,13 +55,8 @@ std::string Dump(const MContentElements& elements) {
   return out;
 }
 
-struct TreeCase {
-  const char* text;
-  const char* tree;
-};
-
 TEST(StmlTree, TagsChangeStateAndBuildTheTree) {
-  const TreeCase cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       // An unclosed colour runs on to the end.
       {"a<cgreen>b<p>c", "P0{a/-1,-1,255|b/-1,3,255}P0{c /-1,3,255}"},
       // Open and close at once: no effect; the empty run is reused.
@@ -89,10 +86,8 @@ TEST(StmlTree, TagsChangeStateAndBuildTheTree) {
        "P0{Click /-1,-1,255|Try again/-1,2,255| to /-1,-1,255|retry /-1,-1,255}"},
       {"<td>x<tr><td>in</td></tr>", "P0{x/-1,-1,255}R[C[P0{in/-1,-1,255}]]"},
   };
-  for (const TreeCase& c : cases) {
-    MContent content(MString::FromUTF8(c.text));
-    EXPECT_EQ(Dump(content.Elements), c.tree) << c.text;
-  }
+  for (const auto& [text, tree] : cases)
+    EXPECT_EQ(Dump(MContent(MString::FromUTF8(text)).Elements), tree) << text;
 }
 
 // ---- the program's texts ------------------------------------------------------
@@ -141,11 +136,7 @@ class StmlLayout : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     sandbox_ = new MTestSandbox();
-    for (int i = 0; i < 2; ++i) {
-      MStyleSettings settings;
-      settings.resize = i + 1.0;
-      styles_[i] = MTexturedStyles::LoadStyle(settings).release();
-    }
+    for (int i = 0; i < 2; ++i) styles_[i] = NeonAt(i + 1.0).release();
   }
   static void TearDownTestSuite() {
     for (auto*& style : styles_) delete std::exchange(style, nullptr);
@@ -158,8 +149,7 @@ MTestSandbox* StmlLayout::sandbox_ = nullptr;
 MTexturedStyle* StmlLayout::styles_[2] = {};
 
 struct Measured {
-  int32_t height = 0;
-  int32_t lines = 0;
+  int32_t height = 0, lines = 0;
 };
 
 // Lines of all paragraphs, also inside tables; checks that wrapped lines fit.
@@ -371,13 +361,9 @@ TEST_F(StmlLayout, HostileTextsEndInAClearFailureOrABoundedTree) {
   drawer.SetStyle(styles_[0]);
   for (const Case& c : cases) {
     MContent content;
-    std::string failure;
-    try {
-      content.SetText(MString::FromUTF8(c.text));
-    } catch (MException& e) {
-      failure = e.message.ToUTF8String();
-    }
-    EXPECT_EQ(failure, c.failure) << c.text.substr(0, 80);
+    EXPECT_EQ(ToStd(Failure([&] { content.SetText(MString::FromUTF8(c.text)); }).message),
+              *c.failure ? c.failure : "(no exception)")
+        << c.text.substr(0, 80);
     for (int32_t width : {0, 1, 64}) {
       const int32_t h = content.ComputeHeight(drawer, width);
       EXPECT_GE(h, 0);

@@ -10,6 +10,7 @@
 #include "gui/styles/style_windows.h"
 #include "media/bitmap/bitmap.h"
 #include "media/bitmap/colour_hsv.h"
+#include "support/failure_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -69,18 +70,15 @@ TEST(Colorize, AccentPixelsTakeTheNewHueAndGreysStay) {
   MColorization how;
   how.withBrightness = 0;
   const MColor teal = MColor::RGBA(0x2E, 0xD3, 0xBE), amber = MColor::RGBA(0xF2, 0x8C, 0x28);
-  struct Case {
-    MColor in;
-    bool turns;
-  };
-  const Case cases[] = {{teal, true},
-                        {MColor::RGBA(0x17, 0x8C, 0x7E), true},   // the deep accent
-                        {MColor::RGBA(0x27, 0x2B, 0x34), false},  // a surface
-                        {MColor::RGBA(0xE4, 0xE8, 0xEE), false},  // text
-                        {MColor::RGBA(0xF2, 0x5F, 0x5C), false}};  // another hue
+  // A colour and whether it takes the new hue.
+  const std::pair<MColor, bool> cases[] = {{teal, true},
+                                           {MColor::RGBA(0x17, 0x8C, 0x7E), true},   // the deep accent
+                                           {MColor::RGBA(0x27, 0x2B, 0x34), false},  // a surface
+                                           {MColor::RGBA(0xE4, 0xE8, 0xEE), false},  // text
+                                           {MColor::RGBA(0xF2, 0x5F, 0x5C), false}};  // another hue
   MBitmap image(5, 1), out;
   for (int i = 0; i < 5; ++i) {
-    MColor c = cases[i].in;
+    MColor c = cases[i].first;
     c.a = static_cast<uint8_t>(40 + i);
     std::memcpy(static_cast<void*>(image.Pixels() + i), &c, 4);
   }
@@ -90,14 +88,14 @@ TEST(Colorize, AccentPixelsTakeTheNewHueAndGreysStay) {
     MColor got;
     std::memcpy(static_cast<void*>(&got), out.Pixels() + i, 4);
     EXPECT_EQ(got.a, 40 + i) << i;
-    const MHSV in = RGBToHSV(cases[i].in.r, cases[i].in.g, cases[i].in.b);
+    const MHSV in = RGBToHSV(cases[i].first.r, cases[i].first.g, cases[i].first.b);
     const MHSV now = RGBToHSV(got.r, got.g, got.b);
-    if (cases[i].turns) {
+    if (cases[i].second) {
       EXPECT_NEAR(now.h, amberHue, 2) << i;
       EXPECT_NEAR(now.v, in.v, 2) << i;  // brightness untouched at 0
     } else {
-      EXPECT_EQ(got.r, cases[i].in.r) << i;
-      EXPECT_EQ(got.b, cases[i].in.b) << i;
+      EXPECT_EQ(got.r, cases[i].first.r) << i;
+      EXPECT_EQ(got.b, cases[i].first.b) << i;
     }
   }
 }
@@ -117,9 +115,7 @@ struct CountingWindow : MStyledWindow {
 TEST(StyleWindows, UpdateStyleGivesEachWindowItsKindsStyle) {
   MStyleWindows module;
   CountingWindow a("Main"), b("Dialog"), gone("Main");
-  module.AddWindow(a);
-  module.AddWindow(b);
-  module.AddWindow(gone);
+  for (CountingWindow* window : {&a, &b, &gone}) module.AddWindow(*window);
   module.RemoveWindow(gone);
   module.Store().Settings(MString("Main")).hasMainColor = true;
   module.Store().Settings(MString("Main")).mainColor = MColor::RGBA(0xF2, 0x8C, 0x28);
@@ -135,12 +131,8 @@ TEST(StyleWindows, UpdateStyleGivesEachWindowItsKindsStyle) {
   // A drawer answers for its window's style, and refuses without one.
   MBitmap target(4, 4);
   MDrawerToMBitmap drawer(target);
-  try {
-    drawer.GetColor(MStyleColor::kMain);
-    ADD_FAILURE() << "no style, no colour";
-  } catch (MException& e) {
-    EXPECT_EQ(e.message, MString("Style resources have not been loaded."));
-  }
+  EXPECT_EQ(ToStd(Failure([&] { drawer.GetColor(MStyleColor::kMain); }).message),
+            "Style resources have not been loaded.");
   drawer.SetStyle(&module.StyleFor(MString("Main")));
   EXPECT_EQ(drawer.GetColor(MStyleColor::kMain), MColor::RGBA(0xF2, 0x8C, 0x28));
   EXPECT_EQ(drawer.ScaleX(10), 10);

@@ -3,6 +3,7 @@
 // and oversampling.
 #include <gtest/gtest.h>
 
+#include "control_test_support.h"
 #include "foundation/core/run_state.h"
 #include "foundation/resources/resource_library.h"
 #include "foundation/resources/resource_small_writer.h"
@@ -32,9 +33,8 @@ TEST_F(StylesTest, NeonFromTheProgramHasEveryElement) {
        {"window", "panel", "control", "display", "editor", "edit", "value", "selector", "menu",
         "button", "captionbutton", "radiobutton", "checkbox", "controlcheckbox", "tracker",
         "vtracker", "progressbar", "knob", "rotator", "hscrollbar", "vscrollbar", "tabset",
-        "menubar", "listcontrol", "treecontrol", "splitter"}) {
+        "menubar", "listcontrol", "treecontrol", "splitter"})
     EXPECT_NE(style->FindElement(name), nullptr) << name;
-  }
   EXPECT_EQ(style->GetMetric(StyleMetricIndex("AutoColorInvertLimit")), 128);  // 0 in the file
   EXPECT_TRUE(style->GetFont(0).IsLoaded());
   // Every part painting in every state is seen on the contact sheet's test.
@@ -82,9 +82,7 @@ TEST(StyleSettings, ResizeBelowATenthResetsAndScalesOtherwise) {
     settings.Read(item);
     EXPECT_EQ(settings.resize, want) << resize;
   }
-  MStyleSettings big;
-  big.resize = 2.0;
-  auto style = MTexturedStyles::LoadStyle(big);
+  auto style = NeonAt(2.0);
   EXPECT_EQ(style->ScaleX(10), 20);
   EXPECT_EQ(style->GetMetric(StyleMetricIndex("DefaultListBoxItemHeight")), 40);
 }

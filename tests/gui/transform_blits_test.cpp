@@ -6,7 +6,6 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <numbers>
@@ -85,11 +84,9 @@ TEST(TransformBlits, OneAxisStretchesAndQuarterTurnsPlaceExactPixels) {
     std::fill_n(target.Pixels(), 16, k);
     MDrawerToMBitmap drawer(target);
     test.draw(drawer);
-    for (int y = 0; y < 4; ++y) {
-      for (int x = 0; x < 4; ++x) {
-        EXPECT_EQ(target.Pixels()[y * 4 + x], test.want[y][x]) << test.name << " at " << x << "," << y;
-      }
-    }
+    for (int i = 0; i < 16; ++i)
+      EXPECT_EQ(target.Pixels()[i], test.want[i / 4][i % 4])
+          << test.name << " at " << i % 4 << "," << i / 4;
   }
 }
 
@@ -131,14 +128,13 @@ int DifferingPixels(const std::function<void(MDrawerToMBitmap&)>& ours,
   const int stride = cairo_image_surface_get_stride(surface);
   int differing = 0;
   *lit = 0;
-  for (int y = 0; y < kSize; ++y) {
+  for (int y = 0; y < kSize; ++y)
     for (int x = 0; x < kSize; ++x) {
       uint32_t theirsPixel;
       std::memcpy(&theirsPixel, data + y * stride + x * 4, 4);
       differing += (target.Pixels()[y * kSize + x] & 0xFFFFFFu) != (theirsPixel & 0xFFFFFFu);
       *lit += (theirsPixel & 0xFFFFFFu) != 0;
     }
-  }
   cairo_destroy(cr);
   cairo_surface_destroy(surface);
   return differing;

@@ -43,9 +43,7 @@ std::string PNGOfSize(uint32_t width, uint32_t height) {
 }
 
 std::string JPEGOfSize(uint16_t width, uint16_t height) {
-  MMemoryStream bytes;
-  SaveJPEG(TestPicture(40, 30), bytes, 80);
-  std::string jpeg(bytes.View());
+  std::string jpeg = Saved([](const MBitmap& b, MStream& s) { SaveJPEG(b, s, 80); });
   size_t frame = jpeg.find("\xff\xc0");
   Put(jpeg, frame + 5, height, true);
   Put(jpeg, frame + 7, width, true);
@@ -141,15 +139,14 @@ TEST_F(BadInputTest, EveryDecoderRefusesClearlyWithinItsLimits) {
   MFile::WriteAll(Path("picture.png"), Saved(SavePNG));
   ASSERT_TRUE(RunImageMagick({Native("picture.png").string(), Native("picture.gif").string()}));
   ASSERT_TRUE(RunImageMagick({Native("picture.png").string(), "-compress", "LZW", Native("picture.tif").string()}));
-  MMemoryStream jpeg, mimg;
-  SaveJPEG(TestPicture(40, 30), jpeg, 80);
-  SaveMIMG(TestPicture(40, 30), mimg, MMIMGType::kJPEGWithAlpha, 80);
+  const std::string jpeg = Saved([](const MBitmap& b, MStream& s) { SaveJPEG(b, s, 80); });
+  const std::string mimg = Saved([](const MBitmap& b, MStream& s) { SaveMIMG(b, s, MMIMGType::kJPEGWithAlpha, 80); });
   std::vector<Case> whole = {{"a.png", Saved(SavePNG), ""},
-                             {"a.jpg", std::string(jpeg.View()), "Error loading JPEG file - read error"},
+                             {"a.jpg", jpeg, "Error loading JPEG file - read error"},
                              {"a.gif", ReadFileBytes(Native("picture.gif")), ""},
                              {"a.tif", ReadFileBytes(Native("picture.tif")), ""},
                              {"a.tga", Saved(SaveTGA), "TGA image file is corrupt."},
-                             {"a.mimg", std::string(mimg.View()), ""}};
+                             {"a.mimg", mimg, ""}};
   std::vector<Case> cases;
   for (const Case& file : whole)
     for (size_t length : {size_t{0}, size_t{20}, file.bytes.size() / 2, file.bytes.size() * 3 / 4})
@@ -187,11 +184,11 @@ TEST_F(BadInputTest, EveryDecoderRefusesClearlyWithinItsLimits) {
       {"short.mask", std::string("KSAM\0\0", 6), "Alphamask stream content is invalid."},
       // Another format than the extension says.
       {"png.jpg", picturePNG, "Error loading JPEG file - Not a JPEG file: starts with 0x89 0x50"},
-      {"jpeg.png", std::string(jpeg.View()), "Error loading a PNG file."},
+      {"jpeg.png", jpeg, "Error loading a PNG file."},
       {"png.gif", picturePNG, "Error initiating GIF input."},
       {"png.tif", picturePNG, "Error opening TIFF file."},
       {"png.mimg", picturePNG, "MIMG file is corrupt."},
-      {"jpeg.tga", std::string(jpeg.View()), "Invalid TGA header."},
+      {"jpeg.tga", jpeg, "Invalid TGA header."},
       {"png.mask", picturePNG, "Alphamask stream content is invalid."},
   };
   cases.insert(cases.end(), lying.begin(), lying.end());

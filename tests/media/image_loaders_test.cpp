@@ -82,8 +82,7 @@ TEST_F(ImageLoadersTest, EveryFormatMatchesImageMagickPixelByPixel) {
       ADD_FAILURE() << ToStd(failure.message);
       continue;
     }
-    EXPECT_EQ(bitmap.Width(), 61);
-    EXPECT_EQ(bitmap.Height(), 43);
+    EXPECT_EQ(std::pair(bitmap.Width(), bitmap.Height()), std::pair(61, 43));
     int difference = MaxDifference(bitmap, RawRGBA(path));
     EXPECT_GE(difference, 0);
     EXPECT_LE(difference, fixture.tolerance);

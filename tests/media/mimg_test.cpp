@@ -4,14 +4,14 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
+#include <tuple>
 
-#include "foundation/compression/zlib_stream.h"
 #include "foundation/streams/memory_stream.h"
 #include "media/bitmap/bitmap.h"
 #include "media/formats/image_formats.h"
 #include "media/formats/mimg.h"
 #include "support/file_test_support.h"
+#include "foundation/stream_test_support.h"
 #include "media/media_test_support.h"
 
 namespace kx {
@@ -37,8 +37,7 @@ struct RoundTrip {
   const char* options;
   const char* info;   // the type line of `info`
   int colourTolerance;
-  bool alphaKept;     // else the result is opaque
-  bool white;         // a mask keeps only the alpha, on white
+  bool alphaKept, white;  // else the result is opaque; a mask keeps only the alpha, on white
 };
 
 TEST_F(MIMGTest, EveryFormOfTheToolRoundTrips) {
@@ -69,10 +68,8 @@ TEST_F(MIMGTest, EveryFormOfTheToolRoundTrips) {
     ASSERT_EQ(back.Height(), 51);
     int worstColour = 0, worstAlpha = 0;
     for (int64_t i = 0; i < 77 * 51 * 4; i += 4) {
-      for (int c = 0; c < 3; ++c) {
-        int expected = trip.white ? 255 : picture.Bytes()[i + c];
-        worstColour = std::max(worstColour, std::abs(back.Bytes()[i + c] - expected));
-      }
+      for (int c = 0; c < 3; ++c)
+        worstColour = std::max(worstColour, std::abs(back.Bytes()[i + c] - (trip.white ? 255 : picture.Bytes()[i + c])));
       int alpha = trip.alphaKept ? picture.Bytes()[i + 3] : 255;
       worstAlpha = std::max(worstAlpha, std::abs(back.Bytes()[i + 3] - alpha));
     }
@@ -84,15 +81,6 @@ TEST_F(MIMGTest, EveryFormOfTheToolRoundTrips) {
   EXPECT_EQ(RunTool("convert " + File("in.png") + " " + File("x.bmp")), 1);
 }
 
-std::string Deflated(const std::string& data) {
-  MMemoryStream out;
-  MZLIBStream zip;
-  zip.Init(&out, true);
-  zip.Write(data.data(), static_cast<int64_t>(data.size()));
-  zip.Terminate();
-  return std::string(out.View());
-}
-
 TEST_F(MIMGTest, HeaderRulesAtTheirLimits) {
   struct Case {
     const char* name;
@@ -102,11 +90,11 @@ TEST_F(MIMGTest, HeaderRulesAtTheirLimits) {
   const Case cases[] = {
       {"type 7", MIMGFile(2, 2, 7), "Unknown MIMG file type. Please update the software."},
       {"width 262145", MIMGFile(262145, 1, 0), "MIMG file is corrupt."},
-      {"width 262144", MIMGFile(262144, 1, 0, Deflated(std::string(262144 * 4, '\x7f'))), ""},
+      {"width 262144", MIMGFile(262144, 1, 0, ZlibDeflate(std::string(262144 * 4, '\x7f'), 9)), ""},
       {"negative height", MIMGFile(1, -1, 0), "MIMG file is corrupt."},
       {"short header", MIMGFile(1, 1, 0).substr(0, 35), "MIMG file is corrupt."},
       {"wrong magic", "MIMX" + MIMGFile(1, 1, 0).substr(4), "MIMG file is corrupt."},
-      {"short body", MIMGFile(4, 4, 0, Deflated(std::string(63, 'a'))),
+      {"short body", MIMGFile(4, 4, 0, ZlibDeflate(std::string(63, 'a'), 9)),
        "Could not read the required data from stream."},
   };
   for (const Case& test : cases) {
@@ -158,10 +146,7 @@ TEST_F(MIMGTest, PaletteBitmapsAndSwappedMasksComeBackAsWritten) {
     stream->Seek(0, kSeekBegin);
     MAlphaMask back;
     back.Load(*stream);
-    EXPECT_EQ(back.Width(), 9);
-    EXPECT_EQ(back.Height(), 4);
-    EXPECT_EQ(back.x, -3);
-    EXPECT_EQ(back.y, 70000);
+    EXPECT_EQ(std::tuple(back.Width(), back.Height(), back.x, back.y), std::tuple(9, 4, -3, 70000));
     EXPECT_EQ(std::memcmp(back.Coverage(), mask.Coverage(), 36), 0);
   }
 }

@@ -1,6 +1,8 @@
-// Small helpers shared by the stream tests: the failure a body throws,
+// Small helpers shared by the stream tests: the failure a body throws (and a check of it),
 // reproducible random bytes, and a stream whose memory runs out.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
@@ -22,6 +24,14 @@ inline MException Failure(const std::function<void()>& body) {
     return e;
   }
   return MException(MString("(no exception)"), 9999);
+}
+
+// The failure `body` throws must be this one, message and code both.
+inline void ExpectFailure(const std::function<void()>& body, const std::string& message,
+                          uint32_t code) {
+  MException e = Failure(body);
+  EXPECT_EQ(ToStd(e.message), message);
+  EXPECT_EQ(e.code, code) << message;
 }
 
 inline std::string RandomBytes(size_t size, unsigned seed) {
