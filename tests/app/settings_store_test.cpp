@@ -13,8 +13,6 @@
 #include "catalogue/settings_node.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
-#include "foundation/core/log.h"
-#include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/core/run_state.h"
 #include "support/log_capture.h"

@@ -25,8 +25,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* const kPack = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
-
 // The fixture has built the tree into the served folder.
 using DemoServerTest = testing::DemoRunTest;
 
@@ -45,7 +43,7 @@ MXMLItem& LoadTree(MXMLItem& tree, const fs::path& file, bool mbxOnly) {
 void ExpectVerified(const fs::path& file, const fs::path& scratch) {
   ASSERT_TRUE(fs::is_regular_file(file)) << file;
   ASSERT_TRUE(fs::is_regular_file(file.string() + ".md5")) << file;
-  testing::ToolResult verify = testing::RunTool(kPack, {"verify", file.string()}, scratch);
+  testing::ToolResult verify = testing::RunTool(testing::kPackPath, {"verify", file.string()}, scratch);
   EXPECT_EQ(verify.exitCode, 0) << file << ": " << verify.errorOutput;
   EXPECT_NE(verify.output.find("blocks and the file's MD5 match"), std::string::npos) << verify.output;
 }
@@ -105,8 +103,8 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
       if (plugin.name != "Driftdelay") expected.insert(ToStd(plugin.name) + ".so");
     }
   }
-  ASSERT_EQ(testing::RunTool(kPack, install, sandbox.Root()).exitCode, 0);
-  ASSERT_EQ(testing::RunTool(kPack, {"uninstall", state.string(), "--enable", "Driftdelay"},
+  ASSERT_EQ(testing::RunTool(testing::kPackPath, install, sandbox.Root()).exitCode, 0);
+  ASSERT_EQ(testing::RunTool(testing::kPackPath, {"uninstall", state.string(), "--enable", "Driftdelay"},
                              sandbox.Root()).exitCode, 0);
   std::set<std::string> left;
   for (const fs::directory_entry& file : fs::directory_iterator(vst))

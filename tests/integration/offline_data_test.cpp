@@ -53,8 +53,7 @@ TEST_F(OfflineDataTest, FolderInstallsOnAHomeWithoutServerAsOnline) {
 
   // A stale PKG in the target goes first.
   const fs::path folder = sandbox.Root() / "offline";
-  fs::create_directories(folder / "PKG" / "Old");
-  std::ofstream(folder / "PKG" / "Old" / "stale.pkgm") << "stale";
+  WriteFileBytes(folder / "PKG" / "Old" / "stale.pkgm", "stale");
   CreateFolder("offline");
   EXPECT_FALSE(fs::exists(folder / "PKG" / "Old"));
   for (const char* file : {"MINSTALLERDATABASE.mbx", "MInstallerDefinition.mbx", "PRODUCTSX.xml",

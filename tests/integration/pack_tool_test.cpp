@@ -7,11 +7,11 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "kestrix_pack/pack_usage.h"
+#include "support/resource_test_support.h"
 #include "tool_process.h"
 
 namespace kx {
@@ -19,22 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
 // Wrong usage prints the tool's whole synopsis.
 const std::string kUsage = ToolSynopsis(kPackTool);
 
 using testing::ToolResult;
-
-std::string Pattern(size_t size, unsigned seed) {
-  std::string data(size, '\0');
-  uint32_t state = seed * 2654435761u + 1;
-  for (size_t i = 0; i < size; ++i) {
-    state = state * 1103515245u + 12345u;
-    // Half runs of text, half noise: both codecs have work to do.
-    data[i] = (i / 4096) % 2 ? static_cast<char>(state >> 24) : "install preset "[i % 15];
-  }
-  return data;
-}
 
 class PackToolTest : public ::testing::Test {
  protected:
@@ -42,24 +30,23 @@ class PackToolTest : public ::testing::Test {
   std::string Arg(const std::string& name) const { return File(name).string(); }
 
   void WriteFile(const std::string& name, const std::string& bytes) const {
-    fs::create_directories(File(name).parent_path());
-    std::ofstream(File(name), std::ios::binary | std::ios::trunc) << bytes;
+    WriteFileBytes(File(name), bytes);
   }
 
   // A source folder of nested, empty, text and binary files, one over 2 MiB.
   std::vector<std::pair<std::string, std::string>> MakeSources() const {
     std::vector<std::pair<std::string, std::string>> files = {
-        {"Vorlund Synth.so", Pattern(2500000, 1)},
+        {"Vorlund Synth.so", TextBytes(2500000, 1)},
         {"Presets/Factory.presets", "<S><preset name=\"Init\"/></S>"},
         {"Presets/empty.txt", ""},
-        {"Docs/a/b/manual.txt", Pattern(30000, 2)},
+        {"Docs/a/b/manual.txt", TextBytes(30000, 2)},
     };
     for (const auto& [name, bytes] : files) WriteFile("src/" + name, bytes);
     return files;
   }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(kTool, arguments, sandbox.Root());
+    return testing::RunTool(testing::kPackPath, arguments, sandbox.Root());
   }
 
   // Runs and expects success.
@@ -106,12 +93,10 @@ TEST_F(PackToolTest, ListShowsTheTreeWithRootAttributes) {
   EXPECT_EQ(TrailerFlags(ReadFileBytes(File("p.pkgm"))), 3u) << "default flags";
   std::string listing = Ok({"list", Arg("p.pkgm")}).output;
   EXPECT_EQ(listing.rfind("<?xml", 0), 0u) << listing;
-  EXPECT_NE(listing.find("<package name=\"Vorlund Synth\" mergepresets=\"0\" detectitems=\"1\">"),
-            std::string::npos)
-      << listing;
-  EXPECT_NE(listing.find("<dir name=\"Presets\" op=\"create\">"), std::string::npos) << listing;
-  EXPECT_NE(listing.find("<file name=\"Factory.presets\" op=\"update\" time=\""), std::string::npos) << listing;
-  EXPECT_NE(listing.find("filesize=\"2500000\""), std::string::npos) << listing;
+  for (const char* part : {"<package name=\"Vorlund Synth\" mergepresets=\"0\" detectitems=\"1\">",
+                           "<dir name=\"Presets\" op=\"create\">", "filesize=\"2500000\"",
+                           "<file name=\"Factory.presets\" op=\"update\" time=\""})
+    EXPECT_NE(listing.find(part), std::string::npos) << part << "\n" << listing;
   EXPECT_EQ(listing.find("srcpath"), std::string::npos) << listing;
 }
 
@@ -121,8 +106,7 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
             "Definition digest: correct.\nNo security info \"" + Arg("p.pkgm.md5") +
                 "\": contents not checked.\n");
-  ToolResult md5 = Ok({"md5", Arg("p.pkgm")});
-  EXPECT_EQ(md5.output, "Wrote \"" + Arg("p.pkgm.md5") + "\" (3 blocks).\n");
+  EXPECT_EQ(Ok({"md5", Arg("p.pkgm")}).output, "Wrote \"" + Arg("p.pkgm.md5") + "\" (3 blocks).\n");
   EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
             "Definition digest: correct.\nSize, 3 blocks and the file's MD5 match \"" + Arg("p.pkgm.md5") +
                 "\".\n");
@@ -133,18 +117,21 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   bytes[1048576 + 100] ^= 0x20;
   WriteFile("p.pkgm", bytes);
   Ok({"list", Arg("p.pkgm")});
-  ToolResult bad = Run({"verify", Arg("p.pkgm")});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.output, "Definition digest: correct.\n");
-  EXPECT_EQ(bad.errorOutput, "Block 1 of \"" + Arg("p.pkgm") + "\" (bytes 1048576 to 2097151) does not match its digest.\n");
+  auto refused = [&](const std::string& message) {
+    ToolResult bad = Run({"verify", Arg("p.pkgm")});
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_EQ(bad.errorOutput, message);
+    return bad.output;
+  };
+  EXPECT_EQ(refused("Block 1 of \"" + Arg("p.pkgm") +
+                    "\" (bytes 1048576 to 2097151) does not match its digest.\n"),
+            "Definition digest: correct.\n");
 
   // One byte of the definition: refused before the security info is read.
   bytes[1048576 + 100] ^= 0x20;
   bytes[bytes.size() - 40] ^= 0x01;
   WriteFile("p.pkgm", bytes);
-  bad = Run({"verify", Arg("p.pkgm")});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.errorOutput, "Resource library file is corrupt.\n");
+  refused("Resource library file is corrupt.\n");
 
   // A security info that expects another size.
   bytes[bytes.size() - 40] ^= 0x01;
@@ -153,10 +140,8 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   size_t line2 = info.find('\n') + 1;
   info.replace(line2, info.find('\n', line2) - line2, "12");
   WriteFile("p.pkgm.md5", info);
-  bad = Run({"verify", Arg("p.pkgm")});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.errorOutput,
-            "\"" + Arg("p.pkgm") + "\" has " + std::to_string(bytes.size()) + " bytes, its security info says 12.\n");
+  refused("\"" + Arg("p.pkgm") + "\" has " + std::to_string(bytes.size()) +
+          " bytes, its security info says 12.\n");
 }
 
 TEST_F(PackToolTest, FailuresExitWithTheMessage) {

@@ -18,6 +18,10 @@ extern char** environ;
 
 namespace kx::testing {
 
+inline const char* const kProgramPath = KESTRIX_BINARY_DIR "/src/app/kestrix";
+inline const char* const kPackPath = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
+inline const char* const kTreePath = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
+
 struct ToolResult {
   int exitCode = -1;
   std::string output;

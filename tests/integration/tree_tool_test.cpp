@@ -3,14 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "foundation/text/base64.h"
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
-#include "foundation/files/path_text.h"
 #include "kestrix_tree/tree_usage.h"
 #include "tool_process.h"
 
@@ -19,7 +17,6 @@ namespace {
 
 using namespace std::string_literals;
 
-const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
 // Wrong usage prints the tool's whole synopsis.
 const std::string kUsage = ToolSynopsis(kTreeTool);
 
@@ -30,12 +27,10 @@ class TreeToolTest : public ::testing::Test {
   std::filesystem::path File(const std::string& name) const { return sandbox.Root() / name; }
   std::string FileArgument(const std::string& name) const { return File(name).string(); }
 
-  void WriteFile(const std::string& name, const std::string& bytes) const {
-    std::ofstream(File(name), std::ios::binary) << bytes;
-  }
+  void WriteFile(const std::string& name, const std::string& bytes) const { WriteFileBytes(File(name), bytes); }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(kTool, arguments, sandbox.Root());
+    return testing::RunTool(testing::kTreePath, arguments, sandbox.Root());
   }
 
   // The tree that a file in any form holds, loaded in this process.
@@ -71,20 +66,17 @@ TEST_F(TreeToolTest, ConvertsBetweenAllForms) {
   MXMLItem original;
   LoadTree(original, "in.xml");
 
-  struct Step {
-    const char* from;
-    const char* to;
-    const char* form;
+  const struct {
+    const char *from, *to, *form;
     bool compress;
     std::string head;
-  };
-  const Step steps[] = {
+  } steps[] = {
       {"in.xml", "a.mbx", "mbx", false, "\0MBX"s},
       {"a.mbx", "b.mbx", "mbx", true, "\x78\xDA"s},
       {"b.mbx", "c.xml", "xml", false, "<?xml"},
       {"c.xml", "d.xml", "xml", true, "\x78\xDA"s},
   };
-  for (const Step& step : steps) {
+  for (const auto& step : steps) {
     std::vector<std::string> arguments{"convert", FileArgument(step.from), FileArgument(step.to),
                                        "--to", step.form};
     if (step.compress)
