@@ -1,7 +1,7 @@
-// Packages on real files: written from a real source folder and read back
-// through the content streams and by extraction (the trailer, definition and
-// every layout's bytes are the large library's, in resource_large_test.cpp); source trees
-// from folders and tree files; unsafe item paths.
+// Packages on real files: source trees from folders and tree files, extraction,
+// content places and unsafe item paths. A folder built, read back and extracted
+// under every flag set is PackToolTest.BuildAndExtractGiveBackTheSources (through
+// the tool, byte for byte) and LargeLibraryLayoutTest (every layout's bytes).
 #include "install/package_file.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "foundation/files/file_ops.h"
-#include "foundation/streams/file_stream.h"
 #include "foundation/streams/memory_stream.h"
 #include "support/resource_test_support.h"
 #include "foundation/xml/xml_item.h"
@@ -25,7 +24,7 @@ namespace {
 
 class PackageFileTest : public FileTestBase {
  protected:
-  // Source files by relative path: text, random bytes, an empty one, a deep one.
+  // Source files by relative path.
   std::map<std::string, std::string> sources = {
       {"readme.txt", TextBytes(200000, 1)},
       {"bin/plugin.so", RandomBytes(90000, 2)},
@@ -37,51 +36,7 @@ class PackageFileTest : public FileTestBase {
   void SetUp() override {
     for (const auto& [name, content] : sources) WriteFile("src/" + name, content);
   }
-
-  void WriteFolderPackage(const std::string& name, uint32_t flags) {
-    MXMLItem tree(MString("package"));
-    AddFolderToSourceTree(tree, Path("src"));
-    MFileStream target(Path(name), MFileStream::kModeCreate);
-    MPackageFile::Write(tree, target, flags, PackageSourceOpener());
-    target.Close();
-  }
 };
-
-class PackageFlagsTest : public PackageFileTest, public ::testing::WithParamInterface<uint32_t> {};
-
-TEST_P(PackageFlagsTest, ReadsBackEqualToItsSources) {
-  uint32_t flags = GetParam();
-  WriteFolderPackage("p.pkgm", flags);
-
-  MPackageFile package;
-  MXMLItem& root = package.Open(Path("p.pkgm"));
-  EXPECT_EQ(package.GetFlags(), flags);
-  std::vector<MXMLItem*> items = FileItemsOf(root);
-  ASSERT_EQ(items.size(), sources.size());
-  for (MXMLItem* item : items) {
-    std::string path = ToStd(PackageItemPath(root, *item));
-    ASSERT_TRUE(sources.count(path)) << path;
-    EXPECT_FALSE(item->HasAttribute("srcpath")) << "build paths stay at home";
-    std::unique_ptr<MStream> content = package.OpenContent(*item);
-    EXPECT_EQ(content->GetSize(), static_cast<int64_t>(sources[path].size()));
-    EXPECT_EQ(ReadRest(*content, 5000), sources[path]) << path << " flags " << flags;
-  }
-
-  ASSERT_EQ(ExtractPackage(package, Path("out")), static_cast<int64_t>(sources.size()));
-  for (const auto& [name, content] : sources) {
-    EXPECT_EQ(ReadFileBytes(Native("out/" + name)), content) << name;
-    MDateTime source, extracted;
-    MFile::GetFileTime(Path("src/" + name), nullptr, nullptr, &source);
-    MFile::GetFileTime(Path("out/" + name), nullptr, nullptr, &extracted);
-    source.milliseconds = 0;
-    EXPECT_EQ(extracted, source) << name;
-  }
-}
-
-// Plain, the default, bzip2 contents beside a plain definition, every bit. The
-// library's own tests read back every layout, seek included
-// (resource_large_test.cpp); here the layer above it: folder sources, extraction.
-INSTANTIATE_TEST_SUITE_P(Layouts, PackageFlagsTest, ::testing::Values(0u, 3u, 5u, 31u));
 
 // An item without content (a `delete`) has no place in the contents to open.
 TEST_F(PackageFileTest, ContentNeedsItsPlace) {

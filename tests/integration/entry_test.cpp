@@ -46,10 +46,6 @@ struct EntryCase {
   const char* errorOutput;
 };
 
-void PrintTo(const EntryCase& c, std::ostream* out) {
-  *out << c.name;
-}
-
 class EntryRunTest : public EntryTest, public ::testing::WithParamInterface<EntryCase> {};
 
 TEST_P(EntryRunTest, ExitCodeLogAndConsole) {
@@ -117,13 +113,8 @@ TEST_F(EntryTest, DataFolderThatCannotBeCreated) {
   std::string expected = "Error: Could not create path \"" + (blocker / "Downloader").string() +
                          "\". Not a directory\n";
 
-  testing::ToolResult loud = Run({"/uninstall"});
-  EXPECT_EQ(loud.exitCode, kExitStartFailed);
-  EXPECT_EQ(loud.errorOutput, expected);
-
-  testing::ToolResult silent = Run({"/silent"});
-  EXPECT_EQ(silent.exitCode, kExitStartFailed);
-  EXPECT_EQ(silent.errorOutput, "");
+  EXPECT_EQ(testing::Outcome(Run({"/uninstall"})), std::tuple(kExitStartFailed, "", expected));
+  EXPECT_EQ(testing::Outcome(Run({"/silent"})), std::tuple(kExitStartFailed, "", ""));
   EXPECT_FALSE(std::filesystem::exists(blocker / "Downloader"));
 }
 

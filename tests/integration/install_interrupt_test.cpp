@@ -1,7 +1,5 @@
-// Interrupted installs: kestrix-pack install killed at many points of a large
-// install, then run again to the end, leaves exactly the tree of a clean
-// install, bytes and times. (The state file that the uninstall walks is
-// driven through the tool in demo_server_test.cpp.)
+// kestrix-pack install killed at many points of a large install, then run again to
+// the end, leaves exactly the tree of a clean install, bytes and times.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -1,7 +1,6 @@
-// Offline installation data end to end with the real program: a folder written
-// from the demo catalogue served by nginx, loaded on a fresh home with no server,
-// and the plug-ins installed from it alone, byte for byte as online; then folders
-// that are incomplete, stale, newer, or not what their names say.
+// Offline installation data with the real program: a folder written from the demo
+// catalogue, loaded on a home with no server and installed from byte for byte as
+// online; then folders that are incomplete, stale, newer, or not what they say.
 #include <gtest/gtest.h>
 
 #include <chrono>

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/sandbox.h"
@@ -27,6 +28,11 @@ struct ToolResult {
   std::string output;
   std::string errorOutput;
 };
+
+// Exit code, output and error output, to be compared as one.
+inline std::tuple<int, std::string, std::string> Outcome(const ToolResult& result) {
+  return {result.exitCode, result.output, result.errorOutput};
+}
 
 inline ToolResult RunTool(const char* binary, const std::vector<std::string>& arguments,
                           const std::filesystem::path& folder) {

@@ -81,9 +81,7 @@ TEST_F(TreeToolTest, ConvertsBetweenAllForms) {
                                        "--to", step.form};
     if (step.compress)
       arguments.insert(arguments.begin() + 1, "--compress");  // options go anywhere
-    ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 0) << step.to << ": " << result.errorOutput;
-    EXPECT_EQ(result.errorOutput, "") << step.to;
+    EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(0, "", "")) << step.to;
     std::string bytes = ReadFileBytes(File(step.to));
     EXPECT_EQ(bytes.substr(0, step.head.size()), step.head) << step.to;
     if (std::string(step.to) == "d.xml") continue;  // compressed text is no loadable form
@@ -105,9 +103,8 @@ TEST_F(TreeToolTest, DumpsAnyFormAsPrettyXML) {
   WriteFile("line.txt", "$" + ToStd(EncodeBase64(packed.Data(), packed.Size())) + "\n");
 
   for (const char* name : {"in.xml", "packed.mbx", "line.txt"}) {
-    ToolResult result = Run({"dump", FileArgument(name)});
-    EXPECT_EQ(result.exitCode, 0) << name << ": " << result.errorOutput;
-    EXPECT_EQ(result.output, PrettyXML(original)) << name;
+    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})), std::tuple(0, PrettyXML(original), ""))
+        << name;
   }
 }
 
@@ -126,15 +123,12 @@ TEST_F(TreeToolTest, FailuresExitWithTheMessage) {
            "directory\".\n"},
   };
   for (const auto& [name, message] : cases) {
-    ToolResult result =
-        Run({"convert", FileArgument(name), FileArgument("out.mbx"), "--to", "mbx"});
-    EXPECT_EQ(result.exitCode, 1) << name;
-    EXPECT_EQ(result.errorOutput, message) << name;
-    EXPECT_EQ(ReadFileBytes(File("out.mbx")), "old") << name;
-    result = Run({"dump", FileArgument(name)});
-    EXPECT_EQ(result.exitCode, 1) << name;
-    EXPECT_EQ(result.errorOutput, message) << name;
-    EXPECT_EQ(result.output, "") << name;
+    SCOPED_TRACE(name);
+    EXPECT_EQ(testing::Outcome(
+                  Run({"convert", FileArgument(name), FileArgument("out.mbx"), "--to", "mbx"})),
+              std::tuple(1, "", message));
+    EXPECT_EQ(ReadFileBytes(File("out.mbx")), "old");
+    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})), std::tuple(1, "", message));
   }
 }
 
@@ -146,10 +140,8 @@ TEST_F(TreeToolTest, WrongUsageShowsTheUsageLine) {
       {"convert", "a", "b", "--to", "mbx", "--fast"},
   };
   for (const auto& arguments : cases) {
-    ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 2) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(result.errorOutput, kUsage) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(2, "", kUsage))
+        << ::testing::PrintToString(arguments);
   }
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -47,9 +46,7 @@ TEST(UsageTest, HelpVersionAndWrongUsageOfEveryProgram) {
   };
   MTestSandbox sandbox;
   for (const UsageCase& c : cases) {
-    std::string shown = c.binary.substr(c.binary.rfind('/') + 1);
-    for (const std::string& argument : c.arguments) shown += " " + argument;
-    SCOPED_TRACE(shown);
+    SCOPED_TRACE(c.binary + " " + ::testing::PrintToString(c.arguments));
     testing::ToolResult result = testing::RunTool(c.binary.c_str(), c.arguments, sandbox.Root());
     EXPECT_EQ(result.exitCode, c.exitCode);
     const std::string& text = c.stream == Stream::kOut ? result.output : result.errorOutput;
@@ -71,8 +68,7 @@ TEST(UsageTest, ManPagesAreMadeFromTheUsage) {
 TEST(UsageTest, ProgressLineOnlyOnTerminal) {
   MTestSandbox sandbox;
   std::filesystem::path source = sandbox.Root() / "source";
-  std::filesystem::create_directories(source / "sub");
-  for (int i = 0; i < 5; ++i) std::ofstream(source / "sub" / ("f" + std::to_string(i))) << i;
+  for (int i = 0; i < 5; ++i) WriteFileBytes(source / "sub" / ("f" + std::to_string(i)), std::to_string(i));
   const std::string pack = testing::kPackPath;
   const std::string package = (sandbox.Root() / "p.pkgm").string();
   const std::string out = (sandbox.Root() / "out").string();
