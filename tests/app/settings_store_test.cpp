@@ -139,13 +139,11 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
   tree.SaveMBX(plain, false);
   std::string truncated(plain.View().substr(0, plain.View().size() - 3));
 
-  struct FileCase {
+  const struct {
     const char* label;
     std::string bytes;
-    bool asFolder;
-    bool loads;
-  };
-  const FileCase cases[] = {
+    bool asFolder, loads;
+  } cases[] = {
       // Every form of the file reader is LoadAnyTest's; the one the store writes:
       {"compressed MBX", std::string(compressed.View()), false, true},
       {"truncated MBX", truncated, false, false},
@@ -156,7 +154,7 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
       {"empty", "", false, false},
       {"a folder in its place", "", true, false},
   };
-  for (const FileCase& c : cases) {
+  for (const auto& c : cases) {
     fs::remove_all(folder_ / "SettingsPackage.xml");
     if (c.asFolder)
       fs::create_directories(folder_ / "SettingsPackage.xml" / "inner");

@@ -16,19 +16,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Entry {
-  std::string bytes;
-  fs::file_time_type time;
-};
+using Entry = std::pair<std::string, fs::file_time_type>;
 
 // Every file below `root` by relative path, with its bytes and last-write time.
 std::map<std::string, Entry> Snapshot(const fs::path& root) {
   std::map<std::string, Entry> files;
-  for (const auto& entry : fs::recursive_directory_iterator(root)) {
-    if (!entry.is_regular_file()) continue;
-    files[fs::relative(entry.path(), root).string()] =
-        Entry{ReadFileBytes(entry.path()), entry.last_write_time()};
-  }
+  for (const auto& entry : fs::recursive_directory_iterator(root))
+    if (entry.is_regular_file())
+      files[fs::relative(entry.path(), root).string()] =
+          Entry{ReadFileBytes(entry.path()), entry.last_write_time()};
   return files;
 }
 
@@ -81,10 +77,7 @@ TEST_F(InstallInterruptTest, KilledAnywhereThenRunAgainEqualsACleanInstall) {
     ASSERT_EQ(Install(dest), 0) << delay;
     std::map<std::string, Entry> got = Snapshot(dest);
     ASSERT_EQ(got.size(), expected.size()) << delay;
-    for (const auto& [name, entry] : expected) {
-      EXPECT_TRUE(got[name].bytes == entry.bytes) << delay << " " << name;
-      EXPECT_TRUE(got[name].time == entry.time) << delay << " " << name;
-    }
+    for (const auto& [name, entry] : expected) EXPECT_TRUE(got[name] == entry) << delay << " " << name;
   }
   EXPECT_GT(interrupted, 0);  // some kill must have landed inside the walk
 }

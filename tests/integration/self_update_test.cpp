@@ -70,8 +70,7 @@ TEST_F(SelfUpdateTest, DifferentVersionIsFetchedOnceAndStarted) {
     const std::string setup = Offer(version);
     ASSERT_EQ(Run().exitCode, kExitNormal) << Log();
     EXPECT_EQ(SetupArguments(), "/silent /run\n") << Log();
-    const fs::path downloaded = sandbox.Home() / "Downloads" / "Vorlund" / setup;
-    EXPECT_TRUE(fs::exists(downloaded));
+    EXPECT_TRUE(fs::exists(sandbox.Home() / "Downloads" / "Vorlund" / setup));
     EXPECT_EQ(testing::CountOf(Log(), "/download/kestrix/" + setup), 1) << Log();
     EXPECT_NE(Log().find(std::string("Kestrix currently installed version: ") + kKestrixVersion +
                          " Kestrix newest available version: " + version),
