@@ -41,17 +41,16 @@ class FetchToolTest : public ::testing::Test {
 TEST_F(FetchToolTest, FetchesResumesAndReplaces) {
   const std::string done = "Downloading package a.pkgm ... downloading finished sucessfully.\n";
   const std::string stale = RandomBytes(1000, 6);
-  struct Case {
+  const struct {
     std::string local, localInfo;  // on disk before; empty: nothing
     std::vector<std::string> more;
     std::string firstLine;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"", "", {}, "Downloading security info for a.pkgm...\n"},
       {content.substr(0, 1500000), SecurityInfoOf(content), {}, "Downloading package a.pkgm...\n"},
       {stale, SecurityInfoOf(stale), {"--fresh"}, "Downloading security info for a.pkgm...\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.firstLine + std::to_string(c.local.size()));
     fs::remove_all(Dest());
     if (!c.local.empty()) WriteFileBytes(Dest() / "a.pkgm", c.local);

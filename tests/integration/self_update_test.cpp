@@ -89,22 +89,18 @@ TEST_F(SelfUpdateTest, DifferentVersionIsFetchedOnceAndStarted) {
 }
 
 TEST_F(SelfUpdateTest, SameVersionEmptyOrCorruptListRunsOn) {
-  struct Case {
-    std::string list;
-    std::string logged;
-  };
-  const Case cases[] = {
+  const std::pair<std::string, std::string> cases[] = {  // the list, a line of the log
       {"<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_LINUX\"><kestrix version=\"" +
            std::string(kKestrixVersion) + "\" setupname=\"same.run\"/></item></kestrix_installers></SelfUpdateList>",
        "is this version up to date? : 1"},
       {"", std::string(kListFailure)},
       {"<SelfUpdateList><kestrix_installers><item", std::string(kListFailure)},
   };
-  for (const Case& row : cases) {
-    SCOPED_TRACE(row.list);
-    server_->AddFile("download/KESTRIXDATABASE.xml", row.list);
+  for (const auto& [list, logged] : cases) {
+    SCOPED_TRACE(list);
+    server_->AddFile("download/KESTRIXDATABASE.xml", list);
     ASSERT_EQ(Run().exitCode, kExitNormal);
-    EXPECT_NE(Log().find(row.logged), std::string::npos) << Log();
+    EXPECT_NE(Log().find(logged), std::string::npos) << Log();
     EXPECT_EQ(Log().find("Launching new Kestrix setup"), std::string::npos);
     EXPECT_TRUE(fs::exists(sandbox.KestrixDataFolder() / "SettingsPackage.xml"));
   }
