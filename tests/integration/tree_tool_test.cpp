@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/text/base64.h"
+#include "foundation/files/path_text.h"
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
 #include "kestrix_tree/tree_usage.h"
@@ -35,11 +36,7 @@ class TreeToolTest : public ::testing::Test {
 
   // The tree that a file in any form holds, loaded in this process.
   void LoadTree(MXMLItem& tree, const std::string& name) const {
-    MMemoryStream stream;
-    std::string bytes = ReadFileBytes(File(name));
-    stream.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
-    stream.Seek(0, kSeekBegin);
-    ASSERT_TRUE(TryLoadAny(tree, stream));
+    tree.LoadFile(FromSystem(File(name).string()));
   }
 
   MTestSandbox sandbox;
