@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "app/run_flags.h"
@@ -14,13 +15,9 @@ namespace {
 struct Case {
   const char* name;
   std::vector<std::string> arguments;
-  bool help;
-  bool silent;
-  bool uninstall;
-  bool silentAll;
+  bool help, silent, uninstall, silentAll;
   std::vector<std::string> names;
-  bool cloud = false;
-  bool fromPlugin = false;
+  bool cloud = false, fromPlugin = false;
 };
 
 std::vector<MString> ToArguments(const std::vector<std::string>& texts) {
@@ -63,13 +60,10 @@ TEST(OptionLoopTest, SetsTheFlagsOfTheCommandLine) {
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.name);
     CommandLineOptions options = RunOptionLoop(ToArguments(c.arguments));
-    EXPECT_EQ(options.helpRequested, c.help);
-    EXPECT_EQ(options.silentMode, c.silent);
-    EXPECT_EQ(options.uninstallMode, c.uninstall);
-    EXPECT_EQ(options.silentAllPlugins, c.silentAll);
-    EXPECT_EQ(ToTexts(options.silentPluginNames), c.names);
-    EXPECT_EQ(options.cloudLaunchMode, c.cloud);
-    EXPECT_EQ(options.launchedFromPlugin, c.fromPlugin);
+    EXPECT_EQ(std::tuple(options.helpRequested, options.silentMode, options.uninstallMode,
+                         options.silentAllPlugins, ToTexts(options.silentPluginNames),
+                         options.cloudLaunchMode, options.launchedFromPlugin),
+              std::tuple(c.help, c.silent, c.uninstall, c.silentAll, c.names, c.cloud, c.fromPlugin));
   }
 }
 

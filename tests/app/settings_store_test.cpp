@@ -13,8 +13,6 @@
 #include "catalogue/settings_node.h"
 #include "foundation/core/exception.h"
 #include "foundation/files/file_ops.h"
-#include "foundation/core/log.h"
-#include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/core/run_state.h"
 #include "support/log_capture.h"
@@ -141,13 +139,11 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
   tree.SaveMBX(plain, false);
   std::string truncated(plain.View().substr(0, plain.View().size() - 3));
 
-  struct FileCase {
+  const struct {
     const char* label;
     std::string bytes;
-    bool asFolder;
-    bool loads;
-  };
-  const FileCase cases[] = {
+    bool asFolder, loads;
+  } cases[] = {
       // Every form of the file reader is LoadAnyTest's; the one the store writes:
       {"compressed MBX", std::string(compressed.View()), false, true},
       {"truncated MBX", truncated, false, false},
@@ -158,7 +154,7 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
       {"empty", "", false, false},
       {"a folder in its place", "", true, false},
   };
-  for (const FileCase& c : cases) {
+  for (const auto& c : cases) {
     fs::remove_all(folder_ / "SettingsPackage.xml");
     if (c.asFolder)
       fs::create_directories(folder_ / "SettingsPackage.xml" / "inner");

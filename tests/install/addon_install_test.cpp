@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <string>
@@ -61,9 +60,7 @@ class AddonInstallTest : public FileTestBase, public AddonHost {
     return Path(name);
   }
   Addon& AddAddon(const char* xml) {
-    MMemoryStream bytes;
-    bytes.Write(xml, int64_t(strlen(xml)));
-    bytes.Seek(0, kSeekBegin);
+    MConstMemoryStream bytes(xml, int64_t(strlen(xml)));
     MXMLItem& item = list.AddSubItem("item");
     item.LoadXML(bytes);
     auto built = Addon::BuildList(nullptr, list, settings);
@@ -94,8 +91,7 @@ class AddonInstallTest : public FileTestBase, public AddonHost {
 TEST_F(AddonInstallTest, ProductLandsInItsFoldersAndLeavesByItsRecord) {
   // An older device folder in the user data path is carried over first.
   fs::path olderDevices = sandbox.ConfigHome() / "Vorlund" / "PadlockDevices" / "old.dev";
-  fs::create_directories(olderDevices.parent_path());
-  std::ofstream(olderDevices) << "older";
+  WriteFileBytes(olderDevices, "older");
   tree.SetAttribute("PluginID", "Padlock");
   MXMLItem& presets = tree.AddSubItem("Presets");
   presets.AddSubItem("preset").SetAttribute("name", "Warm  Pad ");
@@ -249,17 +245,14 @@ TEST_F(AddonInstallTest, DamagedContentStopsInOrder) {
   Subtree("Samples", {}, files);
   const MString product = Build("Damaged.mproduct");
   int64_t start = 0;
-  {
+  {  // c.wav's place in the contents
     MPackageFile library;
-    MXMLItem& root = library.Open(product);
-    MXMLItem* file = &root.GetSubItem("Samples").GetSubItemIndexed(2);  // c.wav
-    start = file->GetAttributeInt("filestart", 0);
+    start = library.Open(product).GetSubItem("Samples").GetSubItemIndexed(2).GetAttributeInt(
+        "filestart", 0);
   }
-  {
-    std::fstream bytes(Native("Damaged.mproduct"), std::ios::in | std::ios::out | std::ios::binary);
-    bytes.seekp(start + 100);
-    bytes.write("\xff\xff\xff\xff\xff\xff\xff\xff", 8);
-  }
+  std::string bytes = ReadFileBytes(Native("Damaged.mproduct"));
+  bytes.replace(static_cast<size_t>(start) + 100, 8, 8, '\xff');
+  WriteFileBytes(Native("Damaged.mproduct"), bytes);
   EXPECT_FALSE(MessageOf([&] { InstallAddonFile(*this, nullptr, product); }).empty());
   EXPECT_EQ(Read("samples/a.wav"), files["a.wav"]);
   EXPECT_EQ(Read("samples/b.wav"), files["b.wav"]);

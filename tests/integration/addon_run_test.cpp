@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 
 #include "app/main_routine.h"
 #include "demo_run_fixture.h"
@@ -57,12 +58,11 @@ TEST_F(AddonRunTest, QueuedAddonsAreFetchedInstalledAndRemovedByTheirRecords) {
   EXPECT_EQ(ReadFileBytes(sandbox.Home() / "Downloads" / "Vorlund" / pack), ReadFileBytes(Served(pack)));
   MXMLItem settings;
   settings.LoadFile(FromSystem((sandbox.KestrixDataFolder() / "Settings.xml").string()));
-  for (MXMLItem* item = settings.firstSubItem; item; item = item->next) {
-    SCOPED_TRACE(ToStd(item->GetAttributeText("name")));
-    EXPECT_FALSE(item->GetAttributeBool("Download", true));
-    EXPECT_TRUE(item->GetAttributeBool("Installed", false));
-    EXPECT_EQ(item->GetAttributeInt("Version", 0), 1);
-  }
+  for (MXMLItem* item = settings.firstSubItem; item; item = item->next)
+    EXPECT_EQ(std::tuple(item->GetAttributeBool("Download", true),
+                         item->GetAttributeBool("Installed", false), item->GetAttributeInt("Version", 0)),
+              std::tuple(false, true, 1))
+        << ToStd(item->GetAttributeText("name"));
   EXPECT_NE(Log().find("  installing Kitvault pack"), std::string::npos);
 
   // Removal by record: only the listed files and the folders left empty go.

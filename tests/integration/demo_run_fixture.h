@@ -33,10 +33,10 @@ class DemoRunTest : public ::testing::Test {
 
   // The program's run; its exit code.
   int Run(const std::vector<std::string>& arguments) const {
-    return RunTool(KESTRIX_BINARY_DIR "/src/app/kestrix", arguments, sandbox.Root()).exitCode;
+    return RunTool(kProgramPath, arguments, sandbox.Root()).exitCode;
   }
   ToolResult Pack(const std::vector<std::string>& arguments) const {
-    return RunTool(KESTRIX_BINARY_DIR "/tools/kestrix-pack", arguments, sandbox.Root());
+    return RunTool(kPackPath, arguments, sandbox.Root());
   }
   // The home the runs use: the sandbox's, unless UseHome chose another.
   std::filesystem::path Home() const { return home_.empty() ? sandbox.Home() : home_; }

@@ -1,9 +1,7 @@
-// scripts/build-demo-server run into a temporary folder, and the tree it makes
-// read back with the program's own readers: the definition is MBX, every package
-// of the definition is published in the database, every published version is
-// on the server with a security info that kestrix-pack verify accepts, every
-// add-on too, and the connection test answers with bytes. Last, the plug-ins of
-// the effects binary are told apart by name: removing one leaves the others.
+// The demo server tree read back with the program's own readers: every package of
+// the definition published, every published version and add-on on the server with
+// a security info that kestrix-pack verify accepts, and the effects binary's
+// plug-ins told apart by name (removing one leaves the others).
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -14,9 +12,7 @@
 #include "catalogue/definition_schema.h"
 #include "catalogue/package.h"
 #include "catalogue/package_database.h"
-#include "foundation/files/file_ops.h"
 #include "foundation/files/path_text.h"
-#include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 #include "demo_run_fixture.h"
 
@@ -25,27 +21,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* const kPack = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
-
 // The fixture has built the tree into the served folder.
 using DemoServerTest = testing::DemoRunTest;
 
-MXMLItem& LoadTree(MXMLItem& tree, const fs::path& file, bool mbxOnly) {
-  MMemoryStream bytes;
-  MFile::ReadAll(FromSystem(file.string()), bytes);
-  bytes.Seek(0, kSeekBegin);
-  if (mbxOnly)
-    tree.ReadMBX(bytes);
-  else
-    tree.LoadAny(bytes);
+MXMLItem& LoadTree(MXMLItem& tree, const fs::path& file) {
+  tree.LoadFile(FromSystem(file.string()));
   return tree;
 }
 
-// A file of the tree, with its security info beside it, as kestrix-pack verify sees it.
+// A file of the tree, with its security info beside it (without one verify says
+// "contents not checked"), as kestrix-pack verify sees it.
 void ExpectVerified(const fs::path& file, const fs::path& scratch) {
-  ASSERT_TRUE(fs::is_regular_file(file)) << file;
-  ASSERT_TRUE(fs::is_regular_file(file.string() + ".md5")) << file;
-  testing::ToolResult verify = testing::RunTool(kPack, {"verify", file.string()}, scratch);
+  testing::ToolResult verify = testing::RunTool(testing::kPackPath, {"verify", file.string()}, scratch);
   EXPECT_EQ(verify.exitCode, 0) << file << ": " << verify.errorOutput;
   EXPECT_NE(verify.output.find("blocks and the file's MD5 match"), std::string::npos) << verify.output;
 }
@@ -55,11 +42,12 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
   const fs::path download = root / "download";
 
   EXPECT_GT(fs::file_size(download / "ConnectionTest.pkgm"), 0u);
+  EXPECT_EQ(ReadFileBytes(download / "MInstallerDefinition.mbx").substr(0, 4), std::string("\0MBX", 4));
   MXMLItem definition, database, addons, selfUpdate;
   InstallerDefinitionContents contents =
-      ReadInstallerDefinition(LoadTree(definition, download / "MInstallerDefinition.mbx", true));
-  LoadTree(database, download / "MINSTALLERDATABASE.xml", false);
-  LoadTree(selfUpdate, download / "KESTRIXDATABASE.xml", false);
+      ReadInstallerDefinition(LoadTree(definition, download / "MInstallerDefinition.mbx"));
+  LoadTree(database, download / "MINSTALLERDATABASE.xml");
+  LoadTree(selfUpdate, download / "KESTRIXDATABASE.xml");
   EXPECT_TRUE(selfUpdate.HasSubItem("kestrix_installers"));
   EXPECT_FALSE(contents.categories.Count() == 0);
 
@@ -87,7 +75,7 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
         << ToStd(entry->GetAttribute("name").AsString());
 
   // The add-ons point at files of the tree, and at the server they were built for.
-  LoadTree(addons, download / "PRODUCTSX.xml", false);
+  LoadTree(addons, download / "PRODUCTSX.xml");
   EXPECT_EQ(ToStd(addons.GetAttribute("server").AsString()), online_);
   int addonCount = 0;
   for (MXMLItem* item = addons.firstSubItem; item; item = item->next, ++addonCount)
@@ -105,8 +93,8 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
       if (plugin.name != "Driftdelay") expected.insert(ToStd(plugin.name) + ".so");
     }
   }
-  ASSERT_EQ(testing::RunTool(kPack, install, sandbox.Root()).exitCode, 0);
-  ASSERT_EQ(testing::RunTool(kPack, {"uninstall", state.string(), "--enable", "Driftdelay"},
+  ASSERT_EQ(testing::RunTool(testing::kPackPath, install, sandbox.Root()).exitCode, 0);
+  ASSERT_EQ(testing::RunTool(testing::kPackPath, {"uninstall", state.string(), "--enable", "Driftdelay"},
                              sandbox.Root()).exitCode, 0);
   std::set<std::string> left;
   for (const fs::directory_entry& file : fs::directory_iterator(vst))

@@ -17,7 +17,7 @@
 namespace kx {
 namespace {
 
-const char* const kBinary = KESTRIX_BINARY_DIR "/src/app/kestrix";
+using testing::kProgramPath;
 const char* const kUsageOnConsole =
     "Usage: {kestrix} [/silent {list_of_plugins}] [/uninstall]\n"
     "If list_of_plugins is empty, all will be (un)installed \n";
@@ -30,7 +30,7 @@ class EntryTest : public ::testing::Test {
   // offline at once, never reaching out to the built-in host.
   EntryTest() { setenv("KESTRIX_SERVER", "127.0.0.1:9", 1); }
   testing::ToolResult Run(const std::vector<std::string>& arguments) {
-    return testing::RunTool(kBinary, arguments, sandbox.Root());
+    return testing::RunTool(kProgramPath, arguments, sandbox.Root());
   }
   std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
 
@@ -45,10 +45,6 @@ struct EntryCase {
   const char* log;
   const char* errorOutput;
 };
-
-void PrintTo(const EntryCase& c, std::ostream* out) {
-  *out << c.name;
-}
 
 class EntryRunTest : public EntryTest, public ::testing::WithParamInterface<EntryCase> {};
 
@@ -117,13 +113,8 @@ TEST_F(EntryTest, DataFolderThatCannotBeCreated) {
   std::string expected = "Error: Could not create path \"" + (blocker / "Downloader").string() +
                          "\". Not a directory\n";
 
-  testing::ToolResult loud = Run({"/uninstall"});
-  EXPECT_EQ(loud.exitCode, kExitStartFailed);
-  EXPECT_EQ(loud.errorOutput, expected);
-
-  testing::ToolResult silent = Run({"/silent"});
-  EXPECT_EQ(silent.exitCode, kExitStartFailed);
-  EXPECT_EQ(silent.errorOutput, "");
+  EXPECT_EQ(testing::Outcome(Run({"/uninstall"})), std::tuple(kExitStartFailed, "", expected));
+  EXPECT_EQ(testing::Outcome(Run({"/silent"})), std::tuple(kExitStartFailed, "", ""));
   EXPECT_FALSE(std::filesystem::exists(blocker / "Downloader"));
 }
 
@@ -145,8 +136,8 @@ TEST_F(EntryTest, ModuleOpensTheLibraryBesideTheProgram) {
   std::filesystem::path program = sandbox.Root() / "bin" / "kestrix";
   std::filesystem::create_directories(program.parent_path());
   std::error_code linked;
-  std::filesystem::create_hard_link(kBinary, program, linked);
-  if (linked) std::filesystem::copy_file(kBinary, program);
+  std::filesystem::create_hard_link(kProgramPath, program, linked);
+  if (linked) std::filesystem::copy_file(kProgramPath, program);
   std::filesystem::path library = program;
   library.replace_extension(".mrf");
   std::ofstream(library) << "no library";

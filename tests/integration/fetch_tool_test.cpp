@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -18,7 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::SecurityInfoOf;
 
-const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
 
 class FetchToolTest : public ::testing::Test {
  protected:
@@ -26,16 +24,12 @@ class FetchToolTest : public ::testing::Test {
     server.AddFile("download/pkg/a.pkgm", content);
     server.AddFile("download/pkg/a.pkgm.md5", SecurityInfoOf(content));
   }
-  void WriteDest(const std::string& name, const std::string& bytes) const {
-    fs::create_directories(Dest());
-    std::ofstream(Dest() / name, std::ios::binary | std::ios::trunc) << bytes;
-  }
   testing::ToolResult Fetch(const std::string& path, std::vector<std::string> more) const {
     std::vector<std::string> arguments{
         "fetch", "--server", "127.0.0.1:" + std::to_string(server.Port()),
         path,    "--dest",   Dest().string()};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    return testing::RunTool(kTool, arguments, sandbox.Root());
+    return testing::RunTool(testing::kPackPath, arguments, sandbox.Root());
   }
   fs::path Dest() const { return sandbox.Root() / "dest"; }
 
@@ -47,21 +41,20 @@ class FetchToolTest : public ::testing::Test {
 TEST_F(FetchToolTest, FetchesResumesAndReplaces) {
   const std::string done = "Downloading package a.pkgm ... downloading finished sucessfully.\n";
   const std::string stale = RandomBytes(1000, 6);
-  struct Case {
+  const struct {
     std::string local, localInfo;  // on disk before; empty: nothing
     std::vector<std::string> more;
     std::string firstLine;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"", "", {}, "Downloading security info for a.pkgm...\n"},
       {content.substr(0, 1500000), SecurityInfoOf(content), {}, "Downloading package a.pkgm...\n"},
       {stale, SecurityInfoOf(stale), {"--fresh"}, "Downloading security info for a.pkgm...\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.firstLine + std::to_string(c.local.size()));
     fs::remove_all(Dest());
-    if (!c.local.empty()) WriteDest("a.pkgm", c.local);
-    if (!c.localInfo.empty()) WriteDest("a.pkgm.md5", c.localInfo);
+    if (!c.local.empty()) WriteFileBytes(Dest() / "a.pkgm", c.local);
+    if (!c.localInfo.empty()) WriteFileBytes(Dest() / "a.pkgm.md5", c.localInfo);
     testing::ToolResult result = Fetch("/download/pkg/a.pkgm", c.more);
     EXPECT_EQ(result.exitCode, 0) << result.errorOutput;
     EXPECT_EQ(result.output.rfind(c.firstLine, 0), 0u) << result.output;

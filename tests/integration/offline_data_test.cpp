@@ -1,7 +1,6 @@
-// Offline installation data end to end with the real program: a folder written
-// from the demo catalogue served by nginx, loaded on a fresh home with no server,
-// and the plug-ins installed from it alone, byte for byte as online; then folders
-// that are incomplete, stale, newer, or not what their names say.
+// Offline installation data with the real program: a folder written from the demo
+// catalogue, loaded on a home with no server and installed from byte for byte as
+// online; then folders that are incomplete, stale, newer, or not what they say.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -53,8 +52,7 @@ TEST_F(OfflineDataTest, FolderInstallsOnAHomeWithoutServerAsOnline) {
 
   // A stale PKG in the target goes first.
   const fs::path folder = sandbox.Root() / "offline";
-  fs::create_directories(folder / "PKG" / "Old");
-  std::ofstream(folder / "PKG" / "Old" / "stale.pkgm") << "stale";
+  WriteFileBytes(folder / "PKG" / "Old" / "stale.pkgm", "stale");
   CreateFolder("offline");
   EXPECT_FALSE(fs::exists(folder / "PKG" / "Old"));
   for (const char* file : {"MINSTALLERDATABASE.mbx", "MInstallerDefinition.mbx", "PRODUCTSX.xml",

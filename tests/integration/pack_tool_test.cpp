@@ -1,17 +1,15 @@
-// kestrix-pack run as a real process on real files: packages built with several
-// flag combinations from a folder and extracted again (silent_run_test.cpp builds
-// one from a tree file), the security info and the verification that names a bad
-// block, and the exit codes of failures and misuse.
+// kestrix-pack as a real process: packages built under several flag sets and
+// extracted again, the verification that names a bad block, failures and misuse.
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "kestrix_pack/pack_usage.h"
+#include "support/resource_test_support.h"
 #include "tool_process.h"
 
 namespace kx {
@@ -19,22 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
 // Wrong usage prints the tool's whole synopsis.
 const std::string kUsage = ToolSynopsis(kPackTool);
 
 using testing::ToolResult;
-
-std::string Pattern(size_t size, unsigned seed) {
-  std::string data(size, '\0');
-  uint32_t state = seed * 2654435761u + 1;
-  for (size_t i = 0; i < size; ++i) {
-    state = state * 1103515245u + 12345u;
-    // Half runs of text, half noise: both codecs have work to do.
-    data[i] = (i / 4096) % 2 ? static_cast<char>(state >> 24) : "install preset "[i % 15];
-  }
-  return data;
-}
 
 class PackToolTest : public ::testing::Test {
  protected:
@@ -42,24 +28,23 @@ class PackToolTest : public ::testing::Test {
   std::string Arg(const std::string& name) const { return File(name).string(); }
 
   void WriteFile(const std::string& name, const std::string& bytes) const {
-    fs::create_directories(File(name).parent_path());
-    std::ofstream(File(name), std::ios::binary | std::ios::trunc) << bytes;
+    WriteFileBytes(File(name), bytes);
   }
 
   // A source folder of nested, empty, text and binary files, one over 2 MiB.
   std::vector<std::pair<std::string, std::string>> MakeSources() const {
     std::vector<std::pair<std::string, std::string>> files = {
-        {"Vorlund Synth.so", Pattern(2500000, 1)},
+        {"Vorlund Synth.so", TextBytes(2500000, 1)},
         {"Presets/Factory.presets", "<S><preset name=\"Init\"/></S>"},
         {"Presets/empty.txt", ""},
-        {"Docs/a/b/manual.txt", Pattern(30000, 2)},
+        {"Docs/a/b/manual.txt", TextBytes(30000, 2)},
     };
     for (const auto& [name, bytes] : files) WriteFile("src/" + name, bytes);
     return files;
   }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(kTool, arguments, sandbox.Root());
+    return testing::RunTool(testing::kPackPath, arguments, sandbox.Root());
   }
 
   // Runs and expects success.
@@ -87,8 +72,7 @@ TEST_F(PackToolTest, BuildAndExtractGiveBackTheSources) {
     std::string out = "out" + std::to_string(flags);
     Ok({"build", Arg("src"), Arg(package), "--flags", std::to_string(flags)});
     EXPECT_EQ(TrailerFlags(ReadFileBytes(File(package))), flags);
-    ToolResult extracted = Ok({"extract", Arg(package), Arg(out)});
-    EXPECT_EQ(extracted.output, "Extracted 4 files into \"" + Arg(out) + "\".\n");
+    EXPECT_EQ(Ok({"extract", Arg(package), Arg(out)}).output, "Extracted 4 files into \"" + Arg(out) + "\".\n");
     for (const auto& [name, bytes] : files) {
       EXPECT_EQ(ReadFileBytes(File(out + "/" + name)), bytes) << name << " flags " << flags;
       // The time travels in whole seconds.
@@ -106,12 +90,10 @@ TEST_F(PackToolTest, ListShowsTheTreeWithRootAttributes) {
   EXPECT_EQ(TrailerFlags(ReadFileBytes(File("p.pkgm"))), 3u) << "default flags";
   std::string listing = Ok({"list", Arg("p.pkgm")}).output;
   EXPECT_EQ(listing.rfind("<?xml", 0), 0u) << listing;
-  EXPECT_NE(listing.find("<package name=\"Vorlund Synth\" mergepresets=\"0\" detectitems=\"1\">"),
-            std::string::npos)
-      << listing;
-  EXPECT_NE(listing.find("<dir name=\"Presets\" op=\"create\">"), std::string::npos) << listing;
-  EXPECT_NE(listing.find("<file name=\"Factory.presets\" op=\"update\" time=\""), std::string::npos) << listing;
-  EXPECT_NE(listing.find("filesize=\"2500000\""), std::string::npos) << listing;
+  for (const char* part : {"<package name=\"Vorlund Synth\" mergepresets=\"0\" detectitems=\"1\">",
+                           "<dir name=\"Presets\" op=\"create\">", "filesize=\"2500000\"",
+                           "<file name=\"Factory.presets\" op=\"update\" time=\""})
+    EXPECT_NE(listing.find(part), std::string::npos) << part << "\n" << listing;
   EXPECT_EQ(listing.find("srcpath"), std::string::npos) << listing;
 }
 
@@ -121,8 +103,7 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
             "Definition digest: correct.\nNo security info \"" + Arg("p.pkgm.md5") +
                 "\": contents not checked.\n");
-  ToolResult md5 = Ok({"md5", Arg("p.pkgm")});
-  EXPECT_EQ(md5.output, "Wrote \"" + Arg("p.pkgm.md5") + "\" (3 blocks).\n");
+  EXPECT_EQ(Ok({"md5", Arg("p.pkgm")}).output, "Wrote \"" + Arg("p.pkgm.md5") + "\" (3 blocks).\n");
   EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
             "Definition digest: correct.\nSize, 3 blocks and the file's MD5 match \"" + Arg("p.pkgm.md5") +
                 "\".\n");
@@ -133,18 +114,21 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   bytes[1048576 + 100] ^= 0x20;
   WriteFile("p.pkgm", bytes);
   Ok({"list", Arg("p.pkgm")});
-  ToolResult bad = Run({"verify", Arg("p.pkgm")});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.output, "Definition digest: correct.\n");
-  EXPECT_EQ(bad.errorOutput, "Block 1 of \"" + Arg("p.pkgm") + "\" (bytes 1048576 to 2097151) does not match its digest.\n");
+  auto refused = [&](const std::string& message) {
+    ToolResult bad = Run({"verify", Arg("p.pkgm")});
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_EQ(bad.errorOutput, message);
+    return bad.output;
+  };
+  EXPECT_EQ(refused("Block 1 of \"" + Arg("p.pkgm") +
+                    "\" (bytes 1048576 to 2097151) does not match its digest.\n"),
+            "Definition digest: correct.\n");
 
   // One byte of the definition: refused before the security info is read.
   bytes[1048576 + 100] ^= 0x20;
   bytes[bytes.size() - 40] ^= 0x01;
   WriteFile("p.pkgm", bytes);
-  bad = Run({"verify", Arg("p.pkgm")});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.errorOutput, "Resource library file is corrupt.\n");
+  refused("Resource library file is corrupt.\n");
 
   // A security info that expects another size.
   bytes[bytes.size() - 40] ^= 0x01;
@@ -153,10 +137,8 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
   size_t line2 = info.find('\n') + 1;
   info.replace(line2, info.find('\n', line2) - line2, "12");
   WriteFile("p.pkgm.md5", info);
-  bad = Run({"verify", Arg("p.pkgm")});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.errorOutput,
-            "\"" + Arg("p.pkgm") + "\" has " + std::to_string(bytes.size()) + " bytes, its security info says 12.\n");
+  refused("\"" + Arg("p.pkgm") + "\" has " + std::to_string(bytes.size()) +
+          " bytes, its security info says 12.\n");
 }
 
 TEST_F(PackToolTest, FailuresExitWithTheMessage) {
@@ -170,10 +152,7 @@ TEST_F(PackToolTest, FailuresExitWithTheMessage) {
            "\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\".\n"},
   };
   for (const auto& [arguments, message] : cases) {
-    ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 1) << arguments[0];
-    EXPECT_EQ(result.errorOutput, message);
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(1, "", message)) << arguments[0];
   }
   EXPECT_FALSE(fs::exists(File("bad.pkgm"))) << "no half package is left";
 }
@@ -192,10 +171,8 @@ TEST_F(PackToolTest, WrongUsageShowsTheUsage) {
       {"fetch", "--server", "h", "/a", "--dest", "d", "--fresh", "--fresh"},
   };
   for (const auto& arguments : cases) {
-    ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 2) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(result.errorOutput, kUsage) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(2, "", kUsage))
+        << ::testing::PrintToString(arguments);
   }
 }
 

@@ -1,14 +1,12 @@
-// The packages as a user meets them: the .deb's files and fields, and the per-user
-// setup file in a sandboxed HOME (usage, a damaged file, a first install, a higher
-// version installed while the first still runs, /run). The packages come from the
-// target kx_packages; a higher version is packed here from the same build.
+// The packages of the target kx_packages as a user meets them: the .deb's files and
+// fields, and the per-user setup file in a sandboxed HOME (usage, a damaged file, a
+// first install, a higher version, packed here, installed while the first runs).
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -70,11 +68,9 @@ TEST(SetupTest, UsageAndDamagedFile) {
   if (!fs::is_regular_file(setup)) GTEST_SKIP() << Missing(setup);
   MTestSandbox sandbox;
   const fs::path cut = sandbox.Root() / setup.filename();
-  {
-    std::string bytes = ReadFileBytes(setup);
-    std::ofstream(cut, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
-    fs::permissions(cut, fs::perms::owner_all);
-  }
+  const std::string bytes = ReadFileBytes(setup);
+  WriteFileBytes(cut, bytes.substr(0, bytes.size() / 2));
+  fs::permissions(cut, fs::perms::owner_all);
   const std::string name = setup.filename().string();
   const struct {
     fs::path file;

@@ -1,15 +1,13 @@
-// Silent runs of the real kestrix binary against a real server (nginx on
-// 127.0.0.1) that serves a tiny catalogue built with the real tools: two
-// plug-ins, Alpha and Beta, each with a content package of its own, and the
+// Silent runs of the real program against nginx serving a tiny catalogue built
+// with the real tools: plug-ins Alpha and Beta, a content package each, and the
 // effects binary that holds both plug-ins' files.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <filesystem>
 #include <map>
-#include <fstream>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,10 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ToolResult;
-
-const char* const kBinary = KESTRIX_BINARY_DIR "/src/app/kestrix";
-const char* const kPackTool = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
-const char* const kTreeTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
+using testing::kPackPath;
 
 const char* const kClosing2 = "\nClosing Kestrix, error code: 2\r\n";
 
@@ -71,7 +66,6 @@ class SilentRunTest : public ::testing::Test {
     BuildServerTree();
     UseServer("127.0.0.1:" + std::to_string(server_->Port()));
   }
-  // The child reads the server from its environment.
   static void UseServer(const std::string& server) { setenv("KESTRIX_SERVER", server.c_str(), 1); }
 
   fs::path Work(const std::string& name) const { return sandbox.Root() / "work" / name; }
@@ -82,17 +76,12 @@ class SilentRunTest : public ::testing::Test {
     ASSERT_EQ(result.exitCode, 0) << result.output << result.errorOutput;
   }
 
-  void WriteFile(const fs::path& path, const std::string& bytes) const {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << bytes;
-  }
-
   void WriteDatabase() {
     std::string database = "<PackageDatabase>\n";
     for (const auto& [key, release] : releases_)
       database += "<packages name=\"" + key + "\"><release version=\"" + release.first + "\" size=\"" +
                   std::to_string(release.second) + "\" time=\"2024-01-01 10:00:00\"/></packages>\n";
-    WriteFile(Served("MINSTALLERDATABASE.xml"), database + "</PackageDatabase>\n");
+    WriteFileBytes(Served("MINSTALLERDATABASE.xml"), database + "</PackageDatabase>\n");
   }
 
   // Packs `source` (a folder or a tree file) as release `version` of `key` below
@@ -102,8 +91,8 @@ class SilentRunTest : public ::testing::Test {
     const fs::path served = Served(folder + "/" + key + "_" + version + ".pkgm");
     fs::create_directories(served.parent_path());
     options.insert(options.begin(), {"build", source.string(), served.string()});
-    Tool(kPackTool, options);
-    Tool(kPackTool, {"md5", served.string()});
+    Tool(kPackPath, options);
+    Tool(kPackPath, {"md5", served.string()});
     releases_[key] = {version, fs::file_size(served)};
     WriteDatabase();
   }
@@ -111,8 +100,8 @@ class SilentRunTest : public ::testing::Test {
   // Publishes a release of the effects package whose Alpha.so holds `alpha`.
   void PublishEffects(const std::string& version, const std::string& alpha) {
     const fs::path source = Work("fx_" + version);
-    WriteFile(source / "Alpha.so", alpha);
-    WriteFile(source / "Beta.so", "beta binary");
+    WriteFileBytes(source / "Alpha.so", alpha);
+    WriteFileBytes(source / "Beta.so", "beta binary");
     Publish("BINEffects_binx64", "PKG/BINEffects/binx64", version, source,
             {"--name", "Plugins", "--attr", "detectitems=1"});
   }
@@ -120,21 +109,21 @@ class SilentRunTest : public ::testing::Test {
   void BuildServerTree() {
     for (const PackageSource& package : Packages()) {
       fs::path source = Work("src_" + package.key);
-      for (const auto& [path, bytes] : package.files) WriteFile(source / path, bytes);
+      for (const auto& [path, bytes] : package.files) WriteFileBytes(source / path, bytes);
       std::vector<std::string> options{"--name", package.key == "BINEffects_binx64" ? "Plugins" : "Content"};
       for (const std::string& attribute : package.attributes) options.insert(options.end(), {"--attr", attribute});
       Publish(package.key, package.folder, "1.0", source, options);
     }
-    WriteFile(Work("definition.xml"), kDefinition);
-    Tool(kTreeTool, {"convert", Work("definition.xml").string(), Served("MInstallerDefinition.mbx").string(),
+    WriteFileBytes(Work("definition.xml"), kDefinition);
+    Tool(testing::kTreePath, {"convert", Work("definition.xml").string(), Served("MInstallerDefinition.mbx").string(),
                      "--to", "mbx"});
-    WriteFile(Served("PRODUCTSX.xml"),
-              "<Products server=\"127.0.0.1:" + std::to_string(server_->Port()) + "\"/>\n");
-    WriteFile(Served("ConnectionTest.pkgm"), "ok");
+    WriteFileBytes(Served("PRODUCTSX.xml"),
+                   "<Products server=\"127.0.0.1:" + std::to_string(server_->Port()) + "\"/>\n");
+    WriteFileBytes(Served("ConnectionTest.pkgm"), "ok");
   }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(kBinary, arguments, sandbox.Root());
+    return testing::RunTool(testing::kProgramPath, arguments, sandbox.Root());
   }
   std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
 
@@ -162,7 +151,7 @@ class SilentRunTest : public ::testing::Test {
 // A connection test that answers with no bytes, or no server at all: offline,
 // and a silent run ends with code 2 before the thread starts, unless it uninstalls.
 TEST_F(SilentRunTest, OfflineEndsWithCodeTwoUnlessUninstalling) {
-  WriteFile(Served("ConnectionTest.pkgm"), "");
+  WriteFileBytes(Served("ConnectionTest.pkgm"), "");
   EXPECT_EQ(Run({"/silent"}).exitCode, kExitSilentNoServer);
   EXPECT_NE(Log().find("Kestrix is in OFFLINE mode!"), std::string::npos);
   UseServer("127.0.0.1:9");
@@ -210,8 +199,6 @@ TEST_F(SilentRunTest, NamedRunsInstallAndRemoveOnlyTheNamedPlugins) {
   EXPECT_EQ(InstalledNames(), std::vector<std::string>{"Alpha/User.presets"}) << Log();
 }
 
-// A name the catalogue does not know asks for nothing: no package is flagged,
-// downloaded or installed, and the run ends at once with success.
 TEST_F(SilentRunTest, UnknownNameRequestsNothing) {
   ASSERT_EQ(Run({"/silent", "Nobody"}).exitCode, kExitNormal);
   const std::string log = Log();
@@ -221,15 +208,10 @@ TEST_F(SilentRunTest, UnknownNameRequestsNothing) {
   EXPECT_TRUE(InstalledNames().empty());
 }
 
-struct CorruptCase {
-  const char* file;
-  const char* bytes;
-  const char* logged;
-};
-
-// A corrupt catalogue ends the start with its message, which the log keeps.
 TEST_F(SilentRunTest, CorruptCataloguesEndTheStartWithTheirMessage) {
-  const CorruptCase cases[] = {
+  const struct {
+    const char *file, *bytes, *logged;
+  } cases[] = {
       {"MInstallerDefinition.mbx", "not a tree",
        "Could not load file InstallerDefinition.install.\nPlease re-install the app.\n\nError: "},
       {"MInstallerDefinition.mbx", "not a tree",
@@ -239,20 +221,20 @@ TEST_F(SilentRunTest, CorruptCataloguesEndTheStartWithTheirMessage) {
       {"MINSTALLERDATABASE.xml", "no elements here",
        "Downloaded list of available packages - INSTALLERDATABASE.xml is corrupt.\r\n"},
   };
-  for (const CorruptCase& c : cases) {
+  for (const auto& c : cases) {
     const std::string good = ReadFileBytes(Served(c.file));
-    WriteFile(Served(c.file), c.bytes);
+    WriteFileBytes(Served(c.file), c.bytes);
     EXPECT_EQ(Run({"/silent"}).exitCode, kExitStartFailed) << c.file;
     EXPECT_NE(Log().find(c.logged), std::string::npos) << c.file << "\n" << Log();
     EXPECT_EQ(Log().find("Starting download thread"), std::string::npos) << c.file;
-    WriteFile(Served(c.file), good);
+    WriteFileBytes(Served(c.file), good);
   }
 }
 
 struct FormatCase {
   const char* name;
   std::string settings;  // attributes of SettingsPackage.xml's root
-  std::vector<std::string> binaryFolders;  // below HOME, where Alpha.so lands
+  std::set<std::string> binaryFolders;  // below HOME, where Alpha.so lands
 };
 
 // The formats and folders chosen in the settings decide where the binaries of
@@ -260,15 +242,15 @@ struct FormatCase {
 // named "(VST3)" and "(AAX)" in their own folders.
 TEST_F(SilentRunTest, ComponentSelectionDecidesTheBinaryFolders) {
   const fs::path tree = Work("effects.xml");
-  WriteFile(Work("bin/Alpha.so"), "alpha binary");
-  WriteFile(Work("bin/Beta.so"), "beta binary");
-  WriteFile(tree,
-            "<package name=\"Plugins\" detectitems=\"1\">\n"
-            " <copy name=\"Plugins (VST3)\" destination=\"{contentfolder}/VST3\"/>\n"
-            " <copy name=\"Plugins (AAX)\" destination=\"{contentfolder}/AAX\"/>\n"
-            " <file name=\"Alpha.so\" op=\"update\" srcpath=\"bin/Alpha.so\"/>\n"
-            " <file name=\"Beta.so\" op=\"update\" srcpath=\"bin/Beta.so\"/>\n"
-            "</package>\n");
+  WriteFileBytes(Work("bin/Alpha.so"), "alpha binary");
+  WriteFileBytes(Work("bin/Beta.so"), "beta binary");
+  WriteFileBytes(tree,
+                 "<package name=\"Plugins\" detectitems=\"1\">\n"
+                 " <copy name=\"Plugins (VST3)\" destination=\"{contentfolder}/VST3\"/>\n"
+                 " <copy name=\"Plugins (AAX)\" destination=\"{contentfolder}/AAX\"/>\n"
+                 " <file name=\"Alpha.so\" op=\"update\" srcpath=\"bin/Alpha.so\"/>\n"
+                 " <file name=\"Beta.so\" op=\"update\" srcpath=\"bin/Beta.so\"/>\n"
+                 "</package>\n");
   Publish("BINEffects_binx64", "PKG/BINEffects/binx64", "1.0", tree, {});
 
   const std::string custom = (sandbox.Home() / "custom3").string();
@@ -281,17 +263,14 @@ TEST_F(SilentRunTest, ComponentSelectionDecidesTheBinaryFolders) {
   };
   for (const FormatCase& c : cases) {
     fs::remove_all(sandbox.Home());
-    WriteFile(sandbox.KestrixDataFolder() / "SettingsPackage.xml",
-              "<KestrixPackagesSettings " + c.settings + "/>\n");
+    WriteFileBytes(sandbox.KestrixDataFolder() / "SettingsPackage.xml",
+                   "<KestrixPackagesSettings " + c.settings + "/>\n");
     ASSERT_EQ(Run({"/silent"}).exitCode, kExitNormal) << c.name << Log();
-    std::vector<std::string> folders;
+    std::set<std::string> folders;
     for (const auto& entry : fs::recursive_directory_iterator(sandbox.Home()))
       if (entry.path().filename() == "Alpha.so")
-        folders.push_back(fs::relative(entry.path().parent_path(), sandbox.Home()).string());
-    std::sort(folders.begin(), folders.end());
-    std::vector<std::string> expected = c.binaryFolders;
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(folders, expected) << c.name;
+        folders.insert(fs::relative(entry.path().parent_path(), sandbox.Home()).string());
+    EXPECT_EQ(folders, c.binaryFolders) << c.name;
     EXPECT_FALSE(Find("Manual.txt").empty()) << c.name << ": content goes in whatever the formats";
   }
 }

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/sandbox.h"
@@ -18,11 +19,20 @@ extern char** environ;
 
 namespace kx::testing {
 
+inline const char* const kProgramPath = KESTRIX_BINARY_DIR "/src/app/kestrix";
+inline const char* const kPackPath = KESTRIX_BINARY_DIR "/tools/kestrix-pack";
+inline const char* const kTreePath = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
+
 struct ToolResult {
   int exitCode = -1;
   std::string output;
   std::string errorOutput;
 };
+
+// Exit code, output and error output, to be compared as one.
+inline std::tuple<int, std::string, std::string> Outcome(const ToolResult& result) {
+  return {result.exitCode, result.output, result.errorOutput};
+}
 
 inline ToolResult RunTool(const char* binary, const std::vector<std::string>& arguments,
                           const std::filesystem::path& folder) {

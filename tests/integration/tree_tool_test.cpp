@@ -3,14 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "foundation/text/base64.h"
+#include "foundation/files/path_text.h"
 #include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
-#include "foundation/files/path_text.h"
 #include "kestrix_tree/tree_usage.h"
 #include "tool_process.h"
 
@@ -19,7 +18,6 @@ namespace {
 
 using namespace std::string_literals;
 
-const char* const kTool = KESTRIX_BINARY_DIR "/tools/kestrix-tree";
 // Wrong usage prints the tool's whole synopsis.
 const std::string kUsage = ToolSynopsis(kTreeTool);
 
@@ -30,21 +28,15 @@ class TreeToolTest : public ::testing::Test {
   std::filesystem::path File(const std::string& name) const { return sandbox.Root() / name; }
   std::string FileArgument(const std::string& name) const { return File(name).string(); }
 
-  void WriteFile(const std::string& name, const std::string& bytes) const {
-    std::ofstream(File(name), std::ios::binary) << bytes;
-  }
+  void WriteFile(const std::string& name, const std::string& bytes) const { WriteFileBytes(File(name), bytes); }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(kTool, arguments, sandbox.Root());
+    return testing::RunTool(testing::kTreePath, arguments, sandbox.Root());
   }
 
   // The tree that a file in any form holds, loaded in this process.
   void LoadTree(MXMLItem& tree, const std::string& name) const {
-    MMemoryStream stream;
-    std::string bytes = ReadFileBytes(File(name));
-    stream.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
-    stream.Seek(0, kSeekBegin);
-    ASSERT_TRUE(TryLoadAny(tree, stream));
+    tree.LoadFile(FromSystem(File(name).string()));
   }
 
   MTestSandbox sandbox;
@@ -71,27 +63,22 @@ TEST_F(TreeToolTest, ConvertsBetweenAllForms) {
   MXMLItem original;
   LoadTree(original, "in.xml");
 
-  struct Step {
-    const char* from;
-    const char* to;
-    const char* form;
+  const struct {
+    const char *from, *to, *form;
     bool compress;
     std::string head;
-  };
-  const Step steps[] = {
+  } steps[] = {
       {"in.xml", "a.mbx", "mbx", false, "\0MBX"s},
       {"a.mbx", "b.mbx", "mbx", true, "\x78\xDA"s},
       {"b.mbx", "c.xml", "xml", false, "<?xml"},
       {"c.xml", "d.xml", "xml", true, "\x78\xDA"s},
   };
-  for (const Step& step : steps) {
+  for (const auto& step : steps) {
     std::vector<std::string> arguments{"convert", FileArgument(step.from), FileArgument(step.to),
                                        "--to", step.form};
     if (step.compress)
       arguments.insert(arguments.begin() + 1, "--compress");  // options go anywhere
-    ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 0) << step.to << ": " << result.errorOutput;
-    EXPECT_EQ(result.errorOutput, "") << step.to;
+    EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(0, "", "")) << step.to;
     std::string bytes = ReadFileBytes(File(step.to));
     EXPECT_EQ(bytes.substr(0, step.head.size()), step.head) << step.to;
     if (std::string(step.to) == "d.xml") continue;  // compressed text is no loadable form
@@ -113,9 +100,8 @@ TEST_F(TreeToolTest, DumpsAnyFormAsPrettyXML) {
   WriteFile("line.txt", "$" + ToStd(EncodeBase64(packed.Data(), packed.Size())) + "\n");
 
   for (const char* name : {"in.xml", "packed.mbx", "line.txt"}) {
-    ToolResult result = Run({"dump", FileArgument(name)});
-    EXPECT_EQ(result.exitCode, 0) << name << ": " << result.errorOutput;
-    EXPECT_EQ(result.output, PrettyXML(original)) << name;
+    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})), std::tuple(0, PrettyXML(original), ""))
+        << name;
   }
 }
 
@@ -134,15 +120,12 @@ TEST_F(TreeToolTest, FailuresExitWithTheMessage) {
            "directory\".\n"},
   };
   for (const auto& [name, message] : cases) {
-    ToolResult result =
-        Run({"convert", FileArgument(name), FileArgument("out.mbx"), "--to", "mbx"});
-    EXPECT_EQ(result.exitCode, 1) << name;
-    EXPECT_EQ(result.errorOutput, message) << name;
-    EXPECT_EQ(ReadFileBytes(File("out.mbx")), "old") << name;
-    result = Run({"dump", FileArgument(name)});
-    EXPECT_EQ(result.exitCode, 1) << name;
-    EXPECT_EQ(result.errorOutput, message) << name;
-    EXPECT_EQ(result.output, "") << name;
+    SCOPED_TRACE(name);
+    EXPECT_EQ(testing::Outcome(
+                  Run({"convert", FileArgument(name), FileArgument("out.mbx"), "--to", "mbx"})),
+              std::tuple(1, "", message));
+    EXPECT_EQ(ReadFileBytes(File("out.mbx")), "old");
+    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})), std::tuple(1, "", message));
   }
 }
 
@@ -154,10 +137,8 @@ TEST_F(TreeToolTest, WrongUsageShowsTheUsageLine) {
       {"convert", "a", "b", "--to", "mbx", "--fast"},
   };
   for (const auto& arguments : cases) {
-    ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 2) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(result.errorOutput, kUsage) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(2, "", kUsage))
+        << ::testing::PrintToString(arguments);
   }
 }
 

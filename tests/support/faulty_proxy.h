@@ -1,11 +1,9 @@
 // MFaultyProxy: a proxy on 127.0.0.1 in front of a real server, which spoils
-// chosen replies on their way: cut short, or one body byte flipped. For the end-
-// to-end tests of a run whose connection drops or whose data arrives damaged.
-//
-// Connections are served one after another. Each request goes to the server
-// whole; its reply is read to the end (HTTP/1.0: the server closes), then the
-// first unused fault whose `requestPart` the request line holds and whose offset
-// the body reaches is applied, and the reply is passed on.
+// chosen replies on their way (cut short, or one body byte flipped), for runs
+// whose connection drops or whose data arrives damaged. Connections are served
+// one after another; each reply is read to its end, then the first unused fault
+// whose `requestPart` the request line holds and whose offset the body reaches
+// is applied, and the reply is passed on.
 #pragma once
 
 #include <atomic>

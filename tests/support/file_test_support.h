@@ -8,8 +8,8 @@
 #include <fstream>
 #include <string>
 
-#include "foundation/core/exception.h"
 #include "foundation/files/path_text.h"
+#include "support/failure_capture.h"
 #include "support/sandbox.h"
 
 namespace kx {
@@ -23,9 +23,7 @@ class FileTestBase : public ::testing::Test {
   std::filesystem::path Native(const std::string& relative) const { return sandbox.Root() / relative; }
 
   void WriteFile(const std::string& relative, const std::string& content) const {
-    std::filesystem::path path = Native(relative);
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
+    WriteFileBytes(Native(relative), content);
   }
 
   // The process may write into a folder whose write permission is gone, as root
@@ -45,15 +43,10 @@ class FileTestBase : public ::testing::Test {
 };
 
 // The message of the MException that `body` throws; a test failure if none is.
-template <typename Body>
-std::string MessageOf(Body&& body) {
-  try {
-    body();
-  } catch (const MException& failure) {
-    return ToStd(failure.message);
-  }
-  ADD_FAILURE() << "no MException was thrown";
-  return std::string();
+inline std::string MessageOf(const std::function<void()>& body) {
+  MException failure = Failure(body);
+  EXPECT_NE(failure.code, 9999) << "no MException was thrown";
+  return failure.code == 9999 ? std::string() : ToStd(failure.message);
 }
 
 }  // namespace kx

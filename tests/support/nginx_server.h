@@ -1,19 +1,11 @@
 // MNginxServer: a real nginx for one test, serving files from a temporary folder
-// on a free port of 127.0.0.1.
-//
-// The constructor writes a configuration of its own (pid file, logs and temp
-// paths inside the temporary folder) and starts /usr/sbin/nginx as one process in
-// the foreground, with no master and no privilege change; it returns once the
-// port answers. `serverBlock` is put into the server block as it is, for
-// locations of the test's own; "$server_port" names the port there. The
-// destructor stops the process by its PID and removes the folder.
-//
-// The process also ends if the thread that created the fixture ends (a crashed
-// test leaves no server behind), so create it on the thread that outlives it.
-//
-//   MNginxServer server("location = /moved { return 302 /files/a.bin; }");
-//   server.AddFile("files/a.bin", "...");
-//   ... server.Url("/files/a.bin") ...
+// on a free port of 127.0.0.1. The constructor writes a configuration of its own
+// (pid file, logs and temp paths inside the folder) and starts /usr/sbin/nginx as
+// one foreground process; it returns once the port answers. `serverBlock` goes
+// into the server block as it is ("$server_port" names the port there). The
+// destructor stops the process by its PID and removes the folder. The process
+// also ends with the thread that created the fixture (a crashed test leaves no
+// server behind), so create it on the thread that outlives it.
 #pragma once
 
 #include <sys/types.h>

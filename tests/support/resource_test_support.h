@@ -9,12 +9,12 @@
 #include <utility>
 #include <vector>
 
-#include "support/failure_capture.h"
 #include "support/file_test_support.h"
 #include "foundation/resources/resource_library.h"
 #include "foundation/resources/resource_small_writer.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
+#include "foundation/xml/xml_iterator.h"
 
 namespace kx {
 
@@ -46,6 +46,15 @@ inline std::string ReadRest(MStream& stream, int64_t piece = 7000) {
   std::string block(static_cast<size_t>(piece), '\0');
   while (int64_t got = stream.Read(block.data(), piece)) result.append(block.data(), static_cast<size_t>(got));
   return result;
+}
+
+// The `file` items of a tree in depth-first order.
+inline std::vector<MXMLItem*> FileItemsOf(MXMLItem& tree) {
+  std::vector<MXMLItem*> items;
+  MXMLIterator walk;
+  for (MXMLItem* item = walk.Begin(tree); item; item = walk.Next())
+    if (item->name == "file") items.push_back(item);
+  return items;
 }
 
 // A folder of source files under the sandbox and a tree of `dir` and `file`
@@ -89,20 +98,7 @@ class ResourceFolderTest : public FileTestBase {
 
   MSourceOpener Opener() const { return MResourceLibrary::SourceFolderOpener(Path("src")); }
 
-  // The file items of a tree in depth-first order.
-  static std::vector<MXMLItem*> FileItems(MXMLItem& tree) {
-    std::vector<MXMLItem*> items;
-    std::vector<MXMLItem*> stack{&tree};
-    while (!stack.empty()) {
-      MXMLItem* item = stack.back();
-      stack.pop_back();
-      if (item->name == "file") items.push_back(item);
-      std::vector<MXMLItem*> children;
-      for (MXMLItem* child = item->firstSubItem; child; child = child->next) children.push_back(child);
-      stack.insert(stack.end(), children.rbegin(), children.rend());
-    }
-    return items;
-  }
+  static std::vector<MXMLItem*> FileItems(MXMLItem& tree) { return FileItemsOf(tree); }
 };
 
 }  // namespace kx

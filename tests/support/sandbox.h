@@ -1,10 +1,7 @@
 // MTestSandbox: a fresh temporary home for one test. HOME, XDG_CONFIG_HOME,
 // XDG_DATA_HOME and XDG_CACHE_HOME point into it (all four folders exist) while
 // the object lives; destruction restores the environment as it was (these and
-// KESTRIX_SERVER) and removes the folder with everything in it. A test never
-// touches the real HOME.
-//
-//   class MyTest : public ::testing::Test { protected: MTestSandbox sandbox; };
+// KESTRIX_SERVER) and removes the folder with everything in it.
 #pragma once
 
 #include <filesystem>
@@ -41,5 +38,7 @@ class MTestSandbox {
 
 // The whole content of a file as bytes; empty when it cannot be read.
 std::string ReadFileBytes(const std::filesystem::path& path);
+// Writes `bytes` as the whole file, creating its folders.
+void WriteFileBytes(const std::filesystem::path& path, const std::string& bytes);
 
 }  // namespace kx

@@ -11,7 +11,7 @@ MScriptedBoxHost::~MScriptedBoxHost() {
 }
 
 int MScriptedBoxHost::Ask(const char* kind, const MString& text) {
-  calls_.push_back({kind, text, {}, {}});
+  Record(kind, text);
   if (answers_.empty()) {
     ADD_FAILURE() << kind << " asked \"" << ToStd(text) << "\" but no answer was queued";
     return 0;
@@ -19,24 +19,6 @@ int MScriptedBoxHost::Ask(const char* kind, const MString& text) {
   int answer = answers_.front();
   answers_.pop_front();
   return answer;
-}
-
-void MScriptedBoxHost::ShowError(MControl*, const MString& text) {
-  calls_.push_back({"ShowError", text, {}, {}});
-}
-
-void MScriptedBoxHost::ShowInformation(MControl*, const MString& text) {
-  calls_.push_back({"ShowInformation", text, {}, {}});
-}
-
-int MScriptedBoxHost::ShowQuestion(MControl*, const MString& text) { return Ask("ShowQuestion", text); }
-
-int MScriptedBoxHost::ShowQuestionIgnore(MControl*, const MString& text) {
-  return Ask("ShowQuestionIgnore", text);
-}
-
-int MScriptedBoxHost::ShowQuestionCancel(MControl*, const MString& text) {
-  return Ask("ShowQuestionCancel", text);
 }
 
 int MScriptedBoxHost::ShowThreeButtons(MControl*, const MString& title, const MString& text,

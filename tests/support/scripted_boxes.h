@@ -33,16 +33,21 @@ class MScriptedBoxHost : public MBoxHost {
   }
   const std::vector<MBoxCall>& Calls() const { return calls_; }
 
-  void ShowError(MControl* parent, const MString& text) override;
-  void ShowInformation(MControl* parent, const MString& text) override;
-  int ShowQuestion(MControl* parent, const MString& text) override;
-  int ShowQuestionIgnore(MControl* parent, const MString& text) override;
-  int ShowQuestionCancel(MControl* parent, const MString& text) override;
+  void ShowError(MControl*, const MString& text) override { Record("ShowError", text); }
+  void ShowInformation(MControl*, const MString& text) override { Record("ShowInformation", text); }
+  int ShowQuestion(MControl*, const MString& text) override { return Ask("ShowQuestion", text); }
+  int ShowQuestionIgnore(MControl*, const MString& text) override {
+    return Ask("ShowQuestionIgnore", text);
+  }
+  int ShowQuestionCancel(MControl*, const MString& text) override {
+    return Ask("ShowQuestionCancel", text);
+  }
   int ShowThreeButtons(MControl* parent, const MString& title, const MString& text,
                        const MString& button1, const MString& button2,
                        const MString& button3) override;
 
  private:
+  void Record(const char* kind, const MString& text) { calls_.push_back({kind, text, {}, {}}); }
   // Records the question and answers it from the queue.
   int Ask(const char* kind, const MString& text);
 

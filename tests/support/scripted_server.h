@@ -1,18 +1,10 @@
 // MScriptedServer: a tiny TCP server on 127.0.0.1 that plays a script, for the
 // replies no real server gives (malformed headers, cut connections) and to see
-// the bytes of a request exactly as they were sent.
-//
-// Each entry of the script serves one connection, in order: the server accepts,
-// reads the request (through the empty line that ends its header, then as many
-// body bytes as its Content-Length names), sends the entry's bytes, which may be
-// none or a reply cut anywhere, and closes. The request is read whole first, so
-// the close is an orderly end of the connection, never a reset. A thread of its
-// own serves the script; waits time out after a few seconds, so a test that
-// never connects does not hang.
-//
-//   MScriptedServer server({"HTTP/1.0 200 OK\n\nbody"});
-//   ... connect to server.Port() ...
-//   EXPECT_EQ(server.Requests()[0], "GET / HTTP/1.0\n...");
+// the bytes of a request exactly as they were sent. Each entry serves one
+// connection, in order: accept, read the request whole (header and the body its
+// Content-Length names, so that the close is orderly, never a reset), send the
+// entry's bytes (none, or a reply cut anywhere), close. A thread of its own plays
+// the script; waits time out after a few seconds, so a test never hangs.
 #pragma once
 
 #include <atomic>
