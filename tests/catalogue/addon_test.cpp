@@ -106,8 +106,7 @@ TEST_F(AddonTest, RowsTellTheStateInOrder) {
   struct Case {
     bool install, installed, downloading, download, installing;
     int version;
-    const char* status;
-    const char* button;
+    const char *status, *button;
   };
   const Case cases[] = {
       {true, false, true, true, true, 1, "Installing...", ""},

@@ -2,9 +2,11 @@
 // package database and the two settings trees, shaped like the server's.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "catalogue/package.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 
@@ -71,6 +73,11 @@ struct CatalogueTrees {
   MXMLItem database{"PackageDatabase"};
   MXMLItem packageSettings{"KestrixPackagesSettings"};
   MXMLItem pluginSettings{"KestrixPluginsSettings"};
+
+  // The package of a new `files` element over these trees.
+  std::unique_ptr<Package> NewPackage(const FilesEntry& entry, CatalogueOwner* owner = nullptr) {
+    return Package::Create(owner, AddFiles(definition, entry), database, packageSettings);
+  }
 };
 
 }  // namespace kx::testing

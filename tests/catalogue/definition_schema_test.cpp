@@ -9,7 +9,7 @@
 
 #include "catalogue/plugin.h"
 #include "catalogue_fixture.h"
-#include "foundation/core/exception.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -18,9 +18,7 @@ using testing::Text;
 
 TEST(DefinitionSchemaTest, RequiredAttributeMissingIsNamed) {
   const struct {
-    const char* element;
-    const char* attributes;  // "key=value;..." all but one of the required ones
-    const char* missing;
+    const char *element, *attributes, *missing;  // attributes: all required ones but `missing`
   } cases[] = {
       {"directory", "default=x;defaultprefix=y", "id"},
       {"directory", "id=a;defaultprefix=y", "default"},
@@ -40,12 +38,8 @@ TEST(DefinitionSchemaTest, RequiredAttributeMissingIsNamed) {
       if (at > 0) element.SetAttribute(pair.Left(at), MVariant(pair.Mid(at + 1)));
     }
     if (std::string(c.element) == "category") element.AddSubItem("item");  // an item without name
-    try {
-      ReadInstallerDefinition(root);
-      ADD_FAILURE() << c.attributes;
-    } catch (MException& e) {
-      EXPECT_EQ(ToStd(e.message), std::string("Could not find required attribute (") + c.missing + ").");
-    }
+    EXPECT_EQ(MessageOf([&] { ReadInstallerDefinition(root); }),
+              std::string("Could not find required attribute (") + c.missing + ").");
   }
 }
 

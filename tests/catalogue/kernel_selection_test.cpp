@@ -10,9 +10,9 @@
 #include "catalogue/architecture.h"
 #include "catalogue/package.h"
 #include "catalogue_fixture.h"
-#include "foundation/core/exception.h"
 #include "foundation/core/module.h"
 #include "foundation/core/run_state.h"
+#include "support/file_test_support.h"
 #include "support/log_capture.h"
 #include "support/scripted_boxes.h"
 
@@ -29,10 +29,8 @@ const std::string kSeveral =
     "Internal installer error - more than one executable matches architecture of this machine. ";
 
 struct Element {
-  std::string path;
-  std::string name;
-  const char* archMin;  // null: no attribute
-  const char* archMax;  // null: no attribute
+  std::string path, name;
+  const char *archMin, *archMax;  // null: no attribute
   bool mac;
   // `archenabled` after the load for machine indices 0..8: '1', '0', or '-'
   // for no attribute.
@@ -140,8 +138,7 @@ TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
                               "screenshot.<p>System information:" +
                               ToStd(InstructionSetReport());
         ASSERT_EQ(boxes.Calls().size(), 1u);
-        EXPECT_EQ(boxes.Calls()[0].kind, "ShowError");
-        EXPECT_EQ(ToStd(boxes.Calls()[0].text), message);
+        EXPECT_EQ(boxes.Calls()[0].kind + ": " + ToStd(boxes.Calls()[0].text), "ShowError: " + message);
         EXPECT_TRUE(HasLinesInOrder(text, {message}));
       }
       packages.Clear();
@@ -152,8 +149,7 @@ TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
 
 TEST(KernelSelectionLabelTest, FixedLabelByWhetherArchmaxIsEmpty) {
   const struct {
-    const char* archMin;
-    const char* archMax;
+    const char *archMin, *archMax;
     int machine;
     const char* label;  // null: no match, no line
   } cases[] = {
@@ -171,13 +167,8 @@ TEST(KernelSelectionLabelTest, FixedLabelByWhetherArchmaxIsEmpty) {
     int32_t counter = 5;
     EvaluateArchitecture(files, counter);
     std::string text = log.Text();
-    if (c.label) {
-      EXPECT_EQ(counter, 6);
-      EXPECT_EQ(text, std::string("\r\nUsing kernel type: ") + c.label + "\r\n");
-    } else {
-      EXPECT_EQ(counter, 5);
-      EXPECT_EQ(text, "");
-    }
+    EXPECT_EQ(counter, c.label ? 6 : 5);
+    EXPECT_EQ(text, c.label ? std::string("\r\nUsing kernel type: ") + c.label + "\r\n" : "");
   }
 }
 
@@ -206,12 +197,10 @@ TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
   MXMLItem& broken = trees.definition.AddSubItem("files");
   broken.SetAttribute("archmin", "avx2");
   PackageList packages;
-  try {
-    LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
-    FAIL() << "no exception";
-  } catch (MException& e) {
-    EXPECT_EQ(ToStd(e.message), "Could not find required attribute (path).");
-  }
+  EXPECT_EQ(MessageOf([&] {
+              LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
+            }),
+            "Could not find required attribute (path).");
   EXPECT_EQ(broken.FindAttribute("archenabled"), nullptr);
   // What was built before the broken element stays in the list, which owns it.
   ASSERT_EQ(packages.Count(), 1);

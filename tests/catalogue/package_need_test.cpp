@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "catalogue/definition_schema.h"
-#include "catalogue/package.h"
 #include "catalogue/plugin.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
@@ -21,18 +20,11 @@ using testing::Text;
 
 struct NeedCase {
   const char* label;
-  std::string path;
-  std::string name;  // the package's `name`
-  std::string flags;
-  int archEnabled;  // -1: no attribute
+  std::string path, name, flags;  // name: the package's `name`
+  int archEnabled;                // -1: no attribute
   bool installed;
-  std::string plugin;
-  std::string pluginFlags;
-  std::string contents;  // element text of the plug-in's item
-  bool anyOwn;
-  bool optional;
-  bool cloud;
-  bool needed;
+  std::string plugin, pluginFlags, contents;  // contents: element text of the plug-in's item
+  bool anyOwn, optional, cloud, needed;
   std::vector<std::string> wantedBy;
 };
 
@@ -85,12 +77,9 @@ TEST(PackageNeedTest, DecidesByFlags) {
   for (const NeedCase& c : kCases) {
     SCOPED_TRACE(c.label);
     testing::CatalogueTrees trees;
-    MXMLItem& files = testing::AddFiles(trees.definition, {c.path, c.name, c.flags, c.archEnabled});
-    MXMLItem& packageItem = FindOrMakeSettingsItem(
-        trees.packageSettings, Package::MakeKey(Package::MakeFolderPath(Text(c.path))));
-    packageItem.SetAttribute("Installed", c.installed ? "1" : "0");
-    std::unique_ptr<Package> package(
-        Package::Create(nullptr, files, trees.database, trees.packageSettings));
+    FindOrMakeSettingsItem(trees.packageSettings, Package::MakeKey(Package::MakeFolderPath(Text(c.path))))
+        .SetAttribute("Installed", c.installed ? "1" : "0");
+    std::unique_ptr<Package> package = trees.NewPackage({c.path, c.name, c.flags, c.archEnabled});
 
     MXMLItem& category = trees.definition.AddSubItem("category");
     category.SetAttribute("name", "Effects");
@@ -119,8 +108,8 @@ TEST(PackageNeedRecording, EffectsBinaryNamesEachPluginOnce) {
       <category name="Effects" columns="4"><item name="MComp"/><item name="MBundle">MEqA;MEqB</item></category>
       <category name="Instruments" columns="4"><item name="Tonvault"/></category></InstallerDefinition>)");
   InstallerDefinitionContents contents = ReadInstallerDefinition(trees.definition);
-  std::unique_ptr<Package> effects(
-      Package::Create(nullptr, *contents.files[0].node, trees.database, trees.packageSettings));
+  std::unique_ptr<Package> effects =
+      Package::Create(nullptr, *contents.files[0].node, trees.database, trees.packageSettings);
   for (const CategoryDefinition& category : contents.categories)
     for (MXMLItem* item = category.node->firstSubItem; item; item = item->next) {
       std::unique_ptr<Plugin> plugin(Plugin::Create(nullptr, category, *item, trees.pluginSettings));

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -15,7 +14,6 @@
 
 #include "catalogue/architecture.h"
 #include "catalogue/kernel_selection.h"
-#include "catalogue/package.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
 #include "foundation/core/run_state.h"
@@ -34,15 +32,12 @@ const char* const kLate = "2024-04-01 09:30:00";
 
 TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
   const struct {
-    const char* label;
-    const char* path;
-    const char* name;
+    const char *label, *path, *name;
     bool mac, installed;
     const char* current;
     bool apply;
-    const char* expectCurrent;  // the database publishes "16.02b" (stable)
-    bool expectWish;            // Download and Install set
-    bool expectReinstallMark;
+    const char* expectCurrent;             // the database publishes "16.02b" (stable)
+    bool expectWish, expectReinstallMark;  // wish: Download and Install set
   } cases[] = {
       {"same version in other case", "Content/Kit", "Kit", false, true, "16.02B", true, "16.02b", false, false},
       {"effects binary without a new version", "BINEffects/binx64", "Effects", false, true, "16.02b", true, "16.02b", true, true},
@@ -63,7 +58,7 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
     MXMLItem& settings = FindOrMakeSettingsItem(trees.packageSettings, key);
     settings.SetAttribute("Installed", c.installed ? "1" : "0");
     settings.SetAttribute("Version", c.current);
-    std::unique_ptr<Package> package(Package::Create(nullptr, files, trees.database, trees.packageSettings));
+    std::unique_ptr<Package> package = Package::Create(nullptr, files, trees.database, trees.packageSettings);
     ReadDatabase(*package, false);
 
     SetCurrentVersion(*package, c.apply);
@@ -124,9 +119,7 @@ class UpdateFlowTest : public ::testing::Test {
 
   void Build(const char* kernelVersion) {
     const struct {
-      const char* path;
-      const char* name;
-      const char* version;  // empty: not installed
+      const char *path, *name, *version;  // version empty: not installed
     } rows[] = {{"Kernel/sse", "Kernel", kernelVersion},
                 {"Data/Global", "Global data", "16.02"},
                 {"Content/Kit", "Kit", ""},

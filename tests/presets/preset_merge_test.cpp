@@ -11,9 +11,8 @@
 #include <vector>
 
 #include "foundation/files/file_ops.h"
-#include "support/file_test_support.h"
-#include "foundation/xml/mbx_files.h"
 #include "foundation/streams/memory_stream.h"
+#include "support/file_test_support.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
 #include "presets/preset_store.h"
@@ -23,12 +22,9 @@ namespace {
 
 const MDateTime kItemTime{2024, 5, 6, 7, 8, 9, 0};
 
-MXMLItem* ParseXML(MXMLItem& tree, const std::string& text) {
-  MMemoryStream stream;
-  stream.Write(text.data(), static_cast<int64_t>(text.size()));
-  stream.Seek(0, kSeekBegin);
+void ParseXML(MXMLItem& tree, const std::string& text) {
+  MConstMemoryStream stream(text.data(), static_cast<int64_t>(text.size()));
   tree.LoadXML(stream);
-  return &tree;
 }
 
 // "folder/name" of every preset, in document order.
@@ -51,9 +47,7 @@ class PresetMergeTest : public FileTestBase {
  protected:
   int32_t Merge(const std::string& target, const std::string& shipped) {
     report.Clear();
-    MMemoryStream stream;
-    stream.Write(shipped.data(), static_cast<int64_t>(shipped.size()));
-    stream.Seek(0, kSeekBegin);
+    MConstMemoryStream stream(shipped.data(), static_cast<int64_t>(shipped.size()));
     return MergePresetFile(context, Path(target), stream, kItemTime, report);
   }
 
@@ -165,9 +159,7 @@ TEST_F(PresetMergeTest, StyleSettingsEndWithTheShippedSchemesFirst) {
 
 TEST_F(PresetMergeTest, KeysOfPresets) {
   struct Case {
-    const char* what;
-    const char* user;
-    const char* shipped;
+    const char *what, *user, *shipped;
     int32_t added;
   };
   const Case cases[] = {

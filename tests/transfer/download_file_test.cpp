@@ -62,8 +62,7 @@ TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
 
 TEST(ServerHostTest, TextsAreHostAndOptionalPort) {
   struct Case {
-    const char* text;
-    const char* host;  // null: invalid
+    const char *text, *host;  // host null: invalid
     uint16_t port;
   };
   // clang-format off

@@ -30,8 +30,7 @@ TEST_F(DownloadThreadTest, StepsTakeWorkInOrder) {
 
   // Each step: what it did, and the wish taken away afterwards.
   struct Expected {
-    const char* work;
-    const char* status;  // empty: not looked at
+    const char *work, *status;  // status empty: not looked at
   };
   const Expected steps[] = {
       {"install file manual.mproduct", ""},

@@ -72,8 +72,7 @@ TEST_F(NginxTest, WholeFilesAreReadUntilTheServerCloses) {
 TEST_F(NginxTest, RangesGivePartialContent) {
   struct Case {
     const char* range;
-    size_t from;
-    size_t count;
+    size_t from, count;
   };
   const Case cases[] = {{"bytes=1000000-", 1000000, large.size() - 1000000},
                         {"bytes=100-199", 100, 100},
@@ -110,8 +109,7 @@ TEST_F(NginxTest, SendAnswersFalseOutside2xx) {
 // The request headers go along to the new location: the range applies there.
 TEST_F(NginxTest, RedirectsAreFollowedWithTheirHeaders) {
   struct Case {
-    const char* path;
-    const char* finalPath;
+    const char *path, *finalPath;
     std::string content;
   };
   const Case cases[] = {{"/files/moved-absolute", "/files/target.bin", "the target file"},

@@ -90,8 +90,7 @@ TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
   struct Case {
     const char* name;
     std::vector<std::string> replies;
-    const char* message;  // null: Send answers true
-    const char* request;
+    const char *message, *request;  // message null: Send answers true
   };
   const Case cases[] = {
       {"nothing", {""}, "Invalid HTTP reply header.", nullptr},
@@ -139,9 +138,7 @@ TEST(HTTPRequest, BrokenHeadersAndPortsAreRefused) {
   struct Case {
     const char* name;
     int64_t (*port)(uint16_t serverPort);  // the port written in the URL
-    const char* headerName;
-    const char* headerValue;
-    const char* message;  // "{url}" stands for the URL
+    const char *headerName, *headerValue, *message;  // "{url}" in message stands for the URL
     uint32_t code;
   };
   auto same = [](uint16_t p) -> int64_t { return p; };
@@ -226,15 +223,19 @@ TEST(SocketStream, RefusedConnectionNamesTheDottedHost) {
   EXPECT_EQ(failure.code, 512u);
 }
 
+void ConnectTo(MSocketStream& stream, uint16_t port) {
+  stream.Create();
+  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
+  stream.Connect(port);
+}
+
 // A peer that takes nothing in (a listener that never accepts) fills the buffers
 // of a non-blocking socket: a write that would block has sent nothing, which is
 // the disconnect rule, whether the shortfall came in mid-write or at once.
 TEST(SocketStream, WouldBlockOnWriteCountsAsNothingSent) {
   MScriptedServer server({});
   MSocketStream stream;
-  stream.Create();
-  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
-  stream.Connect(server.Port());
+  ConnectTo(stream, server.Port());
   stream.SetBlocking(false);
   const std::string piece(1 << 20, 'x');
   uint32_t first = 9999;
@@ -252,9 +253,7 @@ TEST(SocketStream, WouldBlockOnWriteCountsAsNothingSent) {
 TEST(SocketStream, InterruptEndsAWaitingRead) {
   MScriptedServer server({});
   MSocketStream stream;
-  stream.Create();
-  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
-  stream.Connect(server.Port());
+  ConnectTo(stream, server.Port());
   std::thread other([&] { stream.Interrupt(); });
   char byte;
   EXPECT_LE(stream.Read(&byte, 1), 0);

@@ -21,7 +21,6 @@ const char* const kPartial = "HTTP/1.0 206 Partial Content\r\n\r\n";
 
 class ItemDownloadTest : public testing::DownloadTest {
  protected:
-  // One step for `item`; its report.
   const TransferReport& StepOnce() {
     thread.Step();
     return thread.LastTransfer();
@@ -33,9 +32,8 @@ TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
   struct Case {
     const char* name;
     std::string local;  // content file on disk before the step
-    int info;           // .md5 on disk: 0 none, 1 the right one, 2 one of `local`
-    bool selected;
-    bool server;          // false: no server answers at all
+    int info;              // .md5 on disk: 0 none, 1 the right one, 2 one of `local`
+    bool selected, server;  // server false: no server answers at all
     int64_t startOffset;  // where the block transfer begins; -1 none
   };
   const std::string content = RandomBytes(5000000, 3), info = SecurityInfoOf(content);
@@ -85,8 +83,7 @@ TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
   }
   const std::string reDownload = "Corrupt security info for a.bin, trying to re-download!";
   struct Case {
-    std::string body;
-    std::string status;  // empty: the file comes down
+    std::string body, status;  // status empty: the file comes down
   };
   const Case cases[] = {
       {"", "Cannot download security info for a.bin (Security info is empty.)"},

@@ -17,9 +17,7 @@ using testing::Text;
 
 TEST(URLText, SplitURL) {
   struct Case {
-    const char* url;
-    const char* host;
-    const char* path;
+    const char *url, *host, *path;
     uint16_t port;
   };
   const Case cases[] = {
@@ -31,8 +29,7 @@ TEST(URLText, SplitURL) {
       {"ftp://host:abc/", "host", "/", 80},                         // no digits: 80
   };
   for (const Case& c : cases) {
-    MString host;
-    MString path;
+    MString host, path;
     uint16_t port = 1;
     MHTTPStream::SplitURL(c.url, host, path, port);
     EXPECT_EQ(ToStd(host), c.host) << c.url;
@@ -44,8 +41,7 @@ TEST(URLText, SplitURL) {
 TEST(URLText, EncodePathAndEncodeValue) {
   struct Case {
     std::string text;  // UTF-8
-    const char* path;
-    const char* value;
+    const char *path, *value;
   };
   const Case cases[] = {
       {"/a b/c?d=%41", "/a%20b/c?d=%41", "%2Fa%20b%2Fc%3Fd%3D%2541"},
