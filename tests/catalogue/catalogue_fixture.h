@@ -1,5 +1,4 @@
-// Catalogue trees built in code for the tests: an installer definition, a
-// package database and the two settings trees, shaped like the server's.
+// Catalogue trees built in code, shaped like the server's.
 #pragma once
 
 #include <memory>
@@ -12,9 +11,7 @@
 
 namespace kx::testing {
 
-inline MString Text(const std::string& text) {
-  return MString::FromUTF8(text);
-}
+inline MString Text(const std::string& text) { return MString::FromUTF8(text); }
 
 // XML text as the server would send it, parsed into `tree`.
 inline void Parse(MXMLItem& tree, const std::string& xml) {
@@ -23,13 +20,10 @@ inline void Parse(MXMLItem& tree, const std::string& xml) {
 }
 
 struct FilesEntry {
-  std::string path = "";
-  std::string name = "";   // empty: no attribute
-  std::string flags = "";  // empty: no attribute
-  int archEnabled = -1;    // -1: no attribute
+  std::string path = "", name = "", flags = "";  // name, flags empty: no attribute
+  int archEnabled = -1;                           // -1: no attribute
   bool mac = false;
-  std::string archMin = "";
-  std::string archMax = "";
+  std::string archMin = "", archMax = "";
 };
 
 inline MXMLItem& AddFiles(MXMLItem& definition, const FilesEntry& entry) {
@@ -74,7 +68,6 @@ struct CatalogueTrees {
   MXMLItem packageSettings{"KestrixPackagesSettings"};
   MXMLItem pluginSettings{"KestrixPluginsSettings"};
 
-  // The package of a new `files` element over these trees.
   std::unique_ptr<Package> NewPackage(const FilesEntry& entry, CatalogueOwner* owner = nullptr) {
     return Package::Create(owner, AddFiles(definition, entry), database, packageSettings);
   }

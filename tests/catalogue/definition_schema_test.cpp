@@ -1,5 +1,5 @@
-// Reading the installer definition: required and defaulted attributes. The
-// server's file form of a whole definition is read by the integration runs.
+// The installer definition's required and defaulted attributes (a whole file is
+// read by the integration runs).
 #include "catalogue/definition_schema.h"
 
 #include <gtest/gtest.h>
@@ -43,8 +43,7 @@ TEST(DefinitionSchemaTest, RequiredAttributeMissingIsNamed) {
   }
 }
 
-// Presence keys count whatever their value, booleans are integers, and the
-// defaults fill what is missing.
+// Presence keys count whatever their value; booleans are integers.
 TEST(DefinitionSchemaTest, DefaultsAndPresence) {
   MXMLItem root;
   std::string xml = R"(<InstallerDefinition>
@@ -81,8 +80,7 @@ TEST(DefinitionSchemaTest, DefaultsAndPresence) {
       Plugin::Create(nullptr, contents.categories[0], *plain.node, pluginSettings));
   std::unique_ptr<Plugin> comp(
       Plugin::Create(nullptr, contents.categories[1], *set.node, pluginSettings));
-  // The category name folds case like every other name; the contents are the
-  // text's fields as they stand, blanks and empty fields included.
+  // The category name folds case; contents are the fields with blanks, empty ones too.
   EXPECT_TRUE(tonvault->IsInstrument && !comp->IsInstrument);
   EXPECT_TRUE(tonvault->Contents.IsEmpty());
   std::string fields;

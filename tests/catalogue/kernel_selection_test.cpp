@@ -1,5 +1,4 @@
-// Loading packages with the architecture selection, over every machine index
-// against the shapes of definitions the server sends.
+// Loading packages with the architecture selection, at every machine index.
 #include "catalogue/kernel_selection.h"
 
 #include <gtest/gtest.h>
@@ -32,8 +31,7 @@ struct Element {
   std::string path, name;
   const char *archMin, *archMax;  // null: no attribute
   bool mac;
-  // `archenabled` after the load for machine indices 0..8: '1', '0', or '-'
-  // for no attribute.
+  // `archenabled` after the load at machine indices 0..8: '1', '0', '-' (none).
   const char* enabled;
 };
 
@@ -132,16 +130,13 @@ TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
         const std::string& opening = count < 1 ? kNoMatch : kSeveral;
         std::string message = opening +
                               "Trying to use most suitable executables for this machine. Please "
-                              "contact our support via " +
-                              kSupportAddress +
-                              " and send us information about this computer with this "
-                              "screenshot.<p>System information:" +
-                              ToStd(InstructionSetReport());
+                              "contact our support via " + kSupportAddress +
+                              " and send us information about this computer with this screenshot."
+                              "<p>System information:" + ToStd(InstructionSetReport());
         ASSERT_EQ(boxes.Calls().size(), 1u);
         EXPECT_EQ(boxes.Calls()[0].kind + ": " + ToStd(boxes.Calls()[0].text), "ShowError: " + message);
         EXPECT_TRUE(HasLinesInOrder(text, {message}));
       }
-      packages.Clear();
     }
   }
   ResetRunFlags();
@@ -186,7 +181,6 @@ TEST(KernelSelectionSilentTest, MessageAtEachStartOnlyInTheLog) {
   EXPECT_EQ(packages.Count(), 1);
   EXPECT_TRUE(boxes.Calls().empty());
   EXPECT_EQ(CountOf(log.Text(), kNoMatch), 2);
-  packages.Clear();
   ResetRunFlags();
 }
 
@@ -205,7 +199,6 @@ TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
   // What was built before the broken element stays in the list, which owns it.
   ASSERT_EQ(packages.Count(), 1);
   EXPECT_EQ(ToStd(packages[0]->Key), "Kernel_avx2");
-  packages.Clear();
 }
 
 }  // namespace

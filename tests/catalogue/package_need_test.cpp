@@ -100,8 +100,7 @@ TEST(PackageNeedTest, DecidesByFlags) {
   ResetRunFlags();
 }
 
-// Plug-ins asked twice, one standing as two products: the effects binary names
-// each product once.
+// Asked twice, one plug-in two products: the effects binary names each once.
 TEST(PackageNeedRecording, EffectsBinaryNamesEachPluginOnce) {
   testing::CatalogueTrees trees;
   testing::Parse(trees.definition, R"(<InstallerDefinition><files path="BINEffects/binx64" flags="global"/>

@@ -58,8 +58,7 @@ TEST(PackagePathTest, FolderKeyAndFiles) {
   }
 }
 
-// The path becomes a folder below the data folder: one that would leave it is
-// refused when the definition is loaded.
+// The path becomes a folder below the data folder.
 TEST(PackagePathGuardTest, PathsThatLeaveTheDataFolderAreRefused) {
   for (const char* path : {"../../.ssh", "Content/../../x", "/etc/x", "BINEffects/../../x"}) {
     testing::CatalogueTrees trees;
@@ -69,14 +68,13 @@ TEST(PackagePathGuardTest, PathsThatLeaveTheDataFolderAreRefused) {
 }
 
 TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
-  struct Case {
+  const struct {
     const char *label, *key;  // of the database entry; keys match without regard to case
     std::vector<testing::VersionSpec> versions;
     const char *stable, *beta, *update, *betaTime;
     float size;             // of the update version's kind
     float betaChannelSize;  // the same when the beta channel takes a later beta
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"no entry", "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}}, "", "", "", "", 0, 0},
       {"only a beta", "content_kit", {{"16.02b", true, " 2024-04-01 09:30:00.5 ", 3000000}}, "",
        "16.02b", "16.02b", "2024-04-01 09:30:00.5", 3000000, 3000000},
@@ -91,7 +89,7 @@ TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
         {"16.02", false, "2024-05-01 12:00:00", 5000000000LL}},
        "16.02", "16.02b", "16.02", "2024-04-01 00:00:00.0", 5000000000.0f, 5000000000.0f},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
     testing::CatalogueTrees trees;
     AddDatabaseEntry(trees.database, c.key, c.versions);

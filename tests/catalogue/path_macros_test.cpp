@@ -1,7 +1,5 @@
-// The path macros from a definition built in code, in a sandboxed HOME whose
-// name holds " (x86)" so that the 32/64 rule has something to remove; the
-// expansion rules; the default folders; the VST and sample folder checks with
-// their boxes and log lines.
+// The path macros, in a sandboxed HOME whose name holds " (x86)" so that the
+// 32/64 rule has something to remove; the default folders and folder checks.
 #include "catalogue/path_macros.h"
 
 #include <gtest/gtest.h>
@@ -124,8 +122,7 @@ TEST_F(PathMacrosTest, CreationFromARealisticDefinition) {
   }
 }
 
-// "destination" ignores what `default` says, but the element must still be
-// complete; a broken element is shown (or, silent, logged) and the walk goes on.
+// "destination" ignores `default`, but the element must still be complete.
 TEST_F(PathMacrosTest, BrokenElementsAreReportedAndSkipped) {
   MXMLItem definition;
   Parse(definition, R"(<InstallerDefinition>
@@ -161,8 +158,7 @@ TEST_F(PathMacrosTest, BrokenElementsAreReportedAndSkipped) {
 }
 
 TEST_F(PathMacrosTest, ExpansionRunsToAFixedPointAndCounts) {
-  // The same chain in both orders: a later macro in an earlier one needs a pass
-  // of its own, the count stays the number of replacements.
+  // Both orders: a later macro in an earlier one needs a pass of its own.
   for (bool reversed : {false, true}) {
     PathMacros macros;
     std::vector<std::pair<const char*, const char*>> table = {

@@ -1,7 +1,5 @@
-// Setting current versions, the update check at start and the switch between
-// the beta and the stable channel: the boxes scripted, the log read back, and
-// the package run's side recorded as one line of calls. The whole update run
-// against a server is the integration suite's (a new release replaces the old).
+// Current versions, the update check at start and the beta/stable switch. The
+// whole update run against a server is the integration suite's.
 #include "catalogue/update_detection.h"
 
 #include <gtest/gtest.h>
@@ -75,8 +73,8 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
   ResetUpdateMarks();
 }
 
-// The package run's side: its calls joined by "; ", each noting whether the
-// package-state lock was held (another thread cannot take a lock this one holds).
+// Each call notes whether the package-state lock was held (another thread cannot
+// take it).
 class RecordingHandOver : public PackageRunHandOver {
  public:
   MLockable& PackageStateLock() override { return lock; }
@@ -106,8 +104,7 @@ class RecordingHandOver : public PackageRunHandOver {
 
 enum VstSetup { kVstFolderToCreate, kVstPathEmpty, kVstOff };
 
-// Four packages over one database: every package is published as stable
-// "16.02" and, later, as beta "16.03b".
+// Every package is published as stable "16.02" and, later, as beta "16.03b".
 class UpdateFlowTest : public ::testing::Test {
  protected:
   void SetUp() override { ResetUpdateMarks(); }
@@ -140,12 +137,8 @@ class UpdateFlowTest : public ::testing::Test {
   }
 
   UpdateSettings Settings(bool beta, bool autoUpdate, VstSetup vst) {
-    UpdateSettings settings;
-    settings.checkBeta = beta;
-    settings.checkAutoPkgUpdate = autoUpdate;
-    settings.vstEnabled = vst != kVstOff;
-    if (vst == kVstFolderToCreate) settings.vst64PluginsPath = Text(VstFolder().string());
-    return settings;
+    return {beta, autoUpdate, vst != kVstOff,
+            vst == kVstFolderToCreate ? Text(VstFolder().string()) : MString()};
   }
 
   std::filesystem::path VstFolder() const { return log.Sandbox().Root() / "vst" / "Vorlund"; }
@@ -156,7 +149,6 @@ class UpdateFlowTest : public ::testing::Test {
     throw std::runtime_error(key);
   }
 
-  // The boxes shown, as "kind: text" lines.
   std::string Boxes() const {
     std::string text;
     for (const MBoxCall& call : boxes.Calls()) text += call.kind + ": " + ToStd(call.text) + "\n";
@@ -200,13 +192,10 @@ struct CheckCase {
   int answer;  // -1: no question expected
   std::string boxes;
   const char* calls;                  // empty: no update run
-  std::vector<std::string> logLines;  // in this order
-  std::vector<std::string> notLogged;
+  std::vector<std::string> logLines, notLogged;  // logLines in this order
 };
 
-void PrintTo(const CheckCase& c, std::ostream* out) {
-  *out << c.label;
-}
+void PrintTo(const CheckCase& c, std::ostream* out) { *out << c.label; }
 
 class CheckForUpdatesTest : public UpdateFlowTest, public ::testing::WithParamInterface<CheckCase> {};
 
@@ -287,8 +276,7 @@ INSTANTIATE_TEST_SUITE_P(Flows, CheckForUpdatesTest, ::testing::ValuesIn(kChecks
 struct SwitchCase {
   bool toBeta;
   int answer;
-  const char* calls;
-  const char* kernel;  // current version of the installed kernel afterwards (was 16.01)
+  const char *calls, *kernel;  // kernel: the installed one's current version after (was 16.01)
   bool dataWished;     // Data_Global (installed at 16.02) is fetched again
 };
 

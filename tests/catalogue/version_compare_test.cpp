@@ -1,5 +1,4 @@
-// Version components, and the update decision of a package as its database
-// entry and its installed version give it.
+// Version components, and a package's update decision.
 #include "catalogue/version_compare.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// MHTTPStream against a real nginx on 127.0.0.1: whole files, ranges, missing
-// files, redirects and the encoding of what goes out in the request line.
+// MHTTPStream against a real nginx on 127.0.0.1.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -35,7 +34,6 @@ class NginxTest : public ::testing::Test {
     server.AddFile("files/with space.bin", "spaced out");
   }
 
-  // Opens the URL and sends with the client's usual redirect limit.
   bool Get(MHTTPStream& stream, const std::string& path, int32_t redirects = 5) {
     stream.Open(Text(server.Url(path)));
     return stream.Send(redirects);
@@ -47,15 +45,14 @@ class NginxTest : public ::testing::Test {
 
 TEST_F(NginxTest, WholeFilesAreReadUntilTheServerCloses) {
   ASSERT_TRUE(server.IsRunning());
-  struct Case {
+  const struct {
     const char* path;
     std::string content;
     int64_t piece;
-  };
-  const Case cases[] = {{"/files/large.bin", large, 65536},
+  } cases[] = {{"/files/large.bin", large, 65536},
                         {"/files/small.txt", "hello\n", 1},
                         {"/files/empty.bin", "", 4096}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.path) + " in pieces of " + std::to_string(c.piece));
     MHTTPStream stream;
     ASSERT_TRUE(Get(stream, c.path));
@@ -70,14 +67,13 @@ TEST_F(NginxTest, WholeFilesAreReadUntilTheServerCloses) {
 }
 
 TEST_F(NginxTest, RangesGivePartialContent) {
-  struct Case {
+  const struct {
     const char* range;
     size_t from, count;
-  };
-  const Case cases[] = {{"bytes=1000000-", 1000000, large.size() - 1000000},
+  } cases[] = {{"bytes=1000000-", 1000000, large.size() - 1000000},
                         {"bytes=100-199", 100, 100},
                         {"bytes=0-0", 0, 1}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.range);
     MHTTPStream stream;
     stream.Open(Text(server.Url("/files/large.bin")));
@@ -89,8 +85,7 @@ TEST_F(NginxTest, RangesGivePartialContent) {
   }
 }
 
-// A status other than 2xx answers false: a missing file, or a redirect when none
-// are left (with 0 a 3xx is taken as it stands).
+// Outside 2xx: a missing file, or a redirect when none are left (0: a 3xx stands).
 TEST_F(NginxTest, SendAnswersFalseOutside2xx) {
   const std::tuple<const char*, int32_t, int32_t, const char*> cases[] = {
       {"/files/not-there.bin", 5, 404, "HTTP/1.1 404 Not Found"},
@@ -108,14 +103,13 @@ TEST_F(NginxTest, SendAnswersFalseOutside2xx) {
 
 // The request headers go along to the new location: the range applies there.
 TEST_F(NginxTest, RedirectsAreFollowedWithTheirHeaders) {
-  struct Case {
+  const struct {
     const char *path, *finalPath;
     std::string content;
-  };
-  const Case cases[] = {{"/files/moved-absolute", "/files/target.bin", "the target file"},
+  } cases[] = {{"/files/moved-absolute", "/files/target.bin", "the target file"},
                         {"/files/moved-relative", "/files/target.bin", "the target file"},
                         {"/files/deeper/moved-up", "/files/other/up.bin", "one folder up"}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     MHTTPStream stream;
     stream.Open(Text(server.Url(c.path)));
@@ -132,17 +126,16 @@ TEST_F(NginxTest, PathIsEncodedAndQueryGoesOutAsGiven) {
   ASSERT_TRUE(Get(spaced, "/files/with space.bin"));
   EXPECT_EQ(ReadBody(spaced), "spaced out");
 
-  struct Case {
+  const struct {
     std::string path;      // as given to Open, UTF-8
     std::string received;  // the request target as the server saw it
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"/echo/a b", "/echo/a%20b"},
       {"/echo/q?name=a%2Fb&empty=&x=%20&y=a/b", "/echo/q?name=a%2Fb&empty=&x=%20&y=a/b"},
       {"/echo/caf\xC3\xA9", "/echo/caf%E9"},
       {"/echo/\xC5\x82", "/echo/\xC5\x82"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     MHTTPStream stream;
     ASSERT_TRUE(Get(stream, c.path));
