@@ -11,7 +11,9 @@
 
 namespace kx::testing {
 
-inline MString Text(const std::string& text) { return MString::FromUTF8(text); }
+inline MString Text(const std::string& text) {
+  return MString::FromUTF8(text);
+}
 
 // XML text as the server would send it, parsed into `tree`.
 inline void Parse(MXMLItem& tree, const std::string& xml) {
@@ -21,7 +23,7 @@ inline void Parse(MXMLItem& tree, const std::string& xml) {
 
 struct FilesEntry {
   std::string path = "", name = "", flags = "";  // name, flags empty: no attribute
-  int archEnabled = -1;                           // -1: no attribute
+  int archEnabled = -1;                          // -1: no attribute
   bool mac = false;
   std::string archMin = "", archMax = "";
 };

@@ -32,7 +32,6 @@ struct NeedCase {
 // its contents, anyOwnPackage, optional instruments, cloud launch -> needed, WantedBy.
 // clang-format off
 const NeedCase kCases[] = {
-    // global and uglobal
     {"global_not_installed", "Data/Shared", "Shared", "global", -1, false, "MComp", "", "", false, false, false, true, {}},
     {"global_installed_plain", "Data/Shared", "Shared", "global", -1, true, "MComp", "", "", false, false, false, true, {}},
     {"global_installed_plain_cloud", "Data/Shared", "Shared", "global", -1, true, "MComp", "", "", false, false, true, true, {}},
@@ -51,17 +50,14 @@ const NeedCase kCases[] = {
     {"effects_records_contents", "BINEffects/binx64", "Effects", "global", -1, true, "MBundle", "", "MEqA; MEqB;", false, false, true, true, {"MEqA", " MEqB", ""}},
     {"effects_other_platform_key", "BINEffectsMac/bin", "Effects", "uglobal", -1, true, "MComp", "", "", false, false, false, true, {"MComp"}},
     {"effects_arch_disabled_first", "BINEffects/binx64", "Effects", "global", 0, false, "MComp", "", "", false, false, false, false, {}},
-    // by plug-in name
     {"bypluginname_records", "USER_PRESETS_BYPLUGIN", "Presets", "gbypluginname", -1, true, "MComp", "", "", false, false, false, true, {"MComp"}},
     {"bypluginname_own_asked", "USER_PRESETS_BYPLUGIN", "Presets", "gbypluginname", -1, false, "MComp", "", "", true, false, false, true, {}},
     {"ubypluginname_contents", "USER_PRESETS_BYPLUGIN", "Presets", "ubypluginname", -1, false, "MBundle", "", "A;B", false, false, false, true, {"A", "B"}},
-    // optional instruments
     {"optional_off", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "Tonvault", "", "", false, false, false, false, {}},
     {"optional_installed", "Instruments/Factory", "Factory", "tvtoptional", -1, true, "Tonvault", "", "", false, true, false, false, {}},
     {"optional_sampler", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "Tonvault", "", "", false, true, true, true, {}},
     {"optional_other_plugin", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "MComp", "", "", false, true, false, true, {}},
     {"optional_other_plugin_cloud", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "MComp", "", "", false, true, true, false, {}},
-    // any other word
     {"own_word_not_installed", "Content/Drums", "Drums", "drums", -1, false, "MDrums", "drums", "", true, false, false, true, {}},
     {"own_word_installed", "Content/Drums", "Drums", "drums", -1, true, "MDrums", "drums", "", false, false, false, false, {}},
     {"own_word_other_case", "Content/Drums", "Drums", "Drums", -1, false, "MDrums", "drums", "", false, false, false, true, {}},
@@ -77,7 +73,8 @@ TEST(PackageNeedTest, DecidesByFlags) {
   for (const NeedCase& c : kCases) {
     SCOPED_TRACE(c.label);
     testing::CatalogueTrees trees;
-    FindOrMakeSettingsItem(trees.packageSettings, Package::MakeKey(Package::MakeFolderPath(Text(c.path))))
+    FindOrMakeSettingsItem(trees.packageSettings,
+                           Package::MakeKey(Package::MakeFolderPath(Text(c.path))))
         .SetAttribute("Installed", c.installed ? "1" : "0");
     std::unique_ptr<Package> package = trees.NewPackage({c.path, c.name, c.flags, c.archEnabled});
 

@@ -162,17 +162,16 @@ TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
   EXPECT_FALSE(package->WantsDownload());
 
   package->MarkDownloading();
+  const std::string head = "name=Content_Kit Installed=";
   EXPECT_EQ(Attributes(stored),
-            "name=Content_Kit Installed=1 Version=16.01 Note=kept Download=1 Downloaded=0 "
-            "Install=0 Uninstall=0 ");
+            head + "1 Version=16.01 Note=kept Download=1 Downloaded=0 Install=0 Uninstall=0 ");
   package->SetUninstallRequest(true);
   EXPECT_TRUE(package->IsUninstallRequested());
   EXPECT_EQ(ToStd(stored.GetAttribute("Uninstall").AsString()), "1");
   package->Install = true;
   package->MarkInstalled();
   EXPECT_EQ(Attributes(stored),
-            "name=Content_Kit Installed=1 Version=16.01 Note=kept Download=0 Downloaded=0 "
-            "Install=1 Uninstall=0 ");
+            head + "1 Version=16.01 Note=kept Download=0 Downloaded=0 Install=1 Uninstall=0 ");
   package->Download = true;
   package->SetUninstallRequest(true);
   package->ClearWishes();
@@ -182,8 +181,7 @@ TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
   package->SetUninstallRequest(true);
   package->MarkUninstalled();
   EXPECT_EQ(Attributes(stored),
-            "name=Content_Kit Installed=0 Version=16.02 Note=kept Download=0 Downloaded=0 "
-            "Install=0 Uninstall=0 ");
+            head + "0 Version=16.02 Note=kept Download=0 Downloaded=0 Install=0 Uninstall=0 ");
 
   // A second record of the same key shares the item and its state.
   std::unique_ptr<Package> again = trees.NewPackage({"Content/Kit"}, &owner);
@@ -194,14 +192,13 @@ TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
 TEST(PackageStateTest, ProgressShare) {
   testing::CatalogueTrees trees;
   std::unique_ptr<Package> package = trees.NewPackage({"Content/Kit"});
-  EXPECT_EQ(package->ProgressLower, 0.0078125f);
   EXPECT_EQ(package->GetProgressUpperBound(), 0.0);
-  // Bounds not shared out yet: the lower bound stands.
+  // Bounds not shared out yet: the lower bound (0.0078125) stands.
   EXPECT_DOUBLE_EQ(package->MapProgress(5, 10), 0.0078125);
 
   package->ProgressLower = 0.25f;
   package->ProgressUpper = 0.75f;
-  const double points[][3] = {{0, 10, 0.25}, {5, 10, 0.5},  {10, 10, 0.75},
+  const double points[][3] = {{0, 10, 0.25},  {5, 10, 0.5},   {10, 10, 0.75},
                               {20, 10, 0.75}, {-5, 10, 0.25}, {3, 0, 0.25}};
   for (const auto& p : points)
     EXPECT_DOUBLE_EQ(package->MapProgress(p[0], p[1]), p[2]) << p[0] << "/" << p[1];
@@ -230,7 +227,8 @@ TEST(PackageStateTest, ReportProgressLooksBelowTheDataFolder) {
   ResetRunFlags();
 
   for (const char* size : {"0", "1234"})
-    EXPECT_NE(text.find("File: " + file.string() + " | downloaded: " + size + "\r\n"), std::string::npos)
+    EXPECT_NE(text.find("File: " + file.string() + " | downloaded: " + size + "\r\n"),
+              std::string::npos)
         << text;
 }
 

@@ -151,7 +151,8 @@ TEST_F(PathMacrosTest, BrokenElementsAreReportedAndSkipped) {
       EXPECT_EQ(log, "");
       ASSERT_EQ(boxes.Calls().size(), 3u);
       for (size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(boxes.Calls()[i].kind + ": " + ToStd(boxes.Calls()[i].text), "ShowError: " + expected[i]);
+        EXPECT_EQ(boxes.Calls()[i].kind + ": " + ToStd(boxes.Calls()[i].text),
+                  "ShowError: " + expected[i]);
     }
   }
   EXPECT_EQ(boxes.Calls().size(), 3u) << "a silent run showed a box";
@@ -191,10 +192,11 @@ TEST_F(PathMacrosTest, DefaultFolders) {
   EXPECT_EQ(ToStd(DefaultVst64PluginsPath()), Home() + "/.vst/Vorlund")
       << "a damaged file counts as absent";
 
-  const std::pair<const char*, const char*> cases[] = {{"/data/Vorlund", "/data/Vorlund"},
-               {"/data/downloads", "/data/downloads/Vorlund"},
-               {"/data/Vorlund/add-ons", "/data/Vorlund/add-ons"},  // within the last 15 units
-               {"/data/Vorlund/my add-ons", "/data/Vorlund/my add-ons/Vorlund"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"/data/Vorlund", "/data/Vorlund"},
+      {"/data/downloads", "/data/downloads/Vorlund"},
+      {"/data/Vorlund/add-ons", "/data/Vorlund/add-ons"},  // within the last 15 units
+      {"/data/Vorlund/my add-ons", "/data/Vorlund/my add-ons/Vorlund"}};
   for (const auto& [path, expected] : cases)
     EXPECT_EQ(ToStd(DownloadPathWithMakerFolder(path)), expected) << path;
 }

@@ -56,7 +56,8 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
     MXMLItem& settings = FindOrMakeSettingsItem(trees.packageSettings, key);
     settings.SetAttribute("Installed", c.installed ? "1" : "0");
     settings.SetAttribute("Version", c.current);
-    std::unique_ptr<Package> package = Package::Create(nullptr, files, trees.database, trees.packageSettings);
+    std::unique_ptr<Package> package =
+        Package::Create(nullptr, files, trees.database, trees.packageSettings);
     ReadDatabase(*package, false);
 
     SetCurrentVersion(*package, c.apply);
@@ -195,7 +196,9 @@ struct CheckCase {
   std::vector<std::string> logLines, notLogged;  // logLines in this order
 };
 
-void PrintTo(const CheckCase& c, std::ostream* out) { *out << c.label; }
+void PrintTo(const CheckCase& c, std::ostream* out) {
+  *out << c.label;
+}
 
 class CheckForUpdatesTest : public UpdateFlowTest, public ::testing::WithParamInterface<CheckCase> {};
 
@@ -207,9 +210,8 @@ TEST_P(CheckForUpdatesTest, Flow) {
   if (c.answer >= 0) boxes.Answer(c.answer);
   Build(c.kernelVersion);
 
-  EXPECT_EQ(CheckForUpdates(packages, Settings(beta, c.situation & kAuto, c.vst), handOver,
-                            c.situation & kReloadedData),
-            started);
+  const UpdateSettings settings = Settings(beta, c.situation & kAuto, c.vst);
+  EXPECT_EQ(CheckForUpdates(packages, settings, handOver, c.situation & kReloadedData), started);
   EXPECT_EQ(Boxes(), c.boxes);
   EXPECT_EQ(handOver.calls, c.calls);
   for (bool held : handOver.lockHeld) EXPECT_TRUE(held);
