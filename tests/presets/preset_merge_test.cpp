@@ -10,10 +10,10 @@
 
 #include "foundation/files/file_ops.h"
 #include "foundation/streams/memory_stream.h"
-#include "support/file_test_support.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
 #include "presets/preset_store.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {

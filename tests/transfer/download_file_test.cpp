@@ -91,15 +91,10 @@ TEST(ServerHostTest, EnvironmentReplacesTheBuiltInHost) {
     SCOPED_TRACE(value ? value : "(unset)");
     EXPECT_EXIT(
         {
-          if (value)
-            ::setenv(kServerHostVariable, value, 1);
-          else
-            ::unsetenv(kServerHostVariable);
+          value ? ::setenv(kServerHostVariable, value, 1) : ::unsetenv(kServerHostVariable);
           TransferEndpoints endpoints;
-          std::_Exit(ToStd(endpoints.MainServer) == server &&
-                             endpoints.AddonServer == endpoints.MainServer
-                         ? 0
-                         : 1);
+          const bool same = endpoints.AddonServer == endpoints.MainServer;
+          std::_Exit(ToStd(endpoints.MainServer) == server && same ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
   }

@@ -34,8 +34,10 @@ class NginxTest : public ::testing::Test {
     server.AddFile("files/with space.bin", "spaced out");
   }
 
-  bool Get(MHTTPStream& stream, const std::string& path, int32_t redirects = 5) {
+  bool Get(MHTTPStream& stream, const std::string& path, int32_t redirects = 5,
+           const char* range = nullptr) {
     stream.Open(Text(server.Url(path)));
+    if (range) stream.AddHeader("Range", range);
     return stream.Send(redirects);
   }
 
@@ -50,8 +52,8 @@ TEST_F(NginxTest, WholeFilesAreReadUntilTheServerCloses) {
     std::string content;
     int64_t piece;
   } cases[] = {{"/files/large.bin", large, 65536},
-                        {"/files/small.txt", "hello\n", 1},
-                        {"/files/empty.bin", "", 4096}};
+               {"/files/small.txt", "hello\n", 1},
+               {"/files/empty.bin", "", 4096}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.path) + " in pieces of " + std::to_string(c.piece));
     MHTTPStream stream;
@@ -71,14 +73,12 @@ TEST_F(NginxTest, RangesGivePartialContent) {
     const char* range;
     size_t from, count;
   } cases[] = {{"bytes=1000000-", 1000000, large.size() - 1000000},
-                        {"bytes=100-199", 100, 100},
-                        {"bytes=0-0", 0, 1}};
+               {"bytes=100-199", 100, 100},
+               {"bytes=0-0", 0, 1}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.range);
     MHTTPStream stream;
-    stream.Open(Text(server.Url("/files/large.bin")));
-    stream.AddHeader("Range", c.range);
-    ASSERT_TRUE(stream.Send(5));
+    ASSERT_TRUE(Get(stream, "/files/large.bin", 5, c.range));
     EXPECT_EQ(stream.GetStatusCode(), 206);
     EXPECT_EQ(stream.GetSize(), static_cast<int64_t>(c.count));
     EXPECT_TRUE(ReadBody(stream) == large.substr(c.from, c.count));
@@ -107,14 +107,12 @@ TEST_F(NginxTest, RedirectsAreFollowedWithTheirHeaders) {
     const char *path, *finalPath;
     std::string content;
   } cases[] = {{"/files/moved-absolute", "/files/target.bin", "the target file"},
-                        {"/files/moved-relative", "/files/target.bin", "the target file"},
-                        {"/files/deeper/moved-up", "/files/other/up.bin", "one folder up"}};
+               {"/files/moved-relative", "/files/target.bin", "the target file"},
+               {"/files/deeper/moved-up", "/files/other/up.bin", "one folder up"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     MHTTPStream stream;
-    stream.Open(Text(server.Url(c.path)));
-    stream.AddHeader("Range", "bytes=4-");
-    ASSERT_TRUE(stream.Send(5));
+    ASSERT_TRUE(Get(stream, c.path, 5, "bytes=4-"));
     EXPECT_EQ(stream.GetStatusCode(), 206);
     EXPECT_EQ(ToStd(stream.GetPath()), c.finalPath);
     EXPECT_EQ(ReadBody(stream), c.content.substr(4));
@@ -127,8 +125,7 @@ TEST_F(NginxTest, PathIsEncodedAndQueryGoesOutAsGiven) {
   EXPECT_EQ(ReadBody(spaced), "spaced out");
 
   const struct {
-    std::string path;      // as given to Open, UTF-8
-    std::string received;  // the request target as the server saw it
+    std::string path, received;  // as given to Open (UTF-8); as the server saw it
   } cases[] = {
       {"/echo/a b", "/echo/a%20b"},
       {"/echo/q?name=a%2Fb&empty=&x=%20&y=a/b", "/echo/q?name=a%2Fb&empty=&x=%20&y=a/b"},

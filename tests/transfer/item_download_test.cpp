@@ -30,7 +30,7 @@ TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
   struct Case {
     const char* name;
     std::string local;  // content file on disk before the step
-    int info;              // .md5 on disk: 0 none, 1 the right one, 2 one of `local`
+    int info;           // .md5 on disk: 0 none, 1 the right one, 2 one of `local`
     bool selected, server;  // server false: no server answers at all
     int64_t startOffset;  // where the block transfer begins; -1 none
   };
@@ -73,7 +73,8 @@ TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
   for (size_t at = 0, line = 0; at < info.size(); ++line) {
     size_t end = info.find('\n', at);
     std::string text = info.substr(at, end - at);
-    for (char& unit : text) unit = static_cast<char>(std::toupper(static_cast<unsigned char>(unit)));
+    for (char& unit : text)
+      unit = static_cast<char>(std::toupper(static_cast<unsigned char>(unit)));
     shouting += line >= 3 ? " \t" + text + "  \r\n" : text + "\n";
     at = end + 1;
   }
@@ -235,8 +236,7 @@ TEST(BlockStatusTextTest, SpeedAndRemainingTimeFromThe32ndBlockOn) {
        "Downloading package p ... 8.00 MB/s, downloaded 100 MB, remaining 1 hours, 0 min"},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(ToStd(BlockStatusText(c.package, MString("p"), c.blocks, c.have, c.total,
-                                    c.milliseconds)),
+    EXPECT_EQ(ToStd(BlockStatusText(c.package, "p", c.blocks, c.have, c.total, c.milliseconds)),
               c.text);
 }
 

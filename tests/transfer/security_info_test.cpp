@@ -36,7 +36,8 @@ TEST(SecurityInfoTest, WritesDigestsOfWholeFileAndOfEachMebibyte) {
        "5471e7a74f947585bed289960fd13b22\n1048579\n1048576\nb6d81b360a5672d80c27430f39153e2c\n"
        "900150983cd24fb0d6963f7d28e17f72\n"},
   };
-  for (const auto& c : cases) EXPECT_EQ(testing::SecurityInfoOf(c.content), c.text) << c.content.size();
+  for (const auto& c : cases)
+    EXPECT_EQ(testing::SecurityInfoOf(c.content), c.text) << c.content.size();
 }
 
 TEST(SecurityInfoTest, ReaderLineRules) {
@@ -64,9 +65,8 @@ TEST(SecurityInfoTest, ReaderLineRules) {
     for (const MString& block : info.blockDigests) blocks.push_back(ToStd(block));
     EXPECT_EQ(blocks, c.blocks) << c.what;
   }
-  for (const std::string text : {"", "F\n", "F\n3\n", "F\n-5\n\n"}) {
+  for (const std::string text : {"", "F\n", "F\n3\n", "F\n-5\n\n"})
     EXPECT_EQ(MessageOf([&] { ReadText(text); }), "Security info is damaged.") << text;
-  }
 }
 
 TEST(SecurityInfoTest, BlocksCompareWithoutCaseAndOnlyByIndex) {
@@ -93,7 +93,8 @@ TEST(SecurityInfoFuzzInputsTest, KnownInputsReadWithoutCrashing) {
   int count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     std::string bytes = ReadFileBytes(entry.path());
-    Failure([&] { ReadText(bytes).MatchesBlock(0, bytes.data(), static_cast<int64_t>(bytes.size())); });
+    const int64_t size = static_cast<int64_t>(bytes.size());
+    Failure([&] { ReadText(bytes).MatchesBlock(0, bytes.data(), size); });
     ++count;
   }
   EXPECT_GT(count, 0);
