@@ -1,5 +1,4 @@
-// The add-on records read from an add-on list: their settings, the update entries
-// a download walks through, and the row that the add-on tab shows.
+// The add-on records read from an add-on list.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -44,15 +43,13 @@ TEST_F(AddonTest, ListKeepsFileOrderAndSettingsOfItsOwnAddonsOnly) {
   EXPECT_TRUE(ReadSettingBool(*FindSettingsItem(settings, MString("Gone")), MXMLName("Download"), false));
 }
 
-// A download-only job (the offline set) walks the update entries: the full file,
-// the first entry, then the highest one in one pass.
+// A download-only job (the offline set): the full file, the first entry, the highest.
 TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
-  struct Case {
+  const struct {
     const char* updates;
     int available;
     std::vector<int> fetched;  // versions of the entries fetched after the full file
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"", 1, {}},
       {"<update version=\"2\" url=\"/u2\"/>", 2, {2}},
       {"<update version=\"2\" url=\"/u2\"/><update version=\"5\" url=\"/u5\"/>"
@@ -61,7 +58,7 @@ TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
       {"<update version=\"5\" url=\"/u5\"/><update version=\"3\" url=\"/u3\"/>", 5, {5}},
       {"<update url=\"/u\"/>", 1, {1}},  // an entry without a version is version 1
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.updates);
     list.Clear();
     auto addons = Build(std::string("<item name=\"A\" url=\"/a\">") + row.updates + "</item>");
@@ -79,8 +76,7 @@ TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
   }
 }
 
-// An installed add-on fetches only the highest update above its version (the
-// first entry of it), and takes that version when installed.
+// Of the highest version, the first entry.
 TEST_F(AddonTest, InstalledAddonFetchesTheHighestUpdate) {
   auto addons = Build(
       "<item name=\"A\" url=\"/download/A.mproduct\"><update version=\"2\" url=\"/download/A2.mproduct\"/>"
@@ -103,13 +99,11 @@ TEST_F(AddonTest, InstalledAddonFetchesTheHighestUpdate) {
 TEST_F(AddonTest, RowsTellTheStateInOrder) {
   auto addons = Build("<item name=\"A\" url=\"/a\" price=\"9 EUR\"><update version=\"2\" url=\"/u\"/></item>");
   Addon& addon = *addons[0];
-  struct Case {
+  const struct {
     bool install, installed, downloading, download, installing;
     int version;
-    const char* status;
-    const char* button;
-  };
-  const Case cases[] = {
+    const char *status, *button;
+  } cases[] = {
       {true, false, true, true, true, 1, "Installing...", ""},
       {true, false, true, true, false, 1, "Downloading...", "Stop download"},
       {true, false, false, true, false, 1, "Queued", "Stop download"},
@@ -122,7 +116,7 @@ TEST_F(AddonTest, RowsTellTheStateInOrder) {
       {false, false, true, false, false, 1, "Downloading ...", "Stop download"},
       {false, false, false, true, false, 1, "Queued", "Stop download"},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     addon.Install = row.install;
     addon.Installed = row.installed;
     addon.Downloading = row.downloading;

@@ -1,10 +1,11 @@
-// Catalogue trees built in code for the tests: an installer definition, a
-// package database and the two settings trees, shaped like the server's.
+// Catalogue trees built in code, shaped like the server's.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "catalogue/package.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 
@@ -21,13 +22,10 @@ inline void Parse(MXMLItem& tree, const std::string& xml) {
 }
 
 struct FilesEntry {
-  std::string path = "";
-  std::string name = "";   // empty: no attribute
-  std::string flags = "";  // empty: no attribute
-  int archEnabled = -1;    // -1: no attribute
+  std::string path = "", name = "", flags = "";  // name, flags empty: no attribute
+  int archEnabled = -1;                          // -1: no attribute
   bool mac = false;
-  std::string archMin = "";
-  std::string archMax = "";
+  std::string archMin = "", archMax = "";
 };
 
 inline MXMLItem& AddFiles(MXMLItem& definition, const FilesEntry& entry) {
@@ -71,6 +69,10 @@ struct CatalogueTrees {
   MXMLItem database{"PackageDatabase"};
   MXMLItem packageSettings{"KestrixPackagesSettings"};
   MXMLItem pluginSettings{"KestrixPluginsSettings"};
+
+  std::unique_ptr<Package> NewPackage(const FilesEntry& entry, CatalogueOwner* owner = nullptr) {
+    return Package::Create(owner, AddFiles(definition, entry), database, packageSettings);
+  }
 };
 
 }  // namespace kx::testing

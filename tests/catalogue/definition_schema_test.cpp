@@ -1,5 +1,5 @@
-// Reading the installer definition: required and defaulted attributes. The
-// server's file form of a whole definition is read by the integration runs.
+// The installer definition's required and defaulted attributes (a whole file is
+// read by the integration runs).
 #include "catalogue/definition_schema.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 #include "catalogue/plugin.h"
 #include "catalogue_fixture.h"
-#include "foundation/core/exception.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -18,9 +18,7 @@ using testing::Text;
 
 TEST(DefinitionSchemaTest, RequiredAttributeMissingIsNamed) {
   const struct {
-    const char* element;
-    const char* attributes;  // "key=value;..." all but one of the required ones
-    const char* missing;
+    const char *element, *attributes, *missing;  // attributes: all required ones but `missing`
   } cases[] = {
       {"directory", "default=x;defaultprefix=y", "id"},
       {"directory", "id=a;defaultprefix=y", "default"},
@@ -40,17 +38,12 @@ TEST(DefinitionSchemaTest, RequiredAttributeMissingIsNamed) {
       if (at > 0) element.SetAttribute(pair.Left(at), MVariant(pair.Mid(at + 1)));
     }
     if (std::string(c.element) == "category") element.AddSubItem("item");  // an item without name
-    try {
-      ReadInstallerDefinition(root);
-      ADD_FAILURE() << c.attributes;
-    } catch (MException& e) {
-      EXPECT_EQ(ToStd(e.message), std::string("Could not find required attribute (") + c.missing + ").");
-    }
+    EXPECT_EQ(MessageOf([&] { ReadInstallerDefinition(root); }),
+              std::string("Could not find required attribute (") + c.missing + ").");
   }
 }
 
-// Presence keys count whatever their value, booleans are integers, and the
-// defaults fill what is missing.
+// Presence keys count whatever their value; booleans are integers.
 TEST(DefinitionSchemaTest, DefaultsAndPresence) {
   MXMLItem root;
   std::string xml = R"(<InstallerDefinition>
@@ -87,8 +80,7 @@ TEST(DefinitionSchemaTest, DefaultsAndPresence) {
       Plugin::Create(nullptr, contents.categories[0], *plain.node, pluginSettings));
   std::unique_ptr<Plugin> comp(
       Plugin::Create(nullptr, contents.categories[1], *set.node, pluginSettings));
-  // The category name folds case like every other name; the contents are the
-  // text's fields as they stand, blanks and empty fields included.
+  // The category name folds case; contents are the fields with blanks, empty ones too.
   EXPECT_TRUE(tonvault->IsInstrument && !comp->IsInstrument);
   EXPECT_TRUE(tonvault->Contents.IsEmpty());
   std::string fields;

@@ -1,5 +1,4 @@
-// Loading packages with the architecture selection, over every machine index
-// against the shapes of definitions the server sends.
+// Loading packages with the architecture selection, at every machine index.
 #include "catalogue/kernel_selection.h"
 
 #include <gtest/gtest.h>
@@ -10,9 +9,9 @@
 #include "catalogue/architecture.h"
 #include "catalogue/package.h"
 #include "catalogue_fixture.h"
-#include "foundation/core/exception.h"
 #include "foundation/core/module.h"
 #include "foundation/core/run_state.h"
+#include "support/file_test_support.h"
 #include "support/log_capture.h"
 #include "support/scripted_boxes.h"
 
@@ -29,13 +28,10 @@ const std::string kSeveral =
     "Internal installer error - more than one executable matches architecture of this machine. ";
 
 struct Element {
-  std::string path;
-  std::string name;
-  const char* archMin;  // null: no attribute
-  const char* archMax;  // null: no attribute
+  std::string path, name;
+  const char *archMin, *archMax;  // null: no attribute
   bool mac;
-  // `archenabled` after the load for machine indices 0..8: '1', '0', or '-'
-  // for no attribute.
+  // `archenabled` after the load at machine indices 0..8: '1', '0', '-' (none).
   const char* enabled;
 };
 
@@ -134,17 +130,14 @@ TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
         const std::string& opening = count < 1 ? kNoMatch : kSeveral;
         std::string message = opening +
                               "Trying to use most suitable executables for this machine. Please "
-                              "contact our support via " +
-                              kSupportAddress +
-                              " and send us information about this computer with this "
-                              "screenshot.<p>System information:" +
-                              ToStd(InstructionSetReport());
+                              "contact our support via " + kSupportAddress +
+                              " and send us information about this computer with this screenshot."
+                              "<p>System information:" + ToStd(InstructionSetReport());
         ASSERT_EQ(boxes.Calls().size(), 1u);
-        EXPECT_EQ(boxes.Calls()[0].kind, "ShowError");
-        EXPECT_EQ(ToStd(boxes.Calls()[0].text), message);
+        EXPECT_EQ(boxes.Calls()[0].kind + ": " + ToStd(boxes.Calls()[0].text),
+                  "ShowError: " + message);
         EXPECT_TRUE(HasLinesInOrder(text, {message}));
       }
-      packages.Clear();
     }
   }
   ResetRunFlags();
@@ -152,8 +145,7 @@ TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
 
 TEST(KernelSelectionLabelTest, FixedLabelByWhetherArchmaxIsEmpty) {
   const struct {
-    const char* archMin;
-    const char* archMax;
+    const char *archMin, *archMax;
     int machine;
     const char* label;  // null: no match, no line
   } cases[] = {
@@ -171,13 +163,8 @@ TEST(KernelSelectionLabelTest, FixedLabelByWhetherArchmaxIsEmpty) {
     int32_t counter = 5;
     EvaluateArchitecture(files, counter);
     std::string text = log.Text();
-    if (c.label) {
-      EXPECT_EQ(counter, 6);
-      EXPECT_EQ(text, std::string("\r\nUsing kernel type: ") + c.label + "\r\n");
-    } else {
-      EXPECT_EQ(counter, 5);
-      EXPECT_EQ(text, "");
-    }
+    EXPECT_EQ(counter, c.label ? 6 : 5);
+    EXPECT_EQ(text, c.label ? std::string("\r\nUsing kernel type: ") + c.label + "\r\n" : "");
   }
 }
 
@@ -195,7 +182,6 @@ TEST(KernelSelectionSilentTest, MessageAtEachStartOnlyInTheLog) {
   EXPECT_EQ(packages.Count(), 1);
   EXPECT_TRUE(boxes.Calls().empty());
   EXPECT_EQ(CountOf(log.Text(), kNoMatch), 2);
-  packages.Clear();
   ResetRunFlags();
 }
 
@@ -206,17 +192,13 @@ TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
   MXMLItem& broken = trees.definition.AddSubItem("files");
   broken.SetAttribute("archmin", "avx2");
   PackageList packages;
-  try {
-    LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings, packages);
-    FAIL() << "no exception";
-  } catch (MException& e) {
-    EXPECT_EQ(ToStd(e.message), "Could not find required attribute (path).");
-  }
+  EXPECT_EQ(MessageOf([&] { LoadPackages(nullptr, trees.definition, trees.database,
+                                         trees.packageSettings, packages); }),
+            "Could not find required attribute (path).");
   EXPECT_EQ(broken.FindAttribute("archenabled"), nullptr);
   // What was built before the broken element stays in the list, which owns it.
   ASSERT_EQ(packages.Count(), 1);
   EXPECT_EQ(ToStd(packages[0]->Key), "Kernel_avx2");
-  packages.Clear();
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "catalogue/definition_schema.h"
-#include "catalogue/package.h"
 #include "catalogue/plugin.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
@@ -21,18 +20,11 @@ using testing::Text;
 
 struct NeedCase {
   const char* label;
-  std::string path;
-  std::string name;  // the package's `name`
-  std::string flags;
-  int archEnabled;  // -1: no attribute
+  std::string path, name, flags;  // name: the package's `name`
+  int archEnabled;                // -1: no attribute
   bool installed;
-  std::string plugin;
-  std::string pluginFlags;
-  std::string contents;  // element text of the plug-in's item
-  bool anyOwn;
-  bool optional;
-  bool cloud;
-  bool needed;
+  std::string plugin, pluginFlags, contents;  // contents: element text of the plug-in's item
+  bool anyOwn, optional, cloud, needed;
   std::vector<std::string> wantedBy;
 };
 
@@ -40,7 +32,6 @@ struct NeedCase {
 // its contents, anyOwnPackage, optional instruments, cloud launch -> needed, WantedBy.
 // clang-format off
 const NeedCase kCases[] = {
-    // global and uglobal
     {"global_not_installed", "Data/Shared", "Shared", "global", -1, false, "MComp", "", "", false, false, false, true, {}},
     {"global_installed_plain", "Data/Shared", "Shared", "global", -1, true, "MComp", "", "", false, false, false, true, {}},
     {"global_installed_plain_cloud", "Data/Shared", "Shared", "global", -1, true, "MComp", "", "", false, false, true, true, {}},
@@ -59,17 +50,14 @@ const NeedCase kCases[] = {
     {"effects_records_contents", "BINEffects/binx64", "Effects", "global", -1, true, "MBundle", "", "MEqA; MEqB;", false, false, true, true, {"MEqA", " MEqB", ""}},
     {"effects_other_platform_key", "BINEffectsMac/bin", "Effects", "uglobal", -1, true, "MComp", "", "", false, false, false, true, {"MComp"}},
     {"effects_arch_disabled_first", "BINEffects/binx64", "Effects", "global", 0, false, "MComp", "", "", false, false, false, false, {}},
-    // by plug-in name
     {"bypluginname_records", "USER_PRESETS_BYPLUGIN", "Presets", "gbypluginname", -1, true, "MComp", "", "", false, false, false, true, {"MComp"}},
     {"bypluginname_own_asked", "USER_PRESETS_BYPLUGIN", "Presets", "gbypluginname", -1, false, "MComp", "", "", true, false, false, true, {}},
     {"ubypluginname_contents", "USER_PRESETS_BYPLUGIN", "Presets", "ubypluginname", -1, false, "MBundle", "", "A;B", false, false, false, true, {"A", "B"}},
-    // optional instruments
     {"optional_off", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "Tonvault", "", "", false, false, false, false, {}},
     {"optional_installed", "Instruments/Factory", "Factory", "tvtoptional", -1, true, "Tonvault", "", "", false, true, false, false, {}},
     {"optional_sampler", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "Tonvault", "", "", false, true, true, true, {}},
     {"optional_other_plugin", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "MComp", "", "", false, true, false, true, {}},
     {"optional_other_plugin_cloud", "Instruments/Factory", "Factory", "tvtoptional", -1, false, "MComp", "", "", false, true, true, false, {}},
-    // any other word
     {"own_word_not_installed", "Content/Drums", "Drums", "drums", -1, false, "MDrums", "drums", "", true, false, false, true, {}},
     {"own_word_installed", "Content/Drums", "Drums", "drums", -1, true, "MDrums", "drums", "", false, false, false, false, {}},
     {"own_word_other_case", "Content/Drums", "Drums", "Drums", -1, false, "MDrums", "drums", "", false, false, false, true, {}},
@@ -85,12 +73,10 @@ TEST(PackageNeedTest, DecidesByFlags) {
   for (const NeedCase& c : kCases) {
     SCOPED_TRACE(c.label);
     testing::CatalogueTrees trees;
-    MXMLItem& files = testing::AddFiles(trees.definition, {c.path, c.name, c.flags, c.archEnabled});
-    MXMLItem& packageItem = FindOrMakeSettingsItem(
-        trees.packageSettings, Package::MakeKey(Package::MakeFolderPath(Text(c.path))));
-    packageItem.SetAttribute("Installed", c.installed ? "1" : "0");
-    std::unique_ptr<Package> package(
-        Package::Create(nullptr, files, trees.database, trees.packageSettings));
+    FindOrMakeSettingsItem(trees.packageSettings,
+                           Package::MakeKey(Package::MakeFolderPath(Text(c.path))))
+        .SetAttribute("Installed", c.installed ? "1" : "0");
+    std::unique_ptr<Package> package = trees.NewPackage({c.path, c.name, c.flags, c.archEnabled});
 
     MXMLItem& category = trees.definition.AddSubItem("category");
     category.SetAttribute("name", "Effects");
@@ -111,16 +97,15 @@ TEST(PackageNeedTest, DecidesByFlags) {
   ResetRunFlags();
 }
 
-// Plug-ins asked twice, one standing as two products: the effects binary names
-// each product once.
+// Asked twice, one plug-in two products: the effects binary names each once.
 TEST(PackageNeedRecording, EffectsBinaryNamesEachPluginOnce) {
   testing::CatalogueTrees trees;
   testing::Parse(trees.definition, R"(<InstallerDefinition><files path="BINEffects/binx64" flags="global"/>
       <category name="Effects" columns="4"><item name="MComp"/><item name="MBundle">MEqA;MEqB</item></category>
       <category name="Instruments" columns="4"><item name="Tonvault"/></category></InstallerDefinition>)");
   InstallerDefinitionContents contents = ReadInstallerDefinition(trees.definition);
-  std::unique_ptr<Package> effects(
-      Package::Create(nullptr, *contents.files[0].node, trees.database, trees.packageSettings));
+  std::unique_ptr<Package> effects =
+      Package::Create(nullptr, *contents.files[0].node, trees.database, trees.packageSettings);
   for (const CategoryDefinition& category : contents.categories)
     for (MXMLItem* item = category.node->firstSubItem; item; item = item->next) {
       std::unique_ptr<Plugin> plugin(Plugin::Create(nullptr, category, *item, trees.pluginSettings));

@@ -12,25 +12,20 @@
 #include "catalogue/settings_node.h"
 #include "catalogue/update_detection.h"
 #include "catalogue_fixture.h"
-#include "foundation/core/exception.h"
-#include "foundation/files/file_ops.h"
-#include "foundation/core/log.h"
 #include "foundation/core/run_state.h"
+#include "foundation/files/file_ops.h"
+#include "support/file_test_support.h"
 #include "support/log_capture.h"
-#include "support/sandbox.h"
 
 namespace kx {
 namespace {
 
 using testing::AddDatabaseEntry;
-using testing::AddFiles;
 using testing::Text;
 
 TEST(PackagePathTest, FolderKeyAndFiles) {
   const struct {
-    const char* path;
-    const char* folder;
-    const char* key;
+    const char *path, *folder, *key;
     bool effects;
   } cases[] = {
       {"BINEffects/binx64", "PKG/BINEffects/binx64", "BINEffects_binx64", true},
@@ -47,8 +42,7 @@ TEST(PackagePathTest, FolderKeyAndFiles) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     testing::CatalogueTrees trees;
-    MXMLItem& files = AddFiles(trees.definition, {c.path, "", "global"});
-    std::unique_ptr<Package> package(Package::Create(nullptr, files, trees.database, trees.packageSettings));
+    std::unique_ptr<Package> package = trees.NewPackage({c.path, "", "global"});
     EXPECT_EQ(ToStd(package->FolderPath), c.folder);
     EXPECT_EQ(ToStd(package->Key), c.key);
     EXPECT_EQ(package->IsEffectsBinary(), c.effects);
@@ -64,35 +58,23 @@ TEST(PackagePathTest, FolderKeyAndFiles) {
   }
 }
 
-// The path becomes a folder below the data folder: one that would leave it is
-// refused when the definition is loaded.
+// The path becomes a folder below the data folder.
 TEST(PackagePathGuardTest, PathsThatLeaveTheDataFolderAreRefused) {
   for (const char* path : {"../../.ssh", "Content/../../x", "/etc/x", "BINEffects/../../x"}) {
     testing::CatalogueTrees trees;
-    MXMLItem& files = AddFiles(trees.definition, {path});
-    try {
-      Package::Create(nullptr, files, trees.database, trees.packageSettings);
-      ADD_FAILURE() << path;
-    } catch (MException& e) {
-      EXPECT_EQ(ToStd(e.message),
-                std::string("Package path \"") + path + "\" leads outside the data folder.");
-    }
+    EXPECT_EQ(MessageOf([&] { trees.NewPackage({path}); }),
+              std::string("Package path \"") + path + "\" leads outside the data folder.");
   }
 }
 
 TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
-  struct Case {
-    const char* label;
-    const char* key;  // of the database entry; keys match without regard to case
+  const struct {
+    const char *label, *key;  // of the database entry; keys match without regard to case
     std::vector<testing::VersionSpec> versions;
-    const char* stable;
-    const char* beta;
-    const char* update;
-    const char* betaTime;
-    float size;         // of the update version's kind
+    const char *stable, *beta, *update, *betaTime;
+    float size;             // of the update version's kind
     float betaChannelSize;  // the same when the beta channel takes a later beta
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"no entry", "Other_package", {{"16.01", false, "2024-03-01 10:00:00", 10}}, "", "", "", "", 0, 0},
       {"only a beta", "content_kit", {{"16.02b", true, " 2024-04-01 09:30:00.5 ", 3000000}}, "",
        "16.02b", "16.02b", "2024-04-01 09:30:00.5", 3000000, 3000000},
@@ -107,12 +89,11 @@ TEST(PackageDatabaseTest, LastChildOfEachKindCounts) {
         {"16.02", false, "2024-05-01 12:00:00", 5000000000LL}},
        "16.02", "16.02b", "16.02", "2024-04-01 00:00:00.0", 5000000000.0f, 5000000000.0f},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
     testing::CatalogueTrees trees;
     AddDatabaseEntry(trees.database, c.key, c.versions);
-    std::unique_ptr<Package> package(Package::Create(
-        nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+    std::unique_ptr<Package> package = trees.NewPackage({"Content/Kit"});
     EXPECT_EQ(package->DatabaseNode == nullptr, *c.update == 0);
     EXPECT_EQ(ToStd(package->StableVersion), c.stable);
     EXPECT_EQ(ToStd(package->BetaVersion), c.beta);
@@ -143,13 +124,7 @@ TEST(PackageDatabaseTest, BadEntriesStopTheLoad) {
     if (!bad.named) entry.RemoveAttribute("name");
     MXMLItem& child = entry.AddSubItem("release");
     if (bad.time) child.SetAttribute("time", bad.time);
-    try {
-      Package::Create(nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database,
-                      trees.packageSettings);
-      ADD_FAILURE() << bad.message;
-    } catch (MException& e) {
-      EXPECT_EQ(ToStd(e.message), bad.message);
-    }
+    EXPECT_EQ(MessageOf([&] { trees.NewPackage({"Content/Kit"}); }), bad.message);
   }
 }
 
@@ -174,8 +149,7 @@ TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
   stored.SetAttribute("Version", "16.01");
   stored.SetAttribute("Note", "kept");  // a key of some other version
   FakeOwner owner;
-  std::unique_ptr<Package> package(Package::Create(
-      &owner, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  std::unique_ptr<Package> package = trees.NewPackage({"Content/Kit"}, &owner);
   EXPECT_EQ(trees.packageSettings.subItemCount, 1);
   EXPECT_EQ(package->GetSettingsNode(), &stored);
   EXPECT_TRUE(package->Installed);
@@ -188,17 +162,16 @@ TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
   EXPECT_FALSE(package->WantsDownload());
 
   package->MarkDownloading();
+  const std::string head = "name=Content_Kit Installed=";
   EXPECT_EQ(Attributes(stored),
-            "name=Content_Kit Installed=1 Version=16.01 Note=kept Download=1 Downloaded=0 "
-            "Install=0 Uninstall=0 ");
+            head + "1 Version=16.01 Note=kept Download=1 Downloaded=0 Install=0 Uninstall=0 ");
   package->SetUninstallRequest(true);
   EXPECT_TRUE(package->IsUninstallRequested());
   EXPECT_EQ(ToStd(stored.GetAttribute("Uninstall").AsString()), "1");
   package->Install = true;
   package->MarkInstalled();
   EXPECT_EQ(Attributes(stored),
-            "name=Content_Kit Installed=1 Version=16.01 Note=kept Download=0 Downloaded=0 "
-            "Install=1 Uninstall=0 ");
+            head + "1 Version=16.01 Note=kept Download=0 Downloaded=0 Install=1 Uninstall=0 ");
   package->Download = true;
   package->SetUninstallRequest(true);
   package->ClearWishes();
@@ -208,34 +181,27 @@ TEST(PackageStateTest, SettingsItemIsReadAndEveryChangeSaved) {
   package->SetUninstallRequest(true);
   package->MarkUninstalled();
   EXPECT_EQ(Attributes(stored),
-            "name=Content_Kit Installed=0 Version=16.02 Note=kept Download=0 Downloaded=0 "
-            "Install=0 Uninstall=0 ");
+            head + "0 Version=16.02 Note=kept Download=0 Downloaded=0 Install=0 Uninstall=0 ");
 
   // A second record of the same key shares the item and its state.
-  std::unique_ptr<Package> again(Package::Create(
-      &owner, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
+  std::unique_ptr<Package> again = trees.NewPackage({"Content/Kit"}, &owner);
   EXPECT_EQ(again->GetSettingsNode(), &stored);
   EXPECT_EQ(ToStd(again->CurrentPackageVersion), "16.02");
 }
 
 TEST(PackageStateTest, ProgressShare) {
   testing::CatalogueTrees trees;
-  std::unique_ptr<Package> package(Package::Create(
-      nullptr, AddFiles(trees.definition, {"Content/Kit"}), trees.database, trees.packageSettings));
-  EXPECT_EQ(package->ProgressLower, 0.0078125f);
+  std::unique_ptr<Package> package = trees.NewPackage({"Content/Kit"});
   EXPECT_EQ(package->GetProgressUpperBound(), 0.0);
-  // Bounds not shared out yet: the lower bound stands.
+  // Bounds not shared out yet: the lower bound (0.0078125) stands.
   EXPECT_DOUBLE_EQ(package->MapProgress(5, 10), 0.0078125);
 
   package->ProgressLower = 0.25f;
   package->ProgressUpper = 0.75f;
-  struct Point {
-    double done, total, value;
-  };
-  for (Point p : {Point{0, 10, 0.25}, Point{5, 10, 0.5}, Point{10, 10, 0.75}, Point{20, 10, 0.75},
-                  Point{-5, 10, 0.25}, Point{3, 0, 0.25}}) {
-    EXPECT_DOUBLE_EQ(package->MapProgress(p.done, p.total), p.value) << p.done << "/" << p.total;
-  }
+  const double points[][3] = {{0, 10, 0.25},  {5, 10, 0.5},   {10, 10, 0.75},
+                              {20, 10, 0.75}, {-5, 10, 0.25}, {3, 0, 0.25}};
+  for (const auto& p : points)
+    EXPECT_DOUBLE_EQ(package->MapProgress(p[0], p[1]), p[2]) << p[0] << "/" << p[1];
   EXPECT_DOUBLE_EQ(package->GetProgressUpperBound(), 0.75);
 }
 
@@ -247,9 +213,7 @@ TEST(PackageStateTest, ReportProgressLooksBelowTheDataFolder) {
   testing::MLogCapture log(data);
 
   testing::CatalogueTrees trees;
-  std::unique_ptr<Package> package(
-      Package::Create(nullptr, AddFiles(trees.definition, {"BINEffects/binx64"}), trees.database,
-                      trees.packageSettings));
+  std::unique_ptr<Package> package = trees.NewPackage({"BINEffects/binx64"});
   package->CurrentPackageVersion = "16.01";
   package->Downloaded = true;
   EXPECT_FALSE(package->ReportProgress());  // marked, but the file is gone
@@ -262,10 +226,10 @@ TEST(PackageStateTest, ReportProgressLooksBelowTheDataFolder) {
   std::string text = log.Text();
   ResetRunFlags();
 
-  EXPECT_NE(text.find("File: " + file.string() + " | downloaded: 0\r\n"), std::string::npos)
-      << text;
-  EXPECT_NE(text.find("File: " + file.string() + " | downloaded: 1234\r\n"), std::string::npos)
-      << text;
+  for (const char* size : {"0", "1234"})
+    EXPECT_NE(text.find("File: " + file.string() + " | downloaded: " + size + "\r\n"),
+              std::string::npos)
+        << text;
 }
 
 }  // namespace

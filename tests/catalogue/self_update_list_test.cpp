@@ -6,9 +6,7 @@
 #include <string>
 
 #include "catalogue_fixture.h"
-#include "foundation/core/exception.h"
-#include "foundation/core/log.h"
-#include "foundation/xml/xml_item.h"
+#include "support/file_test_support.h"
 #include "support/log_capture.h"
 
 namespace kx {
@@ -46,17 +44,14 @@ TEST(SelfUpdateListTest, SetupNameThatLeavesTheDownloadFolderIsRefused) {
     Parse(list, std::string("<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_PC\">"
                             "<kestrix version=\"3\" setupname=\"") +
                     name + "\"/></item></kestrix_installers></SelfUpdateList>");
-    try {
-      FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC");
-      ADD_FAILURE() << name;
-    } catch (MException& e) {
-      EXPECT_EQ(ToStd(e.message),
-                std::string("Setup name \"") + name + "\" leads outside the download folder.");
-    }
+    EXPECT_EQ(MessageOf([&] { FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC"); }),
+              std::string("Setup name \"") + name + "\" leads outside the download folder.");
   }
 }
 
 TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
+  const std::string kMissing =
+      "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted. \r\n";
   testing::MLogCapture log;
   for (const char* xml :
        {"<SelfUpdateList/>",
@@ -66,17 +61,10 @@ TEST(SelfUpdateListTest, MissingVersionIsLoggedAndThrown) {
         "<kestrix version=\"1\" setupname=\"s\"/></item></kestrix_installers></SelfUpdateList>"}) {
     MXMLItem list;
     Parse(list, xml);
-    try {
-      FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC");
-      ADD_FAILURE() << xml;
-    } catch (MException& e) {
-      EXPECT_EQ(ToStd(e.message),
-                "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted.");
-    }
+    EXPECT_EQ(MessageOf([&] { FindSelfUpdateEntry(list, "AVAILABLE_VERSIONS_PC"); }) + " \r\n",
+              kMissing);
   }
-  std::string line =
-      "No corresponding Kestrix version found in KESTRIXDATABASE! XML is corrupted. \r\n";
-  EXPECT_EQ(log.Text(), line + line + line);
+  EXPECT_EQ(log.Text(), kMissing + kMissing + kMissing);
 }
 
 }  // namespace

@@ -1,13 +1,10 @@
-// Setting current versions, the update check at start and the switch between
-// the beta and the stable channel: the boxes scripted, the log read back, and
-// the package run's side recorded as one line of calls. The whole update run
-// against a server is the integration suite's (a new release replaces the old).
+// Current versions, the update check at start and the beta/stable switch. The
+// whole update run against a server is the integration suite's.
 #include "catalogue/update_detection.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -15,7 +12,6 @@
 
 #include "catalogue/architecture.h"
 #include "catalogue/kernel_selection.h"
-#include "catalogue/package.h"
 #include "catalogue/settings_node.h"
 #include "catalogue_fixture.h"
 #include "foundation/core/run_state.h"
@@ -34,15 +30,12 @@ const char* const kLate = "2024-04-01 09:30:00";
 
 TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
   const struct {
-    const char* label;
-    const char* path;
-    const char* name;
+    const char *label, *path, *name;
     bool mac, installed;
     const char* current;
     bool apply;
-    const char* expectCurrent;  // the database publishes "16.02b" (stable)
-    bool expectWish;            // Download and Install set
-    bool expectReinstallMark;
+    const char* expectCurrent;             // the database publishes "16.02b" (stable)
+    bool expectWish, expectReinstallMark;  // wish: Download and Install set
   } cases[] = {
       {"same version in other case", "Content/Kit", "Kit", false, true, "16.02B", true, "16.02b", false, false},
       {"effects binary without a new version", "BINEffects/binx64", "Effects", false, true, "16.02b", true, "16.02b", true, true},
@@ -63,7 +56,8 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
     MXMLItem& settings = FindOrMakeSettingsItem(trees.packageSettings, key);
     settings.SetAttribute("Installed", c.installed ? "1" : "0");
     settings.SetAttribute("Version", c.current);
-    std::unique_ptr<Package> package(Package::Create(nullptr, files, trees.database, trees.packageSettings));
+    std::unique_ptr<Package> package =
+        Package::Create(nullptr, files, trees.database, trees.packageSettings);
     ReadDatabase(*package, false);
 
     SetCurrentVersion(*package, c.apply);
@@ -80,8 +74,8 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
   ResetUpdateMarks();
 }
 
-// The package run's side: its calls joined by "; ", each noting whether the
-// package-state lock was held (another thread cannot take a lock this one holds).
+// Each call notes whether the package-state lock was held (another thread cannot
+// take it).
 class RecordingHandOver : public PackageRunHandOver {
  public:
   MLockable& PackageStateLock() override { return lock; }
@@ -111,8 +105,7 @@ class RecordingHandOver : public PackageRunHandOver {
 
 enum VstSetup { kVstFolderToCreate, kVstPathEmpty, kVstOff };
 
-// Four packages over one database: every package is published as stable
-// "16.02" and, later, as beta "16.03b".
+// Every package is published as stable "16.02" and, later, as beta "16.03b".
 class UpdateFlowTest : public ::testing::Test {
  protected:
   void SetUp() override { ResetUpdateMarks(); }
@@ -124,9 +117,7 @@ class UpdateFlowTest : public ::testing::Test {
 
   void Build(const char* kernelVersion) {
     const struct {
-      const char* path;
-      const char* name;
-      const char* version;  // empty: not installed
+      const char *path, *name, *version;  // version empty: not installed
     } rows[] = {{"Kernel/sse", "Kernel", kernelVersion},
                 {"Data/Global", "Global data", "16.02"},
                 {"Content/Kit", "Kit", ""},
@@ -147,12 +138,8 @@ class UpdateFlowTest : public ::testing::Test {
   }
 
   UpdateSettings Settings(bool beta, bool autoUpdate, VstSetup vst) {
-    UpdateSettings settings;
-    settings.checkBeta = beta;
-    settings.checkAutoPkgUpdate = autoUpdate;
-    settings.vstEnabled = vst != kVstOff;
-    if (vst == kVstFolderToCreate) settings.vst64PluginsPath = Text(VstFolder().string());
-    return settings;
+    return {beta, autoUpdate, vst != kVstOff,
+            vst == kVstFolderToCreate ? Text(VstFolder().string()) : MString()};
   }
 
   std::filesystem::path VstFolder() const { return log.Sandbox().Root() / "vst" / "Vorlund"; }
@@ -163,7 +150,6 @@ class UpdateFlowTest : public ::testing::Test {
     throw std::runtime_error(key);
   }
 
-  // The boxes shown, as "kind: text" lines.
   std::string Boxes() const {
     std::string text;
     for (const MBoxCall& call : boxes.Calls()) text += call.kind + ": " + ToStd(call.text) + "\n";
@@ -207,8 +193,7 @@ struct CheckCase {
   int answer;  // -1: no question expected
   std::string boxes;
   const char* calls;                  // empty: no update run
-  std::vector<std::string> logLines;  // in this order
-  std::vector<std::string> notLogged;
+  std::vector<std::string> logLines, notLogged;  // logLines in this order
 };
 
 void PrintTo(const CheckCase& c, std::ostream* out) {
@@ -225,9 +210,8 @@ TEST_P(CheckForUpdatesTest, Flow) {
   if (c.answer >= 0) boxes.Answer(c.answer);
   Build(c.kernelVersion);
 
-  EXPECT_EQ(CheckForUpdates(packages, Settings(beta, c.situation & kAuto, c.vst), handOver,
-                            c.situation & kReloadedData),
-            started);
+  const UpdateSettings settings = Settings(beta, c.situation & kAuto, c.vst);
+  EXPECT_EQ(CheckForUpdates(packages, settings, handOver, c.situation & kReloadedData), started);
   EXPECT_EQ(Boxes(), c.boxes);
   EXPECT_EQ(handOver.calls, c.calls);
   for (bool held : handOver.lockHeld) EXPECT_TRUE(held);
@@ -294,8 +278,7 @@ INSTANTIATE_TEST_SUITE_P(Flows, CheckForUpdatesTest, ::testing::ValuesIn(kChecks
 struct SwitchCase {
   bool toBeta;
   int answer;
-  const char* calls;
-  const char* kernel;  // current version of the installed kernel afterwards (was 16.01)
+  const char *calls, *kernel;  // kernel: the installed one's current version after (was 16.01)
   bool dataWished;     // Data_Global (installed at 16.02) is fetched again
 };
 

@@ -1,13 +1,10 @@
-// Version components, and the update decision of a package as its database
-// entry and its installed version give it.
+// Version components, and a package's update decision.
 #include "catalogue/version_compare.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
-#include "catalogue/package.h"
 #include "catalogue/settings_node.h"
 #include "catalogue/update_detection.h"
 #include "catalogue_fixture.h"
@@ -19,8 +16,7 @@ using testing::Text;
 
 TEST(VersionComponentTest, NumberThenLetter) {
   const struct {
-    const char* a;
-    const char* b;
+    const char *a, *b;
     int order;
   } cases[] = {
       {"15", "16", -1},    {"16", "16", 0},    {"99", "100", 1},  // only two characters count
@@ -38,16 +34,10 @@ TEST(VersionComponentTest, NumberThenLetter) {
 }
 
 struct UpdateCase {
-  const char* label;
-  const char* current;  // CurrentPackageVersion
-  const char* stable;   // null: no stable child
-  const char* stableTime;
-  const char* beta;  // null: no beta child
-  const char* betaTime;
+  const char *label, *current, *stable, *stableTime, *beta, *betaTime;  // null: no such child
   bool allowBeta;
   const char* updateVersion;  // after ReadDatabase
-  bool hasNewerBeta;
-  bool hasUpdate;
+  bool hasNewerBeta, hasUpdate;
 };
 
 const char* const kEarly = "2024-03-01 10:00:00";
@@ -91,8 +81,7 @@ TEST(PackageUpdateTest, VersionsAndAnswer) {
     if (c.beta) versions.push_back({c.beta, true, c.betaTime, 100});
     if (!versions.empty()) testing::AddDatabaseEntry(trees.database, "Content_Kit", versions);
     FindOrMakeSettingsItem(trees.packageSettings, "Content_Kit").SetAttribute("Version", c.current);
-    std::unique_ptr<Package> package(Package::Create(nullptr, testing::AddFiles(trees.definition, {"Content/Kit"}),
-                                                     trees.database, trees.packageSettings));
+    std::unique_ptr<Package> package = trees.NewPackage({"Content/Kit"});
 
     ReadDatabase(*package, c.allowBeta);
     EXPECT_EQ(ToStd(package->UpdateVersion), c.updateVersion);

@@ -1,6 +1,4 @@
-// The preset merge on real files in a sandbox: what survives, what is added and
-// where, the shortcuts, the older base file, the inverted merge of style
-// settings, the keys, and what is reported and left on disk.
+// The preset merge on real files in a sandbox.
 #include "presets/preset_merge.h"
 
 #include <gtest/gtest.h>
@@ -11,24 +9,20 @@
 #include <vector>
 
 #include "foundation/files/file_ops.h"
-#include "support/file_test_support.h"
-#include "foundation/xml/mbx_files.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
 #include "presets/preset_store.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
 
 const MDateTime kItemTime{2024, 5, 6, 7, 8, 9, 0};
 
-MXMLItem* ParseXML(MXMLItem& tree, const std::string& text) {
-  MMemoryStream stream;
-  stream.Write(text.data(), static_cast<int64_t>(text.size()));
-  stream.Seek(0, kSeekBegin);
+void ParseXML(MXMLItem& tree, const std::string& text) {
+  MConstMemoryStream stream(text.data(), static_cast<int64_t>(text.size()));
   tree.LoadXML(stream);
-  return &tree;
 }
 
 // "folder/name" of every preset, in document order.
@@ -51,9 +45,7 @@ class PresetMergeTest : public FileTestBase {
  protected:
   int32_t Merge(const std::string& target, const std::string& shipped) {
     report.Clear();
-    MMemoryStream stream;
-    stream.Write(shipped.data(), static_cast<int64_t>(shipped.size()));
-    stream.Seek(0, kSeekBegin);
+    MConstMemoryStream stream(shipped.data(), static_cast<int64_t>(shipped.size()));
     return MergePresetFile(context, Path(target), stream, kItemTime, report);
   }
 
@@ -92,8 +84,7 @@ TEST_F(PresetMergeTest, UserPresetsSurviveAndShippedOnesAreAddedOnce) {
   std::string target = ToStd(Path("Synth.presets"));
   EXPECT_EQ(ToStd(report), "Merging.\nReturned count: 1\nSaving backup\nSaving new file" + target +
                                "\nAdded presets : 1");
-  // The user's "Init" stays, the shipped one joins it; "Saw Lead" matched
-  // although only the shipped copy has an ExchangeIndex; names are normalised.
+  // "Saw Lead" matched although only the shipped copy has an ExchangeIndex.
   EXPECT_EQ(PathsInFile("Synth.presets"),
             (std::vector<std::string>{"Init", "My Sound", "Leads/Saw Lead", "Init"}));
   MXMLItem saved;
@@ -109,12 +100,11 @@ TEST_F(PresetMergeTest, UserPresetsSurviveAndShippedOnesAreAddedOnce) {
 }
 
 TEST_F(PresetMergeTest, ShortcutsAndTheWholeWrite) {
-  // No file and no older one: the shipped bytes as they are, nothing reported.
+  // No file and no older one: the shipped bytes as they are.
   EXPECT_EQ(Merge("New.presets", kShipped), kPresetFileWrittenWhole);
   EXPECT_EQ(ToStd(report), "");
   EXPECT_EQ(ReadFileBytes(Native("New.presets")), kShipped);
 
-  // Other time, same bytes: unchanged.
   EXPECT_EQ(Merge("New.presets", kShipped), 0);
   EXPECT_EQ(ToStd(report), "Omitting because unchanged.");
 
@@ -164,13 +154,10 @@ TEST_F(PresetMergeTest, StyleSettingsEndWithTheShippedSchemesFirst) {
 }
 
 TEST_F(PresetMergeTest, KeysOfPresets) {
-  struct Case {
-    const char* what;
-    const char* user;
-    const char* shipped;
+  const struct {
+    const char *what, *user, *shipped;
     int32_t added;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"compressed text decides, other attributes do not",
        "<S><preset name=\"A\" compressed=\"eJzLSM3JyQcABiwCFQ==\" Favourite=\"1\"/></S>",
        "<S><preset name=\"A\" compressed=\"eJzLSM3JyQcABiwCFQ==\"/></S>", 0},
@@ -185,7 +172,7 @@ TEST_F(PresetMergeTest, KeysOfPresets) {
       {"a duplicate within the shipped file is added once", "<S/>",
        "<S><preset name=\"A\"/><preset name=\"A\"/></S>", 1},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     MXMLItem user, shipped;
     ParseXML(user, c.user);
     ParseXML(shipped, c.shipped);
@@ -231,12 +218,9 @@ TEST(PresetStoreTest, ExchangeIndexNumbering) {
   auto indices = [&] {
     std::vector<std::string> result;
     MXMLIterator walk;
-    for (MXMLItem* item = walk.Begin(tree); item; item = walk.Next()) {
-      if (item->name == "preset") {
-        MXMLAttribute* index = item->FindAttribute("ExchangeIndex");
+    for (MXMLItem* item = walk.Begin(tree); item; item = walk.Next())
+      if (MXMLAttribute* index = item->FindAttribute("ExchangeIndex"); item->name == "preset")
         result.push_back(index ? ToStd(index->value.AsString()) : "-");
-      }
-    }
     return result;
   };
   EXPECT_EQ(AssignExchangeIndices(tree, 10, false), 12);

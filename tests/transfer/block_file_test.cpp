@@ -1,5 +1,4 @@
-// Unbuffered appends on a real file system, and on tmpfs, which has no unbuffered
-// I/O: whole aligned blocks, a short last block and an unaligned buffer all land.
+// Unbuffered appends, also on tmpfs, which has no unbuffered I/O.
 #include <gtest/gtest.h>
 
 #include <cstring>

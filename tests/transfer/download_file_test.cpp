@@ -1,5 +1,4 @@
-// DownloadFile against nginx and the override folder, with its log lines, and the
-// server texts with the start-up value from KESTRIX_SERVER.
+// DownloadFile against nginx and the override folder; the server texts.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -24,13 +23,12 @@ TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
   std::filesystem::create_directories(folder / "PKG");
   std::ofstream(folder / "PKG" / "x.md5") << "local";
   const std::string url = "http://127.0.0.1:" + std::to_string(server.Port());
-  struct Case {
+  const struct {
     const char* path;
     bool main, useOverride;
     int64_t from, to;
     std::string body, error;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"/download/a.txt", true, false, -1, -1, "0123456789", ""},
       {"/download/moved", true, false, 4, -1, "456789", ""},
       {"/download/a.txt", true, false, 2, 4, "234", ""},
@@ -41,7 +39,7 @@ TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
       {"/DOWNLOAD/PKG/x.md5", true, true, -1, -1, "local", ""},
       {"/other/a.txt", true, true, -1, -1, "", "HTTP/1.1 404 Not Found"},  // not below /download/
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     TransferEndpoints endpoints;
     endpoints.MainServer = MString::FromUTF8(url.substr(7));
@@ -62,8 +60,7 @@ TEST(DownloadFileTest, FetchesRangesFromServerOrOverrideFolder) {
 
 TEST(ServerHostTest, TextsAreHostAndOptionalPort) {
   struct Case {
-    const char* text;
-    const char* host;  // null: invalid
+    const char *text, *host;  // host null: invalid
     uint16_t port;
   };
   // clang-format off
@@ -94,15 +91,10 @@ TEST(ServerHostTest, EnvironmentReplacesTheBuiltInHost) {
     SCOPED_TRACE(value ? value : "(unset)");
     EXPECT_EXIT(
         {
-          if (value)
-            ::setenv(kServerHostVariable, value, 1);
-          else
-            ::unsetenv(kServerHostVariable);
+          value ? ::setenv(kServerHostVariable, value, 1) : ::unsetenv(kServerHostVariable);
           TransferEndpoints endpoints;
-          std::_Exit(ToStd(endpoints.MainServer) == server &&
-                             endpoints.AddonServer == endpoints.MainServer
-                         ? 0
-                         : 1);
+          const bool same = endpoints.AddonServer == endpoints.MainServer;
+          std::_Exit(ToStd(endpoints.MainServer) == server && same ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
   }

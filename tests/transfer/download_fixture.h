@@ -1,6 +1,4 @@
-// The download thread in a test: a host whose seams record what they were asked,
-// items that are plain remote files, content with its security info, and the
-// sandboxed folder the files land in.
+// The download thread in a test: a host whose seams record what they were asked.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,11 +24,8 @@ namespace kx::testing {
 
 constexpr int64_t kBlock = MSecurityInfo::kBlockSize;
 
-// The security info text of `content`.
 inline std::string SecurityInfoOf(const std::string& content) {
-  MMemoryStream source;
-  source.Write(content.data(), static_cast<int64_t>(content.size()));
-  source.Seek(0, kSeekBegin);
+  MConstMemoryStream source(content.data(), static_cast<int64_t>(content.size()));
   MMemoryStream text;
   MSecurityInfo::Compute(source).Write(text);
   return std::string(text.Data(), static_cast<size_t>(text.Size()));
@@ -81,8 +76,7 @@ class RecordingHost : public DownloadHost {
   std::vector<std::string> trace_;
 };
 
-// A sandbox, a host pointed at `server` ("host:port") and a thread that is not
-// started: tests run its steps one by one unless they start it.
+// A thread not started: tests run its steps one by one unless they start it.
 class DownloadTest : public ::testing::Test {
  protected:
   DownloadTest() : host(sandbox.Root() / "downloads"), thread(host) {}
@@ -100,7 +94,6 @@ class DownloadTest : public ::testing::Test {
     std::ofstream(Local(name), std::ios::binary | std::ios::trunc) << bytes;
   }
   std::string ReadLocal(const std::string& name) const { return ReadFileBytes(Local(name)); }
-  // An item of one remote file, in the host's list.
   FileItem& AddPackage(const std::string& remote) { return Add(remote, true, host.packages); }
   FileItem& AddAddon(const std::string& remote) { return Add(remote, false, host.addons); }
   void SetDownload(FileItem& item, bool download) {

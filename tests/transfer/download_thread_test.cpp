@@ -1,5 +1,4 @@
-// The download thread's choice of work: the order of the steps, an add-on that
-// gives way to package work and comes back, and the thread running on its own.
+// The download thread's choice of work, step by step and on its own thread.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -18,7 +17,7 @@ using testing::SecurityInfoOf;
 
 using DownloadThreadTest = testing::DownloadTest;
 
-// Which work each step takes up: a step does one thing, the first that applies.
+// A step does one thing, the first that applies.
 TEST_F(DownloadThreadTest, StepsTakeWorkInOrder) {
   PointAt(FreeLoopbackPort());  // no server: downloads fail at once
   FileItem& package = AddPackage("/download/p.pkgm");
@@ -29,11 +28,9 @@ TEST_F(DownloadThreadTest, StepsTakeWorkInOrder) {
   thread.OfflinePhase = 2;
 
   // Each step: what it did, and the wish taken away afterwards.
-  struct Expected {
-    const char* work;
-    const char* status;  // empty: not looked at
-  };
-  const Expected steps[] = {
+  const struct {
+    const char *work, *status;  // status empty: not looked at
+  } steps[] = {
       {"install file manual.mproduct", ""},
       {"uninstall addons", ""},
       {"", "Cannot download security info for p.pkgm (Could not connect"},
@@ -42,7 +39,7 @@ TEST_F(DownloadThreadTest, StepsTakeWorkInOrder) {
       {"", ""},
   };
   std::vector<std::string> done;
-  for (const Expected& step : steps) {
+  for (const auto& step : steps) {
     SCOPED_TRACE(step.work);
     thread.Step();
     std::vector<std::string> trace = host.Trace();
@@ -90,8 +87,7 @@ TEST_F(DownloadThreadTest, AddonGivesWayToPackageWorkAndResumes) {
   EXPECT_EQ(host.Trace(), std::vector<std::string>{"advance a.mproduct"});
 }
 
-// The real thread: wishes set from this thread under the locks are found by
-// polling, a queued add-on file first, and the thread ends when told.
+// Wishes set under the locks from this thread are found by polling.
 TEST_F(DownloadThreadTest, RunsOnItsOwnThreadUntilEnded) {
   const std::string content = RandomBytes(2 * kBlock + 10, 13);
   MNginxServer server;

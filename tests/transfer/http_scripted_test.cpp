@@ -1,6 +1,4 @@
-// MHTTPStream against a scripted server: the request bytes exactly as sent,
-// malformed and cut replies, redirects on a new connection, refused and closed
-// connections.
+// MHTTPStream against a scripted server: request bytes, bad replies, sockets.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -22,12 +20,11 @@ using testing::Text;
 const char* const kPlainOK = "HTTP/1.0 200 OK\n\n";
 
 TEST(HTTPRequestBytes, AreExactlyAsSent) {
-  struct Case {
+  const struct {
     const char* name;
     std::function<void(MHTTPStream&, uint16_t)> open;
     std::string request;  // "{port}" stands for the server's port
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"url without a path",
        [](MHTTPStream& s, uint16_t port) { s.Open(Text("http://127.0.0.1:" + std::to_string(port))); },
        "GET / HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
@@ -59,7 +56,7 @@ TEST(HTTPRequestBytes, AreExactlyAsSent) {
        "POST /api/post HTTP/1.0\nContent-Type: application/x-www-form-urlencoded\n"
        "Content-Length: 0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     MScriptedServer server({kPlainOK});
     MHTTPStream stream;
@@ -72,10 +69,8 @@ TEST(HTTPRequestBytes, AreExactlyAsSent) {
   }
 }
 
-// Malformed replies, and what a hostile server on the path can send. The reply
-// header is bounded (a line, the whole), the length must be a plain number, and
-// an absolute Location starts at the server's root; `request` is the first line
-// of the last request.
+// What a hostile server can send: the reply header is bounded (a line, the whole),
+// the length a plain number, an absolute Location starts at the server's root.
 TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
   // One line at the line cap, a header at the total cap, then one byte more.
   const size_t lineCap = MHTTPStream::kMaxReplyHeaderLine, totalCap = MHTTPStream::kMaxReplyHeader;
@@ -87,13 +82,11 @@ TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
   overTotal.insert(overTotal.size() - 2, "b");
   const char* const kReading = "MHTTPStream reading HTTP reply header.";
   const char* const kBadLine = "MHTTPStream invalid HTTP reply header line.";
-  struct Case {
+  const struct {
     const char* name;
     std::vector<std::string> replies;
-    const char* message;  // null: Send answers true
-    const char* request;
-  };
-  const Case cases[] = {
+    const char *message, *request;  // message null: Send answers true
+  } cases[] = {
       {"nothing", {""}, "Invalid HTTP reply header.", nullptr},
       {"status line without blanks", {"HTTP/1.0200OK\n\n"}, "Invalid HTTP reply header line.", nullptr},
       {"header line without a colon", {"HTTP/1.0 200 OK\nServer: scripted\nContent-Length 5\n\nhello"}, kBadLine,
@@ -116,7 +109,7 @@ TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
         kPlainOK},
        nullptr, "GET /abs/x?y=1 HTTP/1.0"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     MScriptedServer server(c.replies);
     MHTTPStream stream;
@@ -132,16 +125,13 @@ TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
   }
 }
 
-// A line break in a request header, or a port outside 1..65535, is refused before
-// anything goes out: a line break would smuggle in header lines, and the port
-// would wrap onto another one (here the scripted server's own).
+// Refused before anything goes out: a line break would smuggle in header lines,
+// a port outside 1..65535 would wrap onto another one (here the server's own).
 TEST(HTTPRequest, BrokenHeadersAndPortsAreRefused) {
   struct Case {
     const char* name;
     int64_t (*port)(uint16_t serverPort);  // the port written in the URL
-    const char* headerName;
-    const char* headerValue;
-    const char* message;  // "{url}" stands for the URL
+    const char *headerName, *headerValue, *message;  // "{url}" in message stands for the URL
     uint32_t code;
   };
   auto same = [](uint16_t p) -> int64_t { return p; };
@@ -173,11 +163,9 @@ TEST(HTTPRequest, BrokenHeadersAndPortsAreRefused) {
   }
 }
 
-// Header and body arrive in one piece: the header reader takes no body byte, and
-// a connection cut short gives what came and marks the stream disconnected.
+// Header and body in one piece: the header reader takes no body byte.
 TEST(HTTPReply, BodyCutShortReturnsWhatCame) {
-  std::string body(300, '\0');
-  for (size_t i = 0; i < body.size(); ++i) body[i] = static_cast<char>(i * 7);
+  const std::string body = RandomBytes(300, 5);
   MScriptedServer server(
       {"HTTP/1.1 206 Partial Content \r\nX-Note: a: b \r\nContent-length:  1000\r\n\r\n" + body});
   MHTTPStream stream;
@@ -196,8 +184,7 @@ TEST(HTTPReply, BodyCutShortReturnsWhatCame) {
   EXPECT_EQ(stream.Read(received.data(), 1000), -1);
 }
 
-// A relative Location is joined to the current folder and the query goes; the
-// new connection carries the same request headers.
+// A relative Location is joined to the current folder and the query goes.
 TEST(HTTPReply, RedirectOpensANewConnection) {
   MScriptedServer server({"HTTP/1.0 301 Moved\nDate: today\nLocation: ../other/next.bin?v=2\n"
                           "Server: scripted\nContent-Length: 0\n\n",
@@ -226,15 +213,18 @@ TEST(SocketStream, RefusedConnectionNamesTheDottedHost) {
   EXPECT_EQ(failure.code, 512u);
 }
 
-// A peer that takes nothing in (a listener that never accepts) fills the buffers
-// of a non-blocking socket: a write that would block has sent nothing, which is
-// the disconnect rule, whether the shortfall came in mid-write or at once.
+void ConnectTo(MSocketStream& stream, uint16_t port) {
+  stream.Create();
+  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
+  stream.Connect(port);
+}
+
+// A listener that never accepts fills the buffers: a write that would block has
+// sent nothing, the disconnect rule, whether mid-write or at once.
 TEST(SocketStream, WouldBlockOnWriteCountsAsNothingSent) {
   MScriptedServer server({});
   MSocketStream stream;
-  stream.Create();
-  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
-  stream.Connect(server.Port());
+  ConnectTo(stream, server.Port());
   stream.SetBlocking(false);
   const std::string piece(1 << 20, 'x');
   uint32_t first = 9999;
@@ -247,14 +237,11 @@ TEST(SocketStream, WouldBlockOnWriteCountsAsNothingSent) {
   EXPECT_EQ(next.code, 512u);
 }
 
-// Interrupt, from another thread, wakes a read that waits for bytes that never
-// come (the listener never accepts); before the read it ends it at once.
+// The listener never accepts, so the read waits until interrupted.
 TEST(SocketStream, InterruptEndsAWaitingRead) {
   MScriptedServer server({});
   MSocketStream stream;
-  stream.Create();
-  ASSERT_TRUE(stream.GetRemoteAddress().SetDottedText("127.0.0.1"));
-  stream.Connect(server.Port());
+  ConnectTo(stream, server.Port());
   std::thread other([&] { stream.Interrupt(); });
   char byte;
   EXPECT_LE(stream.Read(&byte, 1), 0);
@@ -262,7 +249,6 @@ TEST(SocketStream, InterruptEndsAWaitingRead) {
   EXPECT_TRUE(stream.IsDisconnected());
 }
 
-// Reading and writing after Close name the socket stream.
 TEST(SocketStream, ClosedStreamFailsReadAndWrite) {
   MScriptedServer server({"HTTP/1.0 200 OK\n\nabc"});
   MHTTPStream stream;

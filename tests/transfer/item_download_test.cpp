@@ -1,6 +1,4 @@
-// The item download, one thread step at a time: the resume arithmetic against a
-// real nginx, the security info and faults in the middle of a transfer from a
-// scripted server, and names that would leave the download folder.
+// The item download, one thread step at a time, against nginx and scripted servers.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -21,7 +19,6 @@ const char* const kPartial = "HTTP/1.0 206 Partial Content\r\n\r\n";
 
 class ItemDownloadTest : public testing::DownloadTest {
  protected:
-  // One step for `item`; its report.
   const TransferReport& StepOnce() {
     thread.Step();
     return thread.LastTransfer();
@@ -34,8 +31,7 @@ TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
     const char* name;
     std::string local;  // content file on disk before the step
     int info;           // .md5 on disk: 0 none, 1 the right one, 2 one of `local`
-    bool selected;
-    bool server;          // false: no server answers at all
+    bool selected, server;  // server false: no server answers at all
     int64_t startOffset;  // where the block transfer begins; -1 none
   };
   const std::string content = RandomBytes(5000000, 3), info = SecurityInfoOf(content);
@@ -55,8 +51,7 @@ TEST_F(ItemDownloadTest, ResumeDecisionCutsToWholeBlocksAndFinishesFromThere) {
     if (!c.server) server.Stop();
     std::filesystem::remove_all(Local(""));
     WriteLocal("a.bin", c.local);
-    // A stale .md5 says that the old file is complete: only a selected item
-    // fetches it anew.
+    // A stale .md5 says the old file is complete: only a selected item fetches anew.
     if (c.info > 0) WriteLocal("a.bin.md5", c.info == 1 ? info : SecurityInfoOf(c.local));
     host.packages.Clear();
     FileItem& item = AddPackage("/download/a.bin");
@@ -84,11 +79,9 @@ TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
     at = end + 1;
   }
   const std::string reDownload = "Corrupt security info for a.bin, trying to re-download!";
-  struct Case {
-    std::string body;
-    std::string status;  // empty: the file comes down
-  };
-  const Case cases[] = {
+  const struct {
+    std::string body, status;  // status empty: the file comes down
+  } cases[] = {
       {"", "Cannot download security info for a.bin (Security info is empty.)"},
       {"0123\n0\n1048576\n", "Corrupt security info for a.bin."},
       {"\x01\xff garbage", reDownload},
@@ -98,7 +91,7 @@ TEST_F(ItemDownloadTest, SecurityInfoMustProveEveryBlock) {
        reDownload},  // terabytes claimed
       {shouting, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.status.empty() ? "upper case and blanks" : c.status);
     std::vector<std::string> script{"HTTP/1.0 200 OK\r\n\r\n" + c.body};
     if (c.status.empty()) script.push_back(kPartial + content);
@@ -209,8 +202,7 @@ TEST_F(ItemDownloadTest, NamesThatLeaveTheFolderStopTheItem) {
   }
 }
 
-// An add-on in the override folder is taken where it lies, with its security info
-// from there too, and no server is asked; one missing there stops the step.
+// No server is asked; one missing there stops the step.
 TEST_F(ItemDownloadTest, AddonInTheOverrideFolderIsTakenInPlace) {
   const std::string content = RandomBytes(kBlock + 10, 9);
   const std::filesystem::path folder = sandbox.Root() / "override" / "Addons";
@@ -232,21 +224,19 @@ TEST_F(ItemDownloadTest, AddonInTheOverrideFolderIsTakenInPlace) {
 }
 
 TEST(BlockStatusTextTest, SpeedAndRemainingTimeFromThe32ndBlockOn) {
-  struct Case {
+  const struct {
     bool package;
     int64_t blocks, have, total, milliseconds;
     const char* text;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {true, 30, 31 * kBlock, 99 * kBlock, 5, "Downloading package p ... downloaded 31 MB"},
       {false, 31, 32 * kBlock + 7, 4032 * kBlock + 7, 1000,
        "Downloading p ... 32.00 MB/s, downloaded 32 MB, remaining 2 min, 5 sec"},
       {true, 500, 100 * kBlock, 28900 * kBlock, 4000,
        "Downloading package p ... 8.00 MB/s, downloaded 100 MB, remaining 1 hours, 0 min"},
   };
-  for (const Case& c : cases)
-    EXPECT_EQ(ToStd(BlockStatusText(c.package, MString("p"), c.blocks, c.have, c.total,
-                                    c.milliseconds)),
+  for (const auto& c : cases)
+    EXPECT_EQ(ToStd(BlockStatusText(c.package, "p", c.blocks, c.have, c.total, c.milliseconds)),
               c.text);
 }
 

@@ -1,6 +1,5 @@
-// The self-update check offline, where the list is the one given: none means up
-// to date, an entry is compared as it stands, and a setup already in the download
-// folder is taken without any fetch (no server answers here).
+// Offline the list is the one given and a setup already downloaded is taken
+// without any fetch (no server answers here).
 #include "transfer/self_update.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-// Small helpers shared by the transfer tests.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +11,7 @@ namespace kx::testing {
 
 inline MString Text(const std::string& utf8) { return MString::FromUTF8(utf8); }
 
-// Reads the body in pieces of `piece` bytes until the server closes.
+// Reads in pieces of `piece` bytes until the server closes.
 inline std::string ReadBody(MHTTPStream& stream, int64_t piece = 65536) {
   std::string body;
   std::vector<char> buffer(static_cast<size_t>(piece));

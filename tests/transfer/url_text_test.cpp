@@ -16,13 +16,10 @@ namespace {
 using testing::Text;
 
 TEST(URLText, SplitURL) {
-  struct Case {
-    const char* url;
-    const char* host;
-    const char* path;
+  const struct {
+    const char *url, *host, *path;
     uint16_t port;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"http://example.org/download/a.xml", "example.org", "/download/a.xml", 80},
       {"example.org", "example.org", "/", 80},                     // no scheme, no path
       {"http://127.0.0.1:8080", "127.0.0.1", "/", 8080},
@@ -30,9 +27,8 @@ TEST(URLText, SplitURL) {
       {"https://host:443/a/b?c=1&d", "host", "/a/b?c=1&d", 443},   // scheme ignored, query kept
       {"ftp://host:abc/", "host", "/", 80},                         // no digits: 80
   };
-  for (const Case& c : cases) {
-    MString host;
-    MString path;
+  for (const auto& c : cases) {
+    MString host, path;
     uint16_t port = 1;
     MHTTPStream::SplitURL(c.url, host, path, port);
     EXPECT_EQ(ToStd(host), c.host) << c.url;
@@ -42,32 +38,22 @@ TEST(URLText, SplitURL) {
 }
 
 TEST(URLText, EncodePathAndEncodeValue) {
-  struct Case {
+  const struct {
     std::string text;  // UTF-8
-    const char* path;
-    const char* value;
-  };
-  const Case cases[] = {
+    const char *path, *value;
+  } cases[] = {
       {"/a b/c?d=%41", "/a%20b/c?d=%41", "%2Fa%20b%2Fc%3Fd%3D%2541"},
       {"Az09-_.~", "Az09-_.~", "Az09%2D%5F%2E%7E"},
       {"tab\tnl\n\x7f", "tab%09nl%0A\x7f", "tab%09nl%0A%7F"},
       // Units of 128 to 255 are encoded by their byte in both ...
       {"caf\xC3\xA9", "caf%E9", "caf%E9"},
-      // ... units above 255 by their low byte alone: U+0142 has 0x42 ("B"), which
-      // the path keeps as the unit itself; U+0120 has 0x20, a blank.
+      // ... above 255 by their low byte alone (U+0142: 0x42; U+0120: 0x20, a blank).
       {"\xC5\x82\xC4\xA0", "\xC5\x82%20", "%42%20"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(ToStd(MHTTPStream::URLEncodePath(Text(c.text))), c.path) << c.text;
     EXPECT_EQ(ToStd(MHTTPStream::URLEncode(Text(c.text))), c.value) << c.text;
   }
-}
-
-std::vector<std::string> Names(const MHTTPHeaderList& list) {
-  std::vector<std::string> names;
-  for (int32_t i = 0; i < list.Count(); ++i)
-    names.push_back(ToStd(list[i].name.text) + "=" + ToStd(list[i].value.AsString()));
-  return names;
 }
 
 std::string Folded(std::string name) {
@@ -90,10 +76,10 @@ TEST(HTTPHeaderList, SortIsStableOnHashThenTextAndFindIgnoresCase) {
   list.Sort();
   ASSERT_EQ(list.Count(), 10);
   // Names equal without case keep the order they came in.
-  std::vector<std::string> duplicates;
-  for (const std::string& entry : Names(list))
-    if (entry.rfind("X-", 0) == 0 || entry.rfind("x-", 0) == 0) duplicates.push_back(entry);
-  EXPECT_EQ(duplicates, (std::vector<std::string>{"X-Dup=1", "x-dup=2", "X-DUP=3"}));
+  std::string duplicates;
+  for (int32_t i = 0; i < list.Count(); ++i)
+    if (Folded(ToStd(list[i].name.text)) == "x-dup") duplicates += ToStd(list[i].value.AsString());
+  EXPECT_EQ(duplicates, "123");
   // Every header stays, once, and the order does not hang on the arrival order.
   MHTTPHeaderList reversed;
   for (int i = 9; i >= 0; --i) reversed.Add(reply[i][0], reply[i][1]);
@@ -113,10 +99,8 @@ TEST(HTTPHeaderList, SortIsStableOnHashThenTextAndFindIgnoresCase) {
   EXPECT_EQ(ToStd(single.Find("location")->value.AsString()), "/there");
 }
 
-// The lookup is a binary search on the text over a list in hash order, so a
-// header that is present can be missed. This is the required behaviour, kept on
-// purpose: in the header set of a 302 from the test server, Location is found
-// while Content-Length, also present, is not.
+// A binary search on the text over a list in hash order can miss a present
+// header, kept on purpose: of a 302's headers, Content-Length is missed.
 TEST(HTTPHeaderList, LookupSearchesTheTextOverTheHashOrder) {
   MHTTPHeaderList list;
   for (const char* name : {"Server", "Date", "Content-Type", "Content-Length", "Connection", "Location"})
