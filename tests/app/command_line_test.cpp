@@ -60,10 +60,11 @@ TEST(OptionLoopTest, SetsTheFlagsOfTheCommandLine) {
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.name);
     CommandLineOptions options = RunOptionLoop(ToArguments(c.arguments));
-    EXPECT_EQ(std::tuple(options.helpRequested, options.silentMode, options.uninstallMode,
-                         options.silentAllPlugins, ToTexts(options.silentPluginNames),
-                         options.cloudLaunchMode, options.launchedFromPlugin),
-              std::tuple(c.help, c.silent, c.uninstall, c.silentAll, c.names, c.cloud, c.fromPlugin));
+    EXPECT_EQ(
+        std::tuple(options.helpRequested, options.silentMode, options.uninstallMode,
+                   options.silentAllPlugins, ToTexts(options.silentPluginNames),
+                   options.cloudLaunchMode, options.launchedFromPlugin),
+        std::tuple(c.help, c.silent, c.uninstall, c.silentAll, c.names, c.cloud, c.fromPlugin));
   }
 }
 

@@ -12,9 +12,9 @@
 #include "catalogue/plugin.h"
 #include "catalogue/settings_node.h"
 #include "foundation/core/exception.h"
+#include "foundation/core/run_state.h"
 #include "foundation/files/file_ops.h"
 #include "foundation/streams/memory_stream.h"
-#include "foundation/core/run_state.h"
 #include "support/log_capture.h"
 #include "support/sandbox.h"
 

@@ -54,7 +54,8 @@ TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
       {"<update version=\"2\" url=\"/u2\"/>", 2, {2}},
       {"<update version=\"2\" url=\"/u2\"/><update version=\"5\" url=\"/u5\"/>"
        "<update version=\"4\" url=\"/u4\"/>",
-       5, {2, 5}},
+       5,
+       {2, 5}},
       {"<update version=\"5\" url=\"/u5\"/><update version=\"3\" url=\"/u3\"/>", 5, {5}},
       {"<update url=\"/u\"/>", 1, {1}},  // an entry without a version is version 1
   };
@@ -79,8 +80,10 @@ TEST_F(AddonTest, UpdateEntriesAreAdvancedToTheHighestInOnePass) {
 // Of the highest version, the first entry.
 TEST_F(AddonTest, InstalledAddonFetchesTheHighestUpdate) {
   auto addons = Build(
-      "<item name=\"A\" url=\"/download/A.mproduct\"><update version=\"2\" url=\"/download/A2.mproduct\"/>"
-      "<update version=\"4\" url=\"/download/A4.mproduct\"/><update version=\"3\" url=\"/download/A3.mproduct\"/>"
+      "<item name=\"A\" url=\"/download/A.mproduct\"><update version=\"2\" "
+      "url=\"/download/A2.mproduct\"/>"
+      "<update version=\"4\" url=\"/download/A4.mproduct\"/><update version=\"3\" "
+      "url=\"/download/A3.mproduct\"/>"
       "<update version=\"4\" url=\"/download/A4-again.mproduct\"/></item>");
   Addon& addon = *addons[0];
   addon.Installed = true;

@@ -130,9 +130,11 @@ TEST(KernelSelectionTest, EveryDefinitionAtEveryMachineIndex) {
         const std::string& opening = count < 1 ? kNoMatch : kSeveral;
         std::string message = opening +
                               "Trying to use most suitable executables for this machine. Please "
-                              "contact our support via " + kSupportAddress +
+                              "contact our support via " +
+                              kSupportAddress +
                               " and send us information about this computer with this screenshot."
-                              "<p>System information:" + ToStd(InstructionSetReport());
+                              "<p>System information:" +
+                              ToStd(InstructionSetReport());
         ASSERT_EQ(boxes.Calls().size(), 1u);
         EXPECT_EQ(boxes.Calls()[0].kind + ": " + ToStd(boxes.Calls()[0].text),
                   "ShowError: " + message);
@@ -192,8 +194,10 @@ TEST(KernelSelectionLoadTest, MissingPathEndsTheLoadBeforeItsArchitecture) {
   MXMLItem& broken = trees.definition.AddSubItem("files");
   broken.SetAttribute("archmin", "avx2");
   PackageList packages;
-  EXPECT_EQ(MessageOf([&] { LoadPackages(nullptr, trees.definition, trees.database,
-                                         trees.packageSettings, packages); }),
+  EXPECT_EQ(MessageOf([&] {
+              LoadPackages(nullptr, trees.definition, trees.database, trees.packageSettings,
+                           packages);
+            }),
             "Could not find required attribute (path).");
   EXPECT_EQ(broken.FindAttribute("archenabled"), nullptr);
   // What was built before the broken element stays in the list, which owns it.

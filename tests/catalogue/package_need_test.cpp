@@ -100,7 +100,8 @@ TEST(PackageNeedTest, DecidesByFlags) {
 // Asked twice, one plug-in two products: the effects binary names each once.
 TEST(PackageNeedRecording, EffectsBinaryNamesEachPluginOnce) {
   testing::CatalogueTrees trees;
-  testing::Parse(trees.definition, R"(<InstallerDefinition><files path="BINEffects/binx64" flags="global"/>
+  testing::Parse(trees.definition,
+                 R"(<InstallerDefinition><files path="BINEffects/binx64" flags="global"/>
       <category name="Effects" columns="4"><item name="MComp"/><item name="MBundle">MEqA;MEqB</item></category>
       <category name="Instruments" columns="4"><item name="Tonvault"/></category></InstallerDefinition>)");
   InstallerDefinitionContents contents = ReadInstallerDefinition(trees.definition);
@@ -108,8 +109,10 @@ TEST(PackageNeedRecording, EffectsBinaryNamesEachPluginOnce) {
       Package::Create(nullptr, *contents.files[0].node, trees.database, trees.packageSettings);
   for (const CategoryDefinition& category : contents.categories)
     for (MXMLItem* item = category.node->firstSubItem; item; item = item->next) {
-      std::unique_ptr<Plugin> plugin(Plugin::Create(nullptr, category, *item, trees.pluginSettings));
-      for (int ask = 0; ask < 2; ++ask) EXPECT_TRUE(IsPackageNeeded(*plugin, *effects, false, true));
+      std::unique_ptr<Plugin> plugin(
+          Plugin::Create(nullptr, category, *item, trees.pluginSettings));
+      for (int ask = 0; ask < 2; ++ask)
+        EXPECT_TRUE(IsPackageNeeded(*plugin, *effects, false, true));
     }
   std::string wanted;
   for (const MString& name : effects->WantedBy) wanted += ToStd(name) + " ";

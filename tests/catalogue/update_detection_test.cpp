@@ -37,13 +37,19 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
     const char* expectCurrent;             // the database publishes "16.02b" (stable)
     bool expectWish, expectReinstallMark;  // wish: Download and Install set
   } cases[] = {
-      {"same version in other case", "Content/Kit", "Kit", false, true, "16.02B", true, "16.02b", false, false},
-      {"effects binary without a new version", "BINEffects/binx64", "Effects", false, true, "16.02b", true, "16.02b", true, true},
-      {"effects binary not installed", "BINEffects/binx64", "Effects", false, false, "16.02b", true, "16.02b", false, false},
-      {"without the update an installed version stays", "Content/Kit", "Kit", false, true, "16.01", false, "16.01", false, false},
+      {"same version in other case", "Content/Kit", "Kit", false, true, "16.02B", true, "16.02b",
+       false, false},
+      {"effects binary without a new version", "BINEffects/binx64", "Effects", false, true,
+       "16.02b", true, "16.02b", true, true},
+      {"effects binary not installed", "BINEffects/binx64", "Effects", false, false, "16.02b", true,
+       "16.02b", false, false},
+      {"without the update an installed version stays", "Content/Kit", "Kit", false, true, "16.01",
+       false, "16.01", false, false},
       // Neither sets the kernel version: only the own platform's "Kernel" does.
-      {"other platform's kernel", "KernelMac/sse", "Kernel", true, true, "16.01", true, "16.02b", true, false},
-      {"a kernel by name only as written", "Kernel/x", "Kernel data", false, true, "16.01", true, "16.02b", true, false},
+      {"other platform's kernel", "KernelMac/sse", "Kernel", true, true, "16.01", true, "16.02b",
+       true, false},
+      {"a kernel by name only as written", "Kernel/x", "Kernel data", false, true, "16.01", true,
+       "16.02b", true, false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
@@ -79,10 +85,16 @@ TEST(SetCurrentVersionTest, VersionWishesAndMarks) {
 class RecordingHandOver : public PackageRunHandOver {
  public:
   MLockable& PackageStateLock() override { return lock; }
-  void UpdateComponentsAndPaths(bool vst) override { Record(vst ? "components vst=1" : "components vst=0"); }
+  void UpdateComponentsAndPaths(bool vst) override {
+    Record(vst ? "components vst=1" : "components vst=0");
+  }
   void ApplyInstalledSelection() override { Record("installed selection"); }
-  void StartPackageUpdate(int32_t phase) override { Record("start phase=" + std::to_string(phase)); }
-  void RestoreCheckBeta(bool value) override { Record(value ? "restore beta=1" : "restore beta=0"); }
+  void StartPackageUpdate(int32_t phase) override {
+    Record("start phase=" + std::to_string(phase));
+  }
+  void RestoreCheckBeta(bool value) override {
+    Record(value ? "restore beta=1" : "restore beta=0");
+  }
   void ClearSelectionOfUninstalledPlugins() override { Record("clear uninstalled"); }
   void StartReinstall() override { Record("reinstall"); }
 
@@ -166,11 +178,13 @@ class UpdateFlowTest : public ::testing::Test {
 const std::string kUpdatingNow =
     "ShowInformation: A new version of the installed plugins is available. Updating now.\n";
 const std::string kAskUpdate =
-    "ShowQuestion: A new version of the installed plugins is available. Would you like to update now?\n";
+    "ShowQuestion: A new version of the installed plugins is available. Would you like to update "
+    "now?\n";
 const std::string kReloaded =
     "ShowInformation: Updating the installed plugins with the new installation data now.\n";
 const std::string kVstEmpty =
-    "ShowError: Folder for the 64bit VST plugins cannot be empty. Please specify correct folder for the 64bit "
+    "ShowError: Folder for the 64bit VST plugins cannot be empty. Please specify correct folder "
+    "for the 64bit "
     "VST plugins or disable VST plugins from installation settings.\n";
 const char* const kRun = "components vst=1; installed selection; start phase=3";
 const char* const kRunWithoutVst = "components vst=0; installed selection; start phase=3";
@@ -192,7 +206,7 @@ struct CheckCase {
   VstSetup vst;
   int answer;  // -1: no question expected
   std::string boxes;
-  const char* calls;                  // empty: no update run
+  const char* calls;                             // empty: no update run
   std::vector<std::string> logLines, notLogged;  // logLines in this order
 };
 
@@ -200,7 +214,8 @@ void PrintTo(const CheckCase& c, std::ostream* out) {
   *out << c.label;
 }
 
-class CheckForUpdatesTest : public UpdateFlowTest, public ::testing::WithParamInterface<CheckCase> {};
+class CheckForUpdatesTest : public UpdateFlowTest,
+                            public ::testing::WithParamInterface<CheckCase> {};
 
 TEST_P(CheckForUpdatesTest, Flow) {
   const CheckCase& c = GetParam();
@@ -220,7 +235,8 @@ TEST_P(CheckForUpdatesTest, Flow) {
   for (const std::string& line : c.notLogged) EXPECT_EQ(text.find(line), std::string::npos) << line;
 
   // The versions the packages go on with; one not installed always follows.
-  const std::string published = beta ? "16.03b" : "16.02", kernelNow = started ? published : c.kernelVersion;
+  const std::string published = beta ? "16.03b" : "16.02",
+                    kernelNow = started ? published : c.kernelVersion;
   EXPECT_EQ(ToStd(Find("Content_Kit").CurrentPackageVersion), published);
   EXPECT_FALSE(Find("Content_Kit").Download);
   EXPECT_EQ(ToStd(Find("Kernel_sse").CurrentPackageVersion), kernelNow);
@@ -282,7 +298,8 @@ struct SwitchCase {
   bool dataWished;     // Data_Global (installed at 16.02) is fetched again
 };
 
-class SwitchChannelTest : public UpdateFlowTest, public ::testing::WithParamInterface<SwitchCase> {};
+class SwitchChannelTest : public UpdateFlowTest,
+                          public ::testing::WithParamInterface<SwitchCase> {};
 
 TEST_P(SwitchChannelTest, Flow) {
   const SwitchCase& c = GetParam();
@@ -290,10 +307,12 @@ TEST_P(SwitchChannelTest, Flow) {
   boxes.Answer(c.answer);
   SwitchBetaAndStable(packages, Settings(c.toBeta, true, kVstFolderToCreate), handOver);
 
-  EXPECT_EQ(Boxes(), std::string("ShowQuestion: You are about to change the packages ") +
-                         (c.toBeta ? "from the stable to the beta version" : "from the beta to the stable version") +
-                         ".\nThis will download any missing packages and re - install all installed "
-                         "packages. Are you sure you want to proceed?\n");
+  EXPECT_EQ(Boxes(),
+            std::string("ShowQuestion: You are about to change the packages ") +
+                (c.toBeta ? "from the stable to the beta version"
+                          : "from the beta to the stable version") +
+                ".\nThis will download any missing packages and re - install all installed "
+                "packages. Are you sure you want to proceed?\n");
   EXPECT_EQ(handOver.calls, c.calls);
   for (bool held : handOver.lockHeld) EXPECT_EQ(held, c.answer == 1);
   EXPECT_EQ(ToStd(Find("Kernel_sse").CurrentPackageVersion), c.kernel);

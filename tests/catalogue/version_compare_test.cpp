@@ -87,8 +87,9 @@ TEST(PackageUpdateTest, VersionsAndAnswer) {
     EXPECT_EQ(ToStd(package->UpdateVersion), c.updateVersion);
     EXPECT_EQ(package->HasNewerBeta, c.hasNewerBeta);
     EXPECT_EQ(HasUpdate(*package, c.allowBeta), c.hasUpdate);
-    EXPECT_EQ(HasVersionUpdate(c.current, c.beta ? c.beta : "", c.stable ? c.stable : "", c.allowBeta),
-              c.hasUpdate);
+    EXPECT_EQ(
+        HasVersionUpdate(c.current, c.beta ? c.beta : "", c.stable ? c.stable : "", c.allowBeta),
+        c.hasUpdate);
   }
 }
 

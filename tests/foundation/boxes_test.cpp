@@ -14,7 +14,8 @@ namespace {
 
 TEST(StripMarkupTest, GivesThePlainText) {
   const std::pair<const char*, const char*> cases[] = {
-      {"<b>Could not rewrite file</b><p><p singleline=1>/a/b<p>x</p>y", "Could not rewrite file\n\n/a/b\nxy"},
+      {"<b>Could not rewrite file</b><p><p singleline=1>/a/b<p>x</p>y",
+       "Could not rewrite file\n\n/a/b\nxy"},
       {"<cgreen>yes</cgreen> <cred>no</cred><p/>", "yes no\n"},
       {"<pre>not a paragraph</pre><param>", "not a paragraph"},
       {"a &lt;b&gt; &amp;amp; &quot;q&quot;", "a <b> &amp; \"q\""},

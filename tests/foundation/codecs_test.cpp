@@ -334,9 +334,18 @@ TEST(CharsetCodecTest, EveryCharsetReadsAndWritesAsTheSystemConverter) {
 
 TEST(GetCodecTest, FindsByNameAndAliasIgnoringCase) {
   const std::pair<const char*, const char*> cases[] = {
-      {"", ""},         {"Utf8", "utf-8"},         {"UTF-16", "utf-16"}, {"WINDOWS-1251", "windows-1251"},
-      {"LATIN1", "ISO-8859-1"}, {"Latin-9", "ISO-8859-15"}, {"866", "IBM866"}, {"mac", "macintosh"},
-      {"us-ascii", "US-ASCII"}, {"SHIFT_JIS", "Shift_JIS"}, {"gb2312", "GBK"}, {"BIG5", "Big5"},
+      {"", ""},
+      {"Utf8", "utf-8"},
+      {"UTF-16", "utf-16"},
+      {"WINDOWS-1251", "windows-1251"},
+      {"LATIN1", "ISO-8859-1"},
+      {"Latin-9", "ISO-8859-15"},
+      {"866", "IBM866"},
+      {"mac", "macintosh"},
+      {"us-ascii", "US-ASCII"},
+      {"SHIFT_JIS", "Shift_JIS"},
+      {"gb2312", "GBK"},
+      {"BIG5", "Big5"},
   };
   for (const auto& [name, codec] : cases) EXPECT_STREQ(GetCodec(name).GetName(), codec) << name;
   for (const MCharsetDefinition* definition : AllDefinitions())

@@ -29,7 +29,8 @@ TEST_F(FileStreamTest, OpeningFailuresNameTheFileAndTheSystemsReason) {
     std::string message;
   } cases[] = {
       {Native("missing.bin"), MFileStream::kModeRead,
-       "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\"."},
+       "File \"{0}\" could not be opened. Make sure that it exists.\nError: \"No such file or "
+       "directory\"."},
       // A folder that cannot take the file: its parent is a plain file.
       {Native("plain") / "new.bin", MFileStream::kModeCreate,
        "File \"{0}\" could not be created. Make sure there is no write-protected file already "
@@ -108,10 +109,10 @@ TEST_F(FileStreamTest, EndIsTiedToTheSizeAtOpening) {
 TEST_F(FileStreamTest, SeekBeforeTheStartFails) {
   WriteFile("s.bin", "abc");
   MFileStream stream(Path("s.bin"), MFileStream::kModeRead);
-  ExpectFailure([&] { stream.Seek(-10, kSeekBegin); },
-                "Error performing seek \"" + Native("s.bin").string() +
-                    "\", error \"Invalid argument\".",
-                256);
+  ExpectFailure(
+      [&] { stream.Seek(-10, kSeekBegin); },
+      "Error performing seek \"" + Native("s.bin").string() + "\", error \"Invalid argument\".",
+      256);
   EXPECT_EQ(stream.Seek(1, kSeekEnd), 4);  // past the end is allowed, as in the C library
 }
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "foundation/core/exception.h"
-#include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
+#include "foundation/xml/mbx.h"
 #include "support/failure_capture.h"
 #include "tree_test_support.h"
 

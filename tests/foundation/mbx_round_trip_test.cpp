@@ -43,11 +43,18 @@ void FillEveryType(MXMLItem& root) {
   MVariant emptyBuffer;
   emptyBuffer.SetBuffer("", 0, false);
   const MVariant values[] = {
-      MVariant(int64_t{-(int64_t{1} << 50)}), MVariant(int32_t{1} << 20), MVariant(int16_t{-1000}),
-      MVariant(int8_t{-7}), MVariant(0.25f), MVariant(3.141592653589793), MVariant(""),
+      MVariant(int64_t{-(int64_t{1} << 50)}),
+      MVariant(int32_t{1} << 20),
+      MVariant(int16_t{-1000}),
+      MVariant(int8_t{-7}),
+      MVariant(0.25f),
+      MVariant(3.141592653589793),
+      MVariant(""),
       MVariant(MShortString(u"caf\u00e9 \u00fc")),
       MVariant(MShortString(u"\u0100\u4e2d and a pair \U0001F3B5")),
-      MVariant(MShortString(u"line one\nline two & <tag> \"quoted\"")), buffer, emptyBuffer,
+      MVariant(MShortString(u"line one\nline two & <tag> \"quoted\"")),
+      buffer,
+      emptyBuffer,
   };
   int index = 0;
   for (const MVariant& value : values) {
@@ -83,11 +90,12 @@ TEST_P(TreeRoundTripTest, KeepsEveryValue) {
   EXPECT_EQ(std::string(bytes, 38), "compressible compressible compressible");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Forms, TreeRoundTripTest,
-    ::testing::Values(FormCase{"MBX", Form::kMBX}, FormCase{"CompressedMBX", Form::kCompressedMBX},
-                      FormCase{"XML", Form::kXML}, FormCase{"CompressedXML", Form::kCompressedXML}),
-    [](const auto& info) { return std::string(info.param.first); });
+INSTANTIATE_TEST_SUITE_P(Forms, TreeRoundTripTest,
+                         ::testing::Values(FormCase{"MBX", Form::kMBX},
+                                           FormCase{"CompressedMBX", Form::kCompressedMBX},
+                                           FormCase{"XML", Form::kXML},
+                                           FormCase{"CompressedXML", Form::kCompressedXML}),
+                         [](const auto& info) { return std::string(info.param.first); });
 
 // Names and texts of every length up to 40, names repeated and sharing their
 // first bytes, come back with the same units and the storage AssignBytes gives

@@ -12,7 +12,9 @@
 namespace kx {
 namespace {
 
-std::string Message(const std::function<void()>& body) { return ToStd(Failure(body).message); }
+std::string Message(const std::function<void()>& body) {
+  return ToStd(Failure(body).message);
+}
 
 TEST(MemoryStream, WriteReadAndOverwriteInTheMiddle) {
   MMemoryStream stream;

@@ -10,9 +10,9 @@
 #include <fstream>
 #include <thread>
 
-#include "foundation/threads/global_lock.h"
 #include "foundation/files/path_text.h"
 #include "foundation/resources/resource_compiled_in.h"
+#include "foundation/threads/global_lock.h"
 #include "foundation/threads/task.h"
 #include "support/resource_test_support.h"
 

@@ -41,12 +41,10 @@ TEST(NumberTextTest, FormatRealRegimes) {
     const char* expected;
   };
   const Case cases[] = {
-      {-0.0000001, 4, "0.0000"},  // below 1e-6: exact zero, no minus sign
-      {0.0000001, 4, "0.0000"},
-      {-0.00001, 4, "-0.0000"},   // above the limit the C library's sign stays
-      {-2.5, 0, "-3"},
-      {-0.4, 0, "0"},
-      {1.0 / 3, 12, "0.333333333333"},
+      {-0.0000001, 4, "0.0000"},                            // below 1e-6: exact zero, no minus sign
+      {0.0000001, 4, "0.0000"},  {-0.00001, 4, "-0.0000"},  // above the limit the C library's sign
+                                                            // stays
+      {-2.5, 0, "-3"},           {-0.4, 0, "0"},           {1.0 / 3, 12, "0.333333333333"},
       {1e20, 10, "1e+20"},
   };
   for (const Case& c : cases) EXPECT_EQ(ToStd(FormatReal(c.value, c.decimals)), c.expected);

@@ -13,16 +13,28 @@ struct JoinCase {
 
 TEST(PathTextTest, JoinPath) {
   const JoinCase cases[] = {
-      {"C:/a/b", "../c", "C:/a/c"}, {"C:/a/", "/c", "C:/a/c"}, {"", "x", "x"}, {"\\", "x/y", "x/y"},
-      {"a/b", "\\", "a/b"}, {"/home/u/", "sub/file", "/home/u/sub/file"},
+      {"C:/a/b", "../c", "C:/a/c"},
+      {"C:/a/", "/c", "C:/a/c"},
+      {"", "x", "x"},
+      {"\\", "x/y", "x/y"},
+      {"a/b", "\\", "a/b"},
+      {"/home/u/", "sub/file", "/home/u/sub/file"},
       // ".." chains eat one segment each
-      {"/a/b/c", "../../x", "/a/x"}, {"/a/b/c/", "../../../x", "/x"}, {"/a/b", "../..", "/"},
+      {"/a/b/c", "../../x", "/a/x"},
+      {"/a/b/c/", "../../../x", "/x"},
+      {"/a/b", "../..", "/"},
       // base used up: no "/" left makes it empty, then the rest stays as it is
-      {"a", "../x", "x"}, {"a/b", "../../../x", "../x"}, {"C:/", "../x", "x"},
+      {"a", "../x", "x"},
+      {"a/b", "../../../x", "../x"},
+      {"C:/", "../x", "x"},
       // a base that ends in a ".." segment is not shortened
-      {"..", "../x", "../../x"}, {"a/b/../", "../x", "a/b/../../x"}, {"a/b..", "../x", "a/x"},
+      {"..", "../x", "../../x"},
+      {"a/b/../", "../x", "a/b/../../x"},
+      {"a/b..", "../x", "a/x"},
       // only leading steps count; "./" and inner ".." are the system's business
-      {"/a/b", "./x", "/a/b/./x"}, {"/a/b", "..x", "/a/b/..x"}, {"/a/b", "/../c", "/a/c"},
+      {"/a/b", "./x", "/a/b/./x"},
+      {"/a/b", "..x", "/a/b/..x"},
+      {"/a/b", "/../c", "/a/c"},
   };
   for (const JoinCase& c : cases)
     EXPECT_EQ(ToStd(JoinPath(MString(c.base), MString(c.relative))), c.expected)

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
+#include "foundation/resources/resource_small_writer.h"
 #include "foundation/streams/file_stream.h"
 #include "foundation/streams/memory_stream.h"
-#include "foundation/resources/resource_small_writer.h"
 #include "stream_test_support.h"
 #include "support/resource_test_support.h"
 
@@ -115,9 +115,9 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
       {"sizes no stream holds", Header(kHalf, kHalf) + "abc", shortRead},
       // A claim no library makes is refused before a byte is read by it.
       {"sizes beyond the limit", Header(kHalf, kHalf + 1) + "abc", corrupt},
-      {"no resources", Header(6, 0) + std::string("<a/>  "), "Could not find required subitem (resources)."},
-      {"entry outside",
-       std::string(outsideBytes.View()),
+      {"no resources", Header(6, 0) + std::string("<a/>  "),
+       "Could not find required subitem (resources)."},
+      {"entry outside", std::string(outsideBytes.View()),
        "Invalid resource library format (resource a lies outside the data block)."},
   };
   for (const Case& c : cases) {

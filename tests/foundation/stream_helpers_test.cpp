@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "foundation/text/base64.h"
-#include "foundation/streams/buffering_stream.h"
 #include "foundation/core/exception.h"
+#include "foundation/streams/buffering_stream.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/streams/size_stream.h"
+#include "foundation/text/base64.h"
 #include "stream_test_support.h"
 #include "support/failure_capture.h"
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "foundation/text/codecs.h"
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
+#include "foundation/text/codecs.h"
 #include "stream_test_support.h"
 #include "support/failure_capture.h"
 
@@ -93,10 +93,12 @@ TEST(MTextWriterTest, BuffersAndHandsOverTheRestAtTheEnd) {
     EXPECT_TRUE(target.writes.empty());  // still buffered
     writer.WriteLine(longLine);
     writer.Write(MString("\xC3" "D"));  // 8-bit literal text: bytes are units
-  }                                    // the destructor hands over the rest
+  }                                     // the destructor hands over the rest
   MByteBuffer expected;
   GetUTF8Codec().Encode(longLine, false, expected);
-  EXPECT_EQ(target.Written(), "short\n" + std::string(expected.View()) + "\n\xC3\x83" "D");
+  EXPECT_EQ(target.Written(), "short\n" + std::string(expected.View()) +
+                                  "\n\xC3\x83"
+                                  "D");
 }
 
 TEST(MTextWriterTest, WriteFailureSurfacesOnFlushOnly) {

@@ -6,8 +6,8 @@
 
 #include <string>
 
-#include "foundation/streams/memory_stream.h"
 #include "foundation/containers/variant.h"
+#include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 #include "stream_test_support.h"
 

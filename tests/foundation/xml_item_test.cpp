@@ -8,8 +8,8 @@
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_iterator.h"
-#include "support/file_test_support.h"
 #include "stream_test_support.h"
+#include "support/file_test_support.h"
 #include "xml_test_support.h"
 
 namespace kx {
@@ -81,8 +81,9 @@ TEST(MXMLItemTest, RemoveAndDetachKeepTheListConsistent) {
   MXMLItem* detached = item.DetachSubItem(b);
   EXPECT_EQ(Picture(item), "r[a;c]");
   // The lookup cache forgets the item that left, and only that one.
-  EXPECT_EQ(MessageOf([&] { item.GetCachedSubItem(); }),
-            "There is no subitem in the cache. Previous call to HasSubItem probably did not succeed.");
+  EXPECT_EQ(
+      MessageOf([&] { item.GetCachedSubItem(); }),
+      "There is no subitem in the cache. Previous call to HasSubItem probably did not succeed.");
   item.AdoptSubItem(detached);
   EXPECT_EQ(Picture(item), "r[a;c;b[inner{x=1}]]");
   ASSERT_TRUE(item.HasSubItem("c"));

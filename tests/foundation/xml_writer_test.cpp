@@ -7,8 +7,8 @@
 #include "foundation/core/exception.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
-#include "support/failure_capture.h"
 #include "stream_test_support.h"
+#include "support/failure_capture.h"
 #include "xml_test_support.h"
 
 namespace kx {
@@ -66,7 +66,8 @@ TEST(XMLWriterTest, EmptyNameRefusedInCompactFormOnly) {
 
 TEST(XMLWriterTest, LongValuesBreakAtFirstBlankAfter60Units) {
   const std::string a59(59, 'a'), c70(70, 'c'), x60(60, 'x');
-  const std::pair<std::string, std::string> cases[] = {  // a value and its lines as written
+  const std::pair<std::string, std::string> cases[] = {
+      // a value and its lines as written
       {x60, "\t\t" + x60 + "\n"},
       {x60 + " y", "\t\t" + x60 + "\n\t\ty\n"},
       {a59 + " b " + c70 + " d", "\t\t" + a59 + " b\n\t\t" + c70 + "\n\t\td\n"},

@@ -10,9 +10,9 @@
 #include <algorithm>
 #include <vector>
 
+#include "control_test_support.h"
 #include "foundation/streams/file_stream.h"
 #include "gui/drawing/drawer_to_bitmap.h"
-#include "control_test_support.h"
 #include "gui/styles/textured_styles.h"
 
 namespace kx {
@@ -25,20 +25,23 @@ struct Cell {
 };
 
 const MControlState kStates[7] = {
-    MControlState::kNormal, MControlState::kFocused, MControlState::kHighlighted,
-    MControlState::kFocused | MControlState::kHighlighted, MControlState::kClicked,
-    MControlState::kClicked | MControlState::kHighlighted, MControlState::kDisabled};
+    MControlState::kNormal,      MControlState::kFocused,
+    MControlState::kHighlighted, MControlState::kFocused | MControlState::kHighlighted,
+    MControlState::kClicked,     MControlState::kClicked | MControlState::kHighlighted,
+    MControlState::kDisabled};
 
 // Every part of its own, then, for an element with a state set, the seven states.
 std::vector<Cell> CellsOf(const MStyleElement& element) {
   std::vector<Cell> cells;
   for (const auto& [name, image] : element.parts) {
-    const bool isState = std::any_of(std::begin(kStates), std::end(kStates),
-                                     [&](MControlState s) { return name == MTexturedStyle::StatePart(s); });
+    const bool isState = std::any_of(std::begin(kStates), std::end(kStates), [&](MControlState s) {
+      return name == MTexturedStyle::StatePart(s);
+    });
     if (!isState) cells.push_back({name, MControlState::kNormal, &image});
   }
   if (element.parts.count("normal"))
-    for (MControlState state : kStates) cells.push_back({"", state, &element.parts.at(MTexturedStyle::StatePart(state))});
+    for (MControlState state : kStates)
+      cells.push_back({"", state, &element.parts.at(MTexturedStyle::StatePart(state))});
   return cells;
 }
 
@@ -48,10 +51,13 @@ void ExpectPaints(MTexturedStyle& style, const std::string& name, const Cell& ce
   MBitmap target(64, 48);
   std::fill_n(target.Pixels(), 64 * 48, 0xFF000000u);
   MDrawerToMBitmap drawer(target);
-  ASSERT_TRUE(style.PaintElement(drawer, name.c_str(), cell.part.c_str(), {0, 0, 63, 47}, cell.state));
-  const bool blank = name == "menu" && cell.part.empty() &&
-                     (cell.state == MControlState::kNormal || cell.state == MControlState::kDisabled);
-  EXPECT_EQ(std::any_of(target.Pixels(), target.Pixels() + 64 * 48, [](uint32_t p) { return p != 0xFF000000u; }),
+  ASSERT_TRUE(
+      style.PaintElement(drawer, name.c_str(), cell.part.c_str(), {0, 0, 63, 47}, cell.state));
+  const bool blank =
+      name == "menu" && cell.part.empty() &&
+      (cell.state == MControlState::kNormal || cell.state == MControlState::kDisabled);
+  EXPECT_EQ(std::any_of(target.Pixels(), target.Pixels() + 64 * 48,
+                        [](uint32_t p) { return p != 0xFF000000u; }),
             !blank)
       << name << " " << cell.part << " " << MTexturedStyle::StatePart(cell.state);
 }
@@ -69,7 +75,8 @@ TEST(ContactSheet, NeonInEveryStateAtBothScales) {
   const int32_t label = 120, gap = 10;
   auto rowHeight = [](const MStyleElement& element, double scale) {
     int32_t height = 16;
-    for (const Cell& cell : CellsOf(element)) height = std::max(height, CellSize(*cell.image, scale).y);
+    for (const Cell& cell : CellsOf(element))
+      height = std::max(height, CellSize(*cell.image, scale).y);
     return height;
   };
   int32_t width = 0, height = gap;

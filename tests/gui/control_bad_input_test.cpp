@@ -62,7 +62,8 @@ TEST(ControlBadInput, UnknownWordsAndRolesEverywhere) {
   int depth = 0;
   for (; c->ClientLayoutChild; ++depth) c = c->ClientLayoutChild;
   EXPECT_EQ(depth, 60);
-  EXPECT_EQ(std::pair(c->ControlType, c->LayoutPlacement), std::pair(MControlType::kWindow, uint8_t{0}));
+  EXPECT_EQ(std::pair(c->ControlType, c->LayoutPlacement),
+            std::pair(MControlType::kWindow, uint8_t{0}));
 }
 
 }  // namespace

@@ -186,7 +186,8 @@ TEST(ControlModel, ShortcutsMatchTheirFlags) {
 TEST(ControlModel, ARepaintPaintsOnlyWhatItTouches) {
   MOffscreenHost host;
   auto window = BuildWindow(R"(<w sizex="100" sizey="60"><vertical><panel id="a" layoutratioy="1"/>
-      <panel id="b" layoutratioy="1"/><panel id="hidden" visible="0"/></vertical></w>)", 1.0, nullptr, &host);
+      <panel id="b" layoutratioy="1"/><panel id="hidden" visible="0"/></vertical></w>)",
+                            1.0, nullptr, &host);
   host.Open(*window);
   host.Advance(20);
   const int32_t paints = host.PaintCount();

@@ -73,17 +73,24 @@ TEST(DrawerEdges, BlitsLandClippedAndStretchSamplesEveryPixel) {
   drawer.StretchBlt({0, 0, 3, 3}, source, {0, 0, 1, 1}, 255, MDrawingMode::kAlphaBlend);
   drawer.BitBlt({4, 4}, source, {0, 0, 1, 1}, 255, MDrawingMode::kAlphaBlend);
   // Pixels at y * 6 + x; the last two lie outside the clip.
-  const std::pair<int, uint32_t> pixels[] = {
-      {0, quad[0]},          {1 * 6 + 1, quad[0]},     {0 * 6 + 3, quad[1]},    {3 * 6 + 0, quad[2]},
-      {3 * 6 + 3, quad[3]},  {4 * 6 + 4, quad[0]},     {4 * 6 + 5, 0xFF000000u}, {5 * 6 + 4, 0xFF000000u}};
+  const std::pair<int, uint32_t> pixels[] = {{0, quad[0]},
+                                             {1 * 6 + 1, quad[0]},
+                                             {0 * 6 + 3, quad[1]},
+                                             {3 * 6 + 0, quad[2]},
+                                             {3 * 6 + 3, quad[3]},
+                                             {4 * 6 + 4, quad[0]},
+                                             {4 * 6 + 5, 0xFF000000u},
+                                             {5 * 6 + 4, 0xFF000000u}};
   for (auto [at, colour] : pixels) EXPECT_EQ(target.Pixels()[at], colour) << at;
 }
 
 TEST(DrawerEdges, BlendedRowsFollowTheFormulaKeepTheDestinationAlphaAndStopAtTheEdges) {
   // 37 pixels: whole registers, then a partial one; the pixels either side stay.
   MBitmap target(41, 2), source(37, 1);
-  for (int i = 0; i < 41 * 2; ++i) target.Pixels()[i] = uint32_t(i * 3) << 24 | uint32_t(200 - 2 * i) << 16 | 0x3456u;
-  for (int i = 0; i < 37; ++i) source.Pixels()[i] = uint32_t(i == 36 ? 255 : i * 7) << 24 | uint32_t(7 * i) << 16 | 0x80FFu;
+  for (int i = 0; i < 41 * 2; ++i)
+    target.Pixels()[i] = uint32_t(i * 3) << 24 | uint32_t(200 - 2 * i) << 16 | 0x3456u;
+  for (int i = 0; i < 37; ++i)
+    source.Pixels()[i] = uint32_t(i == 36 ? 255 : i * 7) << 24 | uint32_t(7 * i) << 16 | 0x80FFu;
   MBitmap before(41, 2);
   before.CopyFrom(target);
   MDrawerToMBitmap drawer(target);
@@ -100,7 +107,9 @@ TEST(DrawerEdges, BlendedRowsFollowTheFormulaKeepTheDestinationAlphaAndStopAtThe
     }
     const MColor s = At(source, x - 2, 0);
     const int a = s.a;
-    auto blend = [a](int sc, int dc) { return a == 255 ? sc : a == 0 ? dc : (sc * a + dc * (255 - a)) >> 8; };
+    auto blend = [a](int sc, int dc) {
+      return a == 255 ? sc : a == 0 ? dc : (sc * a + dc * (255 - a)) >> 8;
+    };
     EXPECT_EQ(got, MColor::RGBA(blend(s.r, d.r), blend(s.g, d.g), blend(s.b, d.b), d.a)) << x;
   }
 }

@@ -50,9 +50,13 @@ class TreeWriter {
     auto maybe = [&](const char* key, int low, int high) {
       if (Pick(0, 2) == 0) out += std::string(" ") + key + "=\"" + std::to_string(Pick(low, high)) + "\"";
     };
-    for (auto [key, low, high] : {std::tuple{"sizex", 0, 60}, {"sizey", 0, 60}, {"layoutratiox", 0, 3},
-                                  {"layoutratioy", 0, 3}, {"layoutborderx", 0, 3},
-                                  {"layoutbordery", 0, 3}, {"minclientsizex", 0, 40}})
+    for (auto [key, low, high] : {std::tuple{"sizex", 0, 60},
+                                  {"sizey", 0, 60},
+                                  {"layoutratiox", 0, 3},
+                                  {"layoutratioy", 0, 3},
+                                  {"layoutborderx", 0, 3},
+                                  {"layoutbordery", 0, 3},
+                                  {"minclientsizex", 0, 40}})
       maybe(key, low, high);
     if (kind == "vertical" || kind == "horizontal") maybe("space", 0, 3);
     if (kind == "grid") maybe("hspan", 1, 3);
@@ -99,7 +103,8 @@ std::string Faults(MControl& window) {
       if (r.left < client.left || r.top < client.top || r.right > client.right || r.bottom > client.bottom)
         faults += child->ID.ToUTF8String() + " outside " + id + "; ";
       for (const MRect& other : siblings)
-        if (!r.Intersect(other).IsEmpty()) faults += child->ID.ToUTF8String() + " overlaps a sibling; ";
+        if (!r.Intersect(other).IsEmpty())
+          faults += child->ID.ToUTF8String() + " overlaps a sibling; ";
       siblings.push_back(r);
     }
   }

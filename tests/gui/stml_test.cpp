@@ -69,17 +69,21 @@ TEST(StmlTree, TagsChangeStateAndBuildTheTree) {
       {"<cred>x<alpha value=120>y<alpha value=60>z</alpha>w</alpha>v",
        "P0{x/-1,2,255|y/-1,2,120|z/-1,2,60|w/-1,2,120|v /-1,2,255}"},
       // Text between cells is dropped; after the row it goes to the document.
-      {"<tr><td>a</td>lost<td>b</td></tr>after", "R[C[P0{a/-1,-1,255}]C[P0{b/-1,-1,255}]]P0{after /-1,-1,255}"},
+      {"<tr><td>a</td>lost<td>b</td></tr>after",
+       "R[C[P0{a/-1,-1,255}]C[P0{b/-1,-1,255}]]P0{after /-1,-1,255}"},
       {"<tagset name=inner><cred></tagset><tagset name=outer><l1><inner></tagset><outer>x</outer>y",
        "P0{x/4,2,255|y /-1,-1,255}"},
       {"<tagset name=\"name\"><l1><cred></tagset><name>x</name>y", "P0{x/4,2,255|y /-1,-1,255}"},
       // Built-in names win over tagsets; closers without openers pop nothing.
       {"<tagset name=b><cred></tagset></i></cred><b>x", "P0{x /1,-1,255}"},
-      {"<center invert=1 singleline=1><l2>T</l2></center><left>x", "P17{T/5,-1,255|/-1,-1,255}P0{x /-1,-1,255}"},
-      {"<li>one</li><li size=1>two</li>", "R[C[img]C[P0{one/-1,-1,255}]]R[C[img]C[P0{two/-1,-1,255}]]"},
+      {"<center invert=1 singleline=1><l2>T</l2></center><left>x",
+       "P17{T/5,-1,255|/-1,-1,255}P0{x /-1,-1,255}"},
+      {"<li>one</li><li size=1>two</li>",
+       "R[C[img]C[P0{one/-1,-1,255}]]R[C[img]C[P0{two/-1,-1,255}]]"},
       {"a<hline>b<spacer>c", "P0{a/-1,-1,255|img/-1,-1,255}P0{b/-1,-1,255| c /-1,-1,255}"},
       // `</c>` has no colour to pop: the custom one holds until `<cd>`.
-      {"<c color=#FF0000>r</c>s<cd>t</cd>", "P0{rs/-1,0,255,#FFFF0000|t/-1,0,255| /-1,0,255,#FFFF0000}"},
+      {"<c color=#FF0000>r</c>s<cd>t</cd>",
+       "P0{rs/-1,0,255,#FFFF0000|t/-1,0,255| /-1,0,255,#FFFF0000}"},
       {"<c color=#FF0000>r</c>s<cd>t", "P0{rs/-1,0,255,#FFFF0000|t /-1,0,255}"},
       // A blank after a closing tag stays when a word stood before the tag.
       {"Click <cred>Try again</cred> to <b> </b>retry",
@@ -196,21 +200,24 @@ TEST_F(StmlLayout, ProgramTextsWrapWithinTheWidthAtBothScales) {
 
         MBitmap& alone = painted[s].emplace_back(2 * w, h);
         MDrawerToMBitmap drawer(alone);
-        drawer.FillRectangle({0, 0, alone.Width() - 1, h - 1}, MBrush{ground, 1, MDrawingMode::kCopy});
+        drawer.FillRectangle({0, 0, alone.Width() - 1, h - 1},
+                             MBrush{ground, 1, MDrawingMode::kCopy});
         const uint32_t groundBits = alone.Pixels()[0];
         drawer.SetStyle(styles_[s]);
         contents[t].Paint(drawer, {0, 0, w - 1, h - 1});
         int32_t inkRight = -1;
         for (int32_t y = 0; y < h; ++y)
           for (int32_t x = w; x < alone.Width(); ++x)
-            if (alone.Pixels()[static_cast<int64_t>(y) * alone.Width() + x] != groundBits) inkRight = std::max(inkRight, x);
+            if (alone.Pixels()[static_cast<int64_t>(y) * alone.Width() + x] != groundBits)
+              inkRight = std::max(inkRight, x);
         // The glyph that ends a line may reach one pixel past its advance.
         EXPECT_LE(inkRight, w) << "width " << w << ": " << texts[t];
       }
     }
     MBitmap sheet(gap * 3 + width * 3, std::max(sheetHeight[0], sheetHeight[1]));
     MDrawerToMBitmap sheetDrawer(sheet);
-    sheetDrawer.FillRectangle({0, 0, sheet.Width() - 1, sheet.Height() - 1}, MBrush{ground, 1, MDrawingMode::kCopy});
+    sheetDrawer.FillRectangle({0, 0, sheet.Width() - 1, sheet.Height() - 1},
+                              MBrush{ground, 1, MDrawingMode::kCopy});
     for (int s = 0; s < 2; ++s) {
       const int32_t w = width * (s + 1), left = s == 0 ? gap : 2 * gap + width;
       int32_t top = gap;
@@ -221,8 +228,8 @@ TEST_F(StmlLayout, ProgramTextsWrapWithinTheWidthAtBothScales) {
         top += alone.Height() + gap;
       }
     }
-    MFileStream out(MString::FromUTF8(std::string(KESTRIX_BINARY_DIR "/artefacts/gui/stml-") + std::to_string(width) +
-                                      ".png"),
+    MFileStream out(MString::FromUTF8(std::string(KESTRIX_BINARY_DIR "/artefacts/gui/stml-") +
+                                      std::to_string(width) + ".png"),
                     MFileStream::kModeCreate);
     sheet.SavePNG(out);
   }

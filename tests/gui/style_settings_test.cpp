@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "foundation/core/exception.h"
-#include "gui/drawing/drawer_to_bitmap.h"
 #include "foundation/files/path_text.h"
 #include "foundation/xml/xml_item.h"
+#include "gui/drawing/drawer_to_bitmap.h"
 #include "gui/styles/style_windows.h"
 #include "media/bitmap/bitmap.h"
 #include "media/bitmap/colour_hsv.h"
@@ -71,11 +71,12 @@ TEST(Colorize, AccentPixelsTakeTheNewHueAndGreysStay) {
   how.withBrightness = 0;
   const MColor teal = MColor::RGBA(0x2E, 0xD3, 0xBE), amber = MColor::RGBA(0xF2, 0x8C, 0x28);
   // A colour and whether it takes the new hue.
-  const std::pair<MColor, bool> cases[] = {{teal, true},
-                                           {MColor::RGBA(0x17, 0x8C, 0x7E), true},   // the deep accent
-                                           {MColor::RGBA(0x27, 0x2B, 0x34), false},  // a surface
-                                           {MColor::RGBA(0xE4, 0xE8, 0xEE), false},  // text
-                                           {MColor::RGBA(0xF2, 0x5F, 0x5C), false}};  // another hue
+  const std::pair<MColor, bool> cases[] = {
+      {teal, true},
+      {MColor::RGBA(0x17, 0x8C, 0x7E), true},    // the deep accent
+      {MColor::RGBA(0x27, 0x2B, 0x34), false},   // a surface
+      {MColor::RGBA(0xE4, 0xE8, 0xEE), false},   // text
+      {MColor::RGBA(0xF2, 0x5F, 0x5C), false}};  // another hue
   MBitmap image(5, 1), out;
   for (int i = 0; i < 5; ++i) {
     MColor c = cases[i].first;

@@ -30,16 +30,18 @@ class StylesTest : public ::testing::Test {
 TEST_F(StylesTest, NeonFromTheProgramHasEveryElement) {
   auto style = MTexturedStyles::LoadStyle(MStyleSettings{});
   for (const char* name :
-       {"window", "panel", "control", "display", "editor", "edit", "value", "selector", "menu",
-        "button", "captionbutton", "radiobutton", "checkbox", "controlcheckbox", "tracker",
-        "vtracker", "progressbar", "knob", "rotator", "hscrollbar", "vscrollbar", "tabset",
-        "menubar", "listcontrol", "treecontrol", "splitter"})
+       {"window",      "panel",           "control",    "display",  "editor",        "edit",
+        "value",       "selector",        "menu",       "button",   "captionbutton", "radiobutton",
+        "checkbox",    "controlcheckbox", "tracker",    "vtracker", "progressbar",   "knob",
+        "rotator",     "hscrollbar",      "vscrollbar", "tabset",   "menubar",       "listcontrol",
+        "treecontrol", "splitter"})
     EXPECT_NE(style->FindElement(name), nullptr) << name;
   EXPECT_EQ(style->GetMetric(StyleMetricIndex("AutoColorInvertLimit")), 128);  // 0 in the file
   EXPECT_TRUE(style->GetFont(0).IsLoaded());
   // Every part painting in every state is seen on the contact sheet's test.
   for (const auto& [name, element] : style->Elements())
-    for (const auto& [part, image] : element.parts) EXPECT_EQ(image.Oversampling(), 2) << name << " " << part;
+    for (const auto& [part, image] : element.parts)
+      EXPECT_EQ(image.Oversampling(), 2) << name << " " << part;
 }
 
 TEST_F(StylesTest, AnEditedCopyOnDiskOverridesTheBuiltInStyle) {

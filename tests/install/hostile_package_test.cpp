@@ -32,16 +32,20 @@ TEST_P(HostileNameTest, IsRefusedBeforeAnythingIsWritten) {
   MXMLItem& root = Build();
   std::string message = MessageOf([&] { Install(root); });
   EXPECT_NE(message.find("leads outside its destination folder"), std::string::npos) << message;
-  EXPECT_TRUE(!fs::exists(Native("outside/inner/dest")) || fs::is_empty(Native("outside/inner/dest")));
+  EXPECT_TRUE(!fs::exists(Native("outside/inner/dest")) ||
+              fs::is_empty(Native("outside/inner/dest")));
   EXPECT_FALSE(fs::exists(Native("outside/evil.txt")));
   EXPECT_FALSE(fs::exists(Native("outside/inner/evil.txt")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, HostileNameTest,
                          ::testing::ValuesIn(std::vector<HostileCase>{
-                             {nullptr, "../evil.txt", nullptr}, {nullptr, "../../evil.txt", nullptr},
-                             {nullptr, "/abs/evil.txt", nullptr}, {"..", "evil.txt", nullptr},
-                             {"sub", "x/../../../evil.txt", nullptr}, {"sub", "..\\..\\evil.txt", nullptr},
+                             {nullptr, "../evil.txt", nullptr},
+                             {nullptr, "../../evil.txt", nullptr},
+                             {nullptr, "/abs/evil.txt", nullptr},
+                             {"..", "evil.txt", nullptr},
+                             {"sub", "x/../../../evil.txt", nullptr},
+                             {"sub", "..\\..\\evil.txt", nullptr},
                              {nullptr, "", "somewhere/.."}}));
 
 }  // namespace

@@ -48,22 +48,26 @@ TEST_P(InstalledFileTest, DecidesByTimeAndSize) {
   Install(root);
   EXPECT_EQ(ReadFileBytes(DestNative("a.bin")), c.rewritten ? "hello" : c.diskContent) << c.label;
   // The counters move whether the file was written or found in place.
-  EXPECT_EQ(std::tuple(context.doneFiles, context.totalFiles, context.doneBytes), std::tuple(1, 1, 5));
+  EXPECT_EQ(std::tuple(context.doneFiles, context.totalFiles, context.doneBytes),
+            std::tuple(1, 1, 5));
   EXPECT_TRUE(Contains(WithDest(Log()), c.logged)) << c.label;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, InstalledFileTest,
     ::testing::Values(
-        InstalledCase{"same time and size", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:07", false,
-                      "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"},
-        InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi", "2021-03-04 05:06:07", true,
+        InstalledCase{
+            "same time and size", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:07", false,
+            "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"},
+        InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi", "2021-03-04 05:06:07",
+                      true,
                       "        Note: file size is not matching, installed 5, current 2. "
                       "Proceeding with installation.\r\n"},
-        InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:08", true,
-                      "    File exists=1 rewritable=1 mergepresets=0\r\n"},
-        InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO", "2021-03-04 05:06:07",
-                      true, "    File exists=1 rewritable=1 mergepresets=0\r\n"}));
+        InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:08",
+                      true, "    File exists=1 rewritable=1 mergepresets=0\r\n"},
+        InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO",
+                      "2021-03-04 05:06:07", true,
+                      "    File exists=1 rewritable=1 mergepresets=0\r\n"}));
 
 TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
   tree.SetAttribute("detectitems", int32_t{1});  // nothing is enabled: no content is read
@@ -71,7 +75,8 @@ TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
   MXMLItem& root = Build();
   root.FindSubItem("file")->SetAttribute("filesize", int64_t{1} << 50);
   Install(root);
-  EXPECT_TRUE(Contains(Log(), "Checking file item demo done, size 1125899906842624 (1024.00 TB), files 1\r\n"));
+  EXPECT_TRUE(Contains(
+      Log(), "Checking file item demo done, size 1125899906842624 (1024.00 TB), files 1\r\n"));
 }
 
 // `ignoresubdirs` is turned off only by a destination that is itself a bundle
@@ -105,9 +110,10 @@ TEST_P(IgnoreSubDirsTest, KeepsBundlesAsRealFolders) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, IgnoreSubDirsTest,
-                         ::testing::ValuesIn(std::vector<IgnoreCase>{
-                             {"dest", true}, {"home/.vst/Vorlund", true}, {"john.doe/plugins", true},
-                             {"dest/Foo.vst3", false}}));
+                         ::testing::ValuesIn(std::vector<IgnoreCase>{{"dest", true},
+                                                                     {"home/.vst/Vorlund", true},
+                                                                     {"john.doe/plugins", true},
+                                                                     {"dest/Foo.vst3", false}}));
 
 TEST_F(WalkTest, AaxPluginGoesInsideItsBundleAndLeavesAsATree) {
   AddFile(tree, "Foo.aaxplugin", "aax");
@@ -216,10 +222,14 @@ TEST_P(DetectTest, SelectsFilesByComponentName) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, DetectTest,
                          ::testing::ValuesIn(std::vector<DetectCase>{
-                             {"Abc", false, "Abc.so", true}, {"Xyz", false, "Abc.so", false},
-                             {"abc", false, "Abc.so", false}, {"AbcMB", true, "Abc.so", true},
-                             {"QorvenLP", true, "Qorven.so", true}, {"TomlinBMB", true, "Tomlin.so", true},
-                             {"AbcMB", true, "Other.so", false}, {"Abc", false, "Abc.so", true, true},
+                             {"Abc", false, "Abc.so", true},
+                             {"Xyz", false, "Abc.so", false},
+                             {"abc", false, "Abc.so", false},
+                             {"AbcMB", true, "Abc.so", true},
+                             {"QorvenLP", true, "Qorven.so", true},
+                             {"TomlinBMB", true, "Tomlin.so", true},
+                             {"AbcMB", true, "Other.so", false},
+                             {"Abc", false, "Abc.so", true, true},
                              {"Abc", true, "Abc.so", false, true}}));
 
 TEST_F(WalkTest, OnlyOnceInstallsOnceAndSavesTheMarkFirst) {
@@ -255,8 +265,10 @@ TEST_F(WalkTest, CopyDestinationsGetTheTreeWithSwappedExtensions) {
   EXPECT_EQ(ReadFileBytes(DestNative("a.dll")), "bin");
   // The `windows` 0 copy counts in the totals but is not carried out.
   EXPECT_EQ(std::tuple(context.totalFiles, context.doneFiles), std::tuple(3, 2));
-  EXPECT_TRUE(Contains(Log(), "Checking copy Never, path \r\n  copy enabled\r\nChecking copy Off, path \r\n"
-                              "Current total size 9 (9 B), files 3\r\n"));
+  EXPECT_TRUE(
+      Contains(Log(),
+               "Checking copy Never, path \r\n  copy enabled\r\nChecking copy Off, path \r\n"
+               "Current total size 9 (9 B), files 3\r\n"));
 }
 
 // The walk's log word for word, both ways: the log is how a failed installation
@@ -383,12 +395,16 @@ TEST_F(WalkTest, UninstallShowsItsFilesAndPassesOverDisabledOnes) {
   Log();
   context.EnabledItems.Clear();
   context.EnabledItems.Add(MString("Abc"));
-  InstallPackageTree(context, root, {.mode = WalkMode::kUninstall, .presetContext = &presets,
-                                     .progress = &shown, .allowAllPossible = true});
+  InstallPackageTree(context, root,
+                     {.mode = WalkMode::kUninstall,
+                      .presetContext = &presets,
+                      .progress = &shown,
+                      .allowAllPossible = true});
   EXPECT_FALSE(fs::exists(DestNative("Abc.so")));
   EXPECT_TRUE(fs::exists(DestNative("Xyz.so")));
   EXPECT_EQ(shown.texts, std::vector<std::string>{"Uninstalling " + ToStd(Dest()) + "/Abc.so"});
-  EXPECT_TRUE(Contains(WithDest(Log()), "    Trying to delete {dest}/Xyz.so\r\n    Omitting because disabled\r\n"));
+  EXPECT_TRUE(Contains(WithDest(Log()),
+                       "    Trying to delete {dest}/Xyz.so\r\n    Omitting because disabled\r\n"));
 }
 
 // `uninstall` 0 keeps a folder's files on removal, or the whole package's.
@@ -518,7 +534,9 @@ TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   // month's first; February has 29 every fourth year but not every hundredth,
   // yet every four hundredth.
   std::vector<std::tuple<std::string, std::string, int64_t>> days = {
-      {"2100-03-01", "2100-02-28", 1}, {"2000-03-01", "2000-02-28", 2}, {"2022-01-01", "2021-12-31", 1}};
+      {"2100-03-01", "2100-02-28", 1},
+      {"2000-03-01", "2000-02-28", 2},
+      {"2022-01-01", "2021-12-31", 1}};
   const char* const lastDays[] = {"01-31", "02-28", "03-31", "04-30", "05-31", "06-30",
                                   "07-31", "08-31", "09-30", "10-31", "11-30"};
   for (int month = 2; month <= 12; ++month)
@@ -527,7 +545,8 @@ TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   for (const auto& [later, earlier, count] : days)
     EXPECT_EQ(ItemDateTime::Parse(MString::FromUTF8(later + " 00:00:00")).Microseconds() -
                   ItemDateTime::Parse(MString::FromUTF8(earlier + " 00:00:00")).Microseconds(),
-              count * 86400000000) << later;
+              count * 86400000000)
+        << later;
   // Fields are read as far as they go; what is missing or not a number keeps
   // its default. Only a text without a blank is refused.
   const std::pair<const char*, const char*> cases[] = {

@@ -14,10 +14,10 @@
 
 #include "foundation/files/file_ops.h"
 #include "foundation/streams/memory_stream.h"
-#include "support/resource_test_support.h"
 #include "foundation/xml/xml_item.h"
 #include "install/package_extract.h"
 #include "install/package_source.h"
+#include "support/resource_test_support.h"
 
 namespace kx {
 namespace {
@@ -49,7 +49,8 @@ TEST_F(PackageFileTest, ContentNeedsItsPlace) {
   MPackageFile package;
   MXMLItem& item = *FileItemsOf(package.Attach(bytes)).at(0);
   EXPECT_FALSE(MPackageFile::HasContent(item));
-  EXPECT_EQ(MessageOf([&] { package.OpenContent(item); }), "Could not find required attribute (filestart).");
+  EXPECT_EQ(MessageOf([&] { package.OpenContent(item); }),
+            "Could not find required attribute (filestart).");
 }
 
 TEST_F(PackageFileTest, FolderSourceTreeItems) {
@@ -78,7 +79,8 @@ TEST_F(PackageFileTest, TreeFileSourcesAreRelativeToTheTreeFile) {
   WriteFile("defs/tree.xml",
             "<package name=\"Lead\" mergepresets=\"0\">"
             "<dir name=\"Presets\" op=\"create\">"
-            "<file name=\"Lead.presets\" op=\"update\" time=\"2024-01-02 03:04\" srcpath=\"../src/Presets/Lead.presets\"/>"
+            "<file name=\"Lead.presets\" op=\"update\" time=\"2024-01-02 03:04\" "
+            "srcpath=\"../src/Presets/Lead.presets\"/>"
             "<file name=\"gone.txt\" op=\"delete\"/>"
             "<file name=\"deep.txt\" op=\"update\" path=\"../src/a/b/c/d/deep.txt\"/>"
             "</dir></package>");
@@ -120,7 +122,8 @@ TEST_F(PackageFileTest, ItemPathsStayInsideTheTarget) {
     MXMLItem tree;
     tree.LoadXML(text);
     std::string path;
-    MException failure = Failure([&] { path = ToStd(PackageItemPath(tree, *FileItemsOf(tree).at(0))); });
+    MException failure =
+        Failure([&] { path = ToStd(PackageItemPath(tree, *FileItemsOf(tree).at(0))); });
     EXPECT_EQ(path.empty() ? ToStd(failure.message) : path, c.path) << c.tree;
   }
 }

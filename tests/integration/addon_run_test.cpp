@@ -59,9 +59,10 @@ TEST_F(AddonRunTest, QueuedAddonsAreFetchedInstalledAndRemovedByTheirRecords) {
   MXMLItem settings;
   settings.LoadFile(FromSystem((sandbox.KestrixDataFolder() / "Settings.xml").string()));
   for (MXMLItem* item = settings.firstSubItem; item; item = item->next)
-    EXPECT_EQ(std::tuple(item->GetAttributeBool("Download", true),
-                         item->GetAttributeBool("Installed", false), item->GetAttributeInt("Version", 0)),
-              std::tuple(false, true, 1))
+    EXPECT_EQ(
+        std::tuple(item->GetAttributeBool("Download", true),
+                   item->GetAttributeBool("Installed", false), item->GetAttributeInt("Version", 0)),
+        std::tuple(false, true, 1))
         << ToStd(item->GetAttributeText("name"));
   EXPECT_NE(Log().find("  installing Kitvault pack"), std::string::npos);
 

@@ -12,9 +12,9 @@
 #include "catalogue/definition_schema.h"
 #include "catalogue/package.h"
 #include "catalogue/package_database.h"
+#include "demo_run_fixture.h"
 #include "foundation/files/path_text.h"
 #include "foundation/xml/xml_item.h"
-#include "demo_run_fixture.h"
 
 namespace kx {
 namespace {
@@ -32,7 +32,8 @@ MXMLItem& LoadTree(MXMLItem& tree, const fs::path& file) {
 // A file of the tree, with its security info beside it (without one verify says
 // "contents not checked"), as kestrix-pack verify sees it.
 void ExpectVerified(const fs::path& file, const fs::path& scratch) {
-  testing::ToolResult verify = testing::RunTool(testing::kPackPath, {"verify", file.string()}, scratch);
+  testing::ToolResult verify =
+      testing::RunTool(testing::kPackPath, {"verify", file.string()}, scratch);
   EXPECT_EQ(verify.exitCode, 0) << file << ": " << verify.errorOutput;
   EXPECT_NE(verify.output.find("blocks and the file's MD5 match"), std::string::npos) << verify.output;
 }
@@ -42,7 +43,8 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
   const fs::path download = root / "download";
 
   EXPECT_GT(fs::file_size(download / "ConnectionTest.pkgm"), 0u);
-  EXPECT_EQ(ReadFileBytes(download / "MInstallerDefinition.mbx").substr(0, 4), std::string("\0MBX", 4));
+  EXPECT_EQ(ReadFileBytes(download / "MInstallerDefinition.mbx").substr(0, 4),
+            std::string("\0MBX", 4));
   MXMLItem definition, database, addons, selfUpdate;
   InstallerDefinitionContents contents =
       ReadInstallerDefinition(LoadTree(definition, download / "MInstallerDefinition.mbx"));
@@ -94,8 +96,11 @@ TEST_F(DemoServerTest, BuildsACompleteAndConsistentServerTree) {
     }
   }
   ASSERT_EQ(testing::RunTool(testing::kPackPath, install, sandbox.Root()).exitCode, 0);
-  ASSERT_EQ(testing::RunTool(testing::kPackPath, {"uninstall", state.string(), "--enable", "Driftdelay"},
-                             sandbox.Root()).exitCode, 0);
+  ASSERT_EQ(
+      testing::RunTool(testing::kPackPath, {"uninstall", state.string(), "--enable", "Driftdelay"},
+                       sandbox.Root())
+          .exitCode,
+      0);
   std::set<std::string> left;
   for (const fs::directory_entry& file : fs::directory_iterator(vst))
     left.insert(file.path().filename().string());

@@ -17,7 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::SecurityInfoOf;
 
-
 class FetchToolTest : public ::testing::Test {
  protected:
   FetchToolTest() {
@@ -66,7 +65,8 @@ TEST_F(FetchToolTest, FetchesResumesAndReplaces) {
 TEST_F(FetchToolTest, FailureEndsWithTheLastStatus) {
   testing::ToolResult result = Fetch("/download/pkg/none.pkgm", {"--tries", "2"});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.errorOutput, "Cannot download security info for none.pkgm (HTTP/1.1 404 Not Found)\n");
+  EXPECT_EQ(result.errorOutput,
+            "Cannot download security info for none.pkgm (HTTP/1.1 404 Not Found)\n");
   EXPECT_FALSE(fs::exists(Dest() / "pkg") || fs::exists(sandbox.Root() / "none.pkgm"));
 }
 

@@ -49,9 +49,9 @@ class InstallInterruptTest : public ::testing::Test {
       }
       WriteFileBytes(path, bytes);
     }
-    ASSERT_EQ(
-        RunTool({testing::kPackPath, "build", Source().string(), Package(), "--flags", "0", "--name", "Big"}),
-        0);
+    ASSERT_EQ(RunTool({testing::kPackPath, "build", Source().string(), Package(), "--flags", "0",
+                       "--name", "Big"}),
+              0);
   }
   fs::path Source() const { return sandbox.Root() / "source"; }
   std::string Package() const { return (sandbox.Root() / "big.pkgm").string(); }
@@ -77,7 +77,8 @@ TEST_F(InstallInterruptTest, KilledAnywhereThenRunAgainEqualsACleanInstall) {
     ASSERT_EQ(Install(dest), 0) << delay;
     std::map<std::string, Entry> got = Snapshot(dest);
     ASSERT_EQ(got.size(), expected.size()) << delay;
-    for (const auto& [name, entry] : expected) EXPECT_TRUE(got[name] == entry) << delay << " " << name;
+    for (const auto& [name, entry] : expected)
+      EXPECT_TRUE(got[name] == entry) << delay << " " << name;
   }
   EXPECT_GT(interrupted, 0);  // some kill must have landed inside the walk
 }

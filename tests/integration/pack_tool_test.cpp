@@ -72,7 +72,8 @@ TEST_F(PackToolTest, BuildAndExtractGiveBackTheSources) {
     std::string out = "out" + std::to_string(flags);
     Ok({"build", Arg("src"), Arg(package), "--flags", std::to_string(flags)});
     EXPECT_EQ(TrailerFlags(ReadFileBytes(File(package))), flags);
-    EXPECT_EQ(Ok({"extract", Arg(package), Arg(out)}).output, "Extracted 4 files into \"" + Arg(out) + "\".\n");
+    EXPECT_EQ(Ok({"extract", Arg(package), Arg(out)}).output,
+              "Extracted 4 files into \"" + Arg(out) + "\".\n");
     for (const auto& [name, bytes] : files) {
       EXPECT_EQ(ReadFileBytes(File(out + "/" + name)), bytes) << name << " flags " << flags;
       // The time travels in whole seconds.
@@ -146,10 +147,12 @@ TEST_F(PackToolTest, FailuresExitWithTheMessage) {
   WriteFile("bad.xml", "<package><file name=\"x\" op=\"update\" srcpath=\"nowhere.bin\"/></package>");
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"list", Arg("tiny.pkgm")}, "Could not read the required data from stream.\n"},
-      {{"build", Arg("bad.xml"), Arg("bad.pkgm")}, "Source file \"" + Arg("nowhere.bin") + "\" does not exist.\n"},
+      {{"build", Arg("bad.xml"), Arg("bad.pkgm")},
+       "Source file \"" + Arg("nowhere.bin") + "\" does not exist.\n"},
       {{"uninstall", Arg("missing.state")},
        "File \"" + Arg("missing.state") +
-           "\" could not be opened. Make sure that it exists.\nError: \"No such file or directory\".\n"},
+           "\" could not be opened. Make sure that it exists.\nError: \"No such file or "
+           "directory\".\n"},
   };
   for (const auto& [arguments, message] : cases) {
     EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(1, "", message)) << arguments[0];
@@ -159,14 +162,26 @@ TEST_F(PackToolTest, FailuresExitWithTheMessage) {
 
 TEST_F(PackToolTest, WrongUsageShowsTheUsage) {
   const std::vector<std::vector<std::string>> cases = {
-      {}, {"pack", "a"}, {"build", "a"}, {"build", "a", "b", "c"},
-      {"build", "a", "b", "--flags", "32"}, {"build", "a", "b", "--flags", "x"},
-      {"build", "a", "b", "--flags"}, {"build", "a", "b", "--attr", "novalue"},
-      {"build", "a", "b", "--attr", "=1"}, {"list", "a", "--name", "n"}, {"md5"},
-      {"verify", "a", "b"}, {"extract", "a"}, {"install", "a"},
-      {"install", "a", "--dest", "d", "--on-error", "maybe"}, {"fetch"},
-      {"fetch", "/a", "--dest", "d"}, {"fetch", "--server", "h:0", "/a", "--dest", "d"},
-      {"fetch", "--server", "h", "a", "--dest", "d"}, {"fetch", "--server", "h", "/a"},
+      {},
+      {"pack", "a"},
+      {"build", "a"},
+      {"build", "a", "b", "c"},
+      {"build", "a", "b", "--flags", "32"},
+      {"build", "a", "b", "--flags", "x"},
+      {"build", "a", "b", "--flags"},
+      {"build", "a", "b", "--attr", "novalue"},
+      {"build", "a", "b", "--attr", "=1"},
+      {"list", "a", "--name", "n"},
+      {"md5"},
+      {"verify", "a", "b"},
+      {"extract", "a"},
+      {"install", "a"},
+      {"install", "a", "--dest", "d", "--on-error", "maybe"},
+      {"fetch"},
+      {"fetch", "/a", "--dest", "d"},
+      {"fetch", "--server", "h:0", "/a", "--dest", "d"},
+      {"fetch", "--server", "h", "a", "--dest", "d"},
+      {"fetch", "--server", "h", "/a"},
       {"fetch", "--server", "h", "/a", "--dest", "d", "--tries", "0"},
       {"fetch", "--server", "h", "/a", "--dest", "d", "--fresh", "--fresh"},
   };

@@ -89,9 +89,12 @@ TEST_F(SelfUpdateTest, DifferentVersionIsFetchedOnceAndStarted) {
 }
 
 TEST_F(SelfUpdateTest, SameVersionEmptyOrCorruptListRunsOn) {
-  const std::pair<std::string, std::string> cases[] = {  // the list, a line of the log
-      {"<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_LINUX\"><kestrix version=\"" +
-           std::string(kKestrixVersion) + "\" setupname=\"same.run\"/></item></kestrix_installers></SelfUpdateList>",
+  const std::pair<std::string, std::string> cases[] = {
+      // the list, a line of the log
+      {"<SelfUpdateList><kestrix_installers><item name=\"AVAILABLE_VERSIONS_LINUX\"><kestrix "
+       "version=\"" +
+           std::string(kKestrixVersion) +
+           "\" setupname=\"same.run\"/></item></kestrix_installers></SelfUpdateList>",
        "is this version up to date? : 1"},
       {"", std::string(kListFailure)},
       {"<SelfUpdateList><kestrix_installers><item", std::string(kListFailure)},

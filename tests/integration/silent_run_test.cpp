@@ -21,8 +21,8 @@ namespace kx {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ToolResult;
 using testing::kPackPath;
+using testing::ToolResult;
 
 const char* const kClosing2 = "\nClosing Kestrix, error code: 2\r\n";
 
@@ -110,13 +110,15 @@ class SilentRunTest : public ::testing::Test {
     for (const PackageSource& package : Packages()) {
       fs::path source = Work("src_" + package.key);
       for (const auto& [path, bytes] : package.files) WriteFileBytes(source / path, bytes);
-      std::vector<std::string> options{"--name", package.key == "BINEffects_binx64" ? "Plugins" : "Content"};
-      for (const std::string& attribute : package.attributes) options.insert(options.end(), {"--attr", attribute});
+      std::vector<std::string> options{"--name",
+                                       package.key == "BINEffects_binx64" ? "Plugins" : "Content"};
+      for (const std::string& attribute : package.attributes)
+        options.insert(options.end(), {"--attr", attribute});
       Publish(package.key, package.folder, "1.0", source, options);
     }
     WriteFileBytes(Work("definition.xml"), kDefinition);
-    Tool(testing::kTreePath, {"convert", Work("definition.xml").string(), Served("MInstallerDefinition.mbx").string(),
-                     "--to", "mbx"});
+    Tool(testing::kTreePath, {"convert", Work("definition.xml").string(),
+                              Served("MInstallerDefinition.mbx").string(), "--to", "mbx"});
     WriteFileBytes(Served("PRODUCTSX.xml"),
                    "<Products server=\"127.0.0.1:" + std::to_string(server_->Port()) + "\"/>\n");
     WriteFileBytes(Served("ConnectionTest.pkgm"), "ok");
@@ -216,8 +218,10 @@ TEST_F(SilentRunTest, CorruptCataloguesEndTheStartWithTheirMessage) {
        "Could not load file InstallerDefinition.install.\nPlease re-install the app.\n\nError: "},
       {"MInstallerDefinition.mbx", "not a tree",
        "InstallerDefinition.mbx is probably corrupt, please reinstall the app.\r\n"},
-      {"PRODUCTSX.xml", "<Products server=", "Downloaded list of available addons - PRODUCTSX.xml is corrupt.\r\n"},
-      {"PRODUCTSX.xml", "<Products/>", "Downloaded list of available addons - PRODUCTSX.xml is corrupt.\r\n"},
+      {"PRODUCTSX.xml",
+       "<Products server=", "Downloaded list of available addons - PRODUCTSX.xml is corrupt.\r\n"},
+      {"PRODUCTSX.xml", "<Products/>",
+       "Downloaded list of available addons - PRODUCTSX.xml is corrupt.\r\n"},
       {"MINSTALLERDATABASE.xml", "no elements here",
        "Downloaded list of available packages - INSTALLERDATABASE.xml is corrupt.\r\n"},
   };

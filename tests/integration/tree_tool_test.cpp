@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "foundation/text/base64.h"
 #include "foundation/files/path_text.h"
-#include "foundation/xml/mbx.h"
 #include "foundation/streams/memory_stream.h"
+#include "foundation/text/base64.h"
+#include "foundation/xml/mbx.h"
 #include "kestrix_tree/tree_usage.h"
 #include "tool_process.h"
 
@@ -28,7 +28,9 @@ class TreeToolTest : public ::testing::Test {
   std::filesystem::path File(const std::string& name) const { return sandbox.Root() / name; }
   std::string FileArgument(const std::string& name) const { return File(name).string(); }
 
-  void WriteFile(const std::string& name, const std::string& bytes) const { WriteFileBytes(File(name), bytes); }
+  void WriteFile(const std::string& name, const std::string& bytes) const {
+    WriteFileBytes(File(name), bytes);
+  }
 
   ToolResult Run(const std::vector<std::string>& arguments) const {
     return testing::RunTool(testing::kTreePath, arguments, sandbox.Root());
@@ -100,7 +102,8 @@ TEST_F(TreeToolTest, DumpsAnyFormAsPrettyXML) {
   WriteFile("line.txt", "$" + ToStd(EncodeBase64(packed.Data(), packed.Size())) + "\n");
 
   for (const char* name : {"in.xml", "packed.mbx", "line.txt"}) {
-    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})), std::tuple(0, PrettyXML(original), ""))
+    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})),
+              std::tuple(0, PrettyXML(original), ""))
         << name;
   }
 }

@@ -12,7 +12,6 @@
 namespace kx {
 namespace {
 
-
 enum class Stream { kOut, kError };
 
 struct UsageCase {
@@ -34,11 +33,20 @@ TEST(UsageTest, HelpVersionAndWrongUsageOfEveryProgram) {
       {pack, {"--help"}, 0, Stream::kOut, "kestrix-pack: ", "kestrix-pack uninstall STATE"},
       {pack, {"-h"}, 0, Stream::kOut, "kestrix-pack: ", "Exit codes: 0 done"},
       {pack, {"--version"}, 0, Stream::kOut, "kestrix-pack 1.", "\n"},
-      {pack, {"install", "--help"}, 0, Stream::kOut, "Usage: kestrix-pack install PKG --dest DIR",
+      {pack,
+       {"install", "--help"},
+       0,
+       Stream::kOut,
+       "Usage: kestrix-pack install PKG --dest DIR",
        "--on-error ignore|cancel"},
       {tree, {"--help"}, 0, Stream::kOut, "kestrix-tree: ", "kestrix-tree dump IN"},
       {tree, {"--version"}, 0, Stream::kOut, "kestrix-tree 1.", "\n"},
-      {tree, {"convert", "-h"}, 0, Stream::kOut, "Usage: kestrix-tree convert IN OUT", "--compress"},
+      {tree,
+       {"convert", "-h"},
+       0,
+       Stream::kOut,
+       "Usage: kestrix-tree convert IN OUT",
+       "--compress"},
       {image, {"-h"}, 0, Stream::kOut, "kestrix-image: ", "kestrix-image info FILE"},
       {image, {"--version"}, 0, Stream::kOut, "kestrix-image 1.", "\n"},
       {image, {"info", "--help"}, 0, Stream::kOut, "Usage: kestrix-image info FILE", "format"},
@@ -60,7 +68,8 @@ TEST(UsageTest, HelpVersionAndWrongUsageOfEveryProgram) {
 TEST(UsageTest, ManPagesAreMadeFromTheUsage) {
   const std::string text = ReadFileBytes(KESTRIX_BINARY_DIR "/man/kestrix-pack.1");
   EXPECT_TRUE(text.starts_with(".TH KESTRIX-PACK 1")) << text.substr(0, 80);
-  EXPECT_NE(text.find("kestrix\\-pack uninstall STATE"), std::string::npos);  // the others: PackageTest
+  EXPECT_NE(text.find("kestrix\\-pack uninstall STATE"),
+            std::string::npos);  // the others: PackageTest
 }
 
 // The line is redrawn with "\r" on a terminal, says what is done of the total,
@@ -68,7 +77,8 @@ TEST(UsageTest, ManPagesAreMadeFromTheUsage) {
 TEST(UsageTest, ProgressLineOnlyOnTerminal) {
   MTestSandbox sandbox;
   std::filesystem::path source = sandbox.Root() / "source";
-  for (int i = 0; i < 5; ++i) WriteFileBytes(source / "sub" / ("f" + std::to_string(i)), std::to_string(i));
+  for (int i = 0; i < 5; ++i)
+    WriteFileBytes(source / "sub" / ("f" + std::to_string(i)), std::to_string(i));
   const std::string pack = testing::kPackPath;
   const std::string package = (sandbox.Root() / "p.pkgm").string();
   const std::string out = (sandbox.Root() / "out").string();

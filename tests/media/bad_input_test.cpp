@@ -140,7 +140,8 @@ TEST_F(BadInputTest, EveryDecoderRefusesClearlyWithinItsLimits) {
   ASSERT_TRUE(RunImageMagick({Native("picture.png").string(), Native("picture.gif").string()}));
   ASSERT_TRUE(RunImageMagick({Native("picture.png").string(), "-compress", "LZW", Native("picture.tif").string()}));
   const std::string jpeg = Saved([](const MBitmap& b, MStream& s) { SaveJPEG(b, s, 80); });
-  const std::string mimg = Saved([](const MBitmap& b, MStream& s) { SaveMIMG(b, s, MMIMGType::kJPEGWithAlpha, 80); });
+  const std::string mimg =
+      Saved([](const MBitmap& b, MStream& s) { SaveMIMG(b, s, MMIMGType::kJPEGWithAlpha, 80); });
   std::vector<Case> whole = {{"a.png", Saved(SavePNG), ""},
                              {"a.jpg", jpeg, "Error loading JPEG file - read error"},
                              {"a.gif", ReadFileBytes(Native("picture.gif")), ""},
@@ -170,7 +171,8 @@ TEST_F(BadInputTest, EveryDecoderRefusesClearlyWithinItsLimits) {
       {"planes.tif", TIFFOf(8, 8, 8, 2, 1), "Only planar TIFF files are supported."},
       {"turned.tif", TIFFOf(8, 8, 8, 1, 6), "Invalid image orientation."},
       {"huge.tga", TGAOf(2, 65535, 65535, 32, ""), huge},
-      {"limit.tga", TGAOf(10, 16384, 16384, 32, std::string(300, '\x01')), "TGA image file is corrupt."},
+      {"limit.tga", TGAOf(10, 16384, 16384, 32, std::string(300, '\x01')),
+       "TGA image file is corrupt."},
       {"zero.tga", TGAOf(2, 0, 5, 32, ""), "Invalid TGA header."},
       {"index.tga", TGAOf(1, 2, 1, 8, std::string(6, '\0') + std::string("\x00\x07", 2), 2),
        "TGA image file is corrupt."},
@@ -178,7 +180,8 @@ TEST_F(BadInputTest, EveryDecoderRefusesClearlyWithinItsLimits) {
       {"limit.mimg", MIMGFile(16384, 16384, 0, std::string("\x78\x9c\x63\x00", 4), 0), ""},
       {"negative.mimg", MIMGFile(4, 4, 2, "", -1), "MIMG file is corrupt."},
       {"huge.mask", MaskOf("MASK", 65535, 65535, ""), huge},
-      {"limit.mask", MaskOf("MASK", 16384, 16384, "xyz"), "Could not read the required data from stream."},
+      {"limit.mask", MaskOf("MASK", 16384, 16384, "xyz"),
+       "Could not read the required data from stream."},
       {"negative.mask", MaskOf("MASK", -1, 4, ""), "Alphamask stream content is invalid."},
       {"magic.mask", MaskOf("MASQ", 1, 1, "x"), "Alphamask stream content is invalid."},
       {"short.mask", std::string("KSAM\0\0", 6), "Alphamask stream content is invalid."},

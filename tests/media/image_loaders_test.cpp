@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "media/bitmap/bitmap.h"
-#include "support/file_test_support.h"
 #include "media/media_test_support.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {

@@ -72,10 +72,12 @@ inline MBitmap TestPicture(int32_t width, int32_t height) {
 
 // A MIMG header with these fields (the first block's length that of `body`
 // unless given), followed by `body`.
-inline std::string MIMGFile(int32_t width, int32_t height, int32_t type, const std::string& body = std::string(),
+inline std::string MIMGFile(int32_t width, int32_t height, int32_t type,
+                            const std::string& body = std::string(),
                             std::optional<int32_t> firstSize = std::nullopt) {
   std::string file = "MIMG";
-  const int32_t fields[6] = {width, height, 0, type, firstSize.value_or(static_cast<int32_t>(body.size())), 0};
+  const int32_t fields[6] = {
+      width, height, 0, type, firstSize.value_or(static_cast<int32_t>(body.size())), 0};
   file.append(reinterpret_cast<const char*>(fields), sizeof(fields));
   file.append(8, '\xff');
   return file + body;

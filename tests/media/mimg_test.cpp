@@ -6,13 +6,13 @@
 #include <string>
 #include <tuple>
 
+#include "foundation/stream_test_support.h"
 #include "foundation/streams/memory_stream.h"
 #include "media/bitmap/bitmap.h"
 #include "media/formats/image_formats.h"
 #include "media/formats/mimg.h"
-#include "support/file_test_support.h"
-#include "foundation/stream_test_support.h"
 #include "media/media_test_support.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -69,7 +69,8 @@ TEST_F(MIMGTest, EveryFormOfTheToolRoundTrips) {
     int worstColour = 0, worstAlpha = 0;
     for (int64_t i = 0; i < 77 * 51 * 4; i += 4) {
       for (int c = 0; c < 3; ++c)
-        worstColour = std::max(worstColour, std::abs(back.Bytes()[i + c] - (trip.white ? 255 : picture.Bytes()[i + c])));
+        worstColour = std::max(worstColour, std::abs(back.Bytes()[i + c] -
+                                                     (trip.white ? 255 : picture.Bytes()[i + c])));
       int alpha = trip.alphaKept ? picture.Bytes()[i + 3] : 255;
       worstAlpha = std::max(worstAlpha, std::abs(back.Bytes()[i + 3] - alpha));
     }

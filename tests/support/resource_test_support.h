@@ -9,12 +9,12 @@
 #include <utility>
 #include <vector>
 
-#include "support/file_test_support.h"
 #include "foundation/resources/resource_library.h"
 #include "foundation/resources/resource_small_writer.h"
 #include "foundation/streams/memory_stream.h"
 #include "foundation/xml/xml_item.h"
 #include "foundation/xml/xml_iterator.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 

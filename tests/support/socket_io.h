@@ -32,7 +32,8 @@ inline int ListenOnLoopback(uint16_t& port) {
   sockaddr_in address = Loopback(0);
   socklen_t length = sizeof(address);
   if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-      ::listen(fd, 8) != 0 || ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+      ::listen(fd, 8) != 0 ||
+      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
     if (fd >= 0) ::close(fd);
     return -1;
   }
@@ -72,7 +73,8 @@ inline std::string ReadRequest(int fd, const std::atomic<bool>& stop) {
   for (;;) {
     if (wanted == std::string::npos) {
       size_t lf = request.find("\n\n"), crlf = request.find("\r\n\r\n");
-      size_t end = std::min(lf == std::string::npos ? lf : lf + 2, crlf == std::string::npos ? crlf : crlf + 4);
+      size_t end = std::min(lf == std::string::npos ? lf : lf + 2,
+                            crlf == std::string::npos ? crlf : crlf + 4);
       if (end != std::string::npos) wanted = end + BodyLength(request.substr(0, end));
     }
     if (request.size() >= wanted || !WaitReadable(fd, stop)) return request;

@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "foundation/streams/memory_stream.h"
+#include "foundation/streams/security_info.h"
 #include "foundation/threads/lock.h"
 #include "support/failure_capture.h"
 #include "support/sandbox.h"
 #include "transfer/download_host.h"
 #include "transfer/download_thread.h"
 #include "transfer/file_item.h"
-#include "foundation/streams/security_info.h"
 
 namespace kx::testing {
 

@@ -26,7 +26,9 @@ TEST(HTTPRequestBytes, AreExactlyAsSent) {
     std::string request;  // "{port}" stands for the server's port
   } cases[] = {
       {"url without a path",
-       [](MHTTPStream& s, uint16_t port) { s.Open(Text("http://127.0.0.1:" + std::to_string(port))); },
+       [](MHTTPStream& s, uint16_t port) {
+         s.Open(Text("http://127.0.0.1:" + std::to_string(port)));
+       },
        "GET / HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
       {"encoded path, query as given, headers in order",
        [](MHTTPStream& s, uint16_t port) {
@@ -43,7 +45,8 @@ TEST(HTTPRequestBytes, AreExactlyAsSent) {
                                            {"u", MVariant(Text("\xC3\xBC"))}};
          s.OpenGet("http://127.0.0.1", "/api/get", &parameters, port);
        },
-       "GET /api/get?q=a%20b%26c&n=42&u=%FC HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: Close\n\n"},
+       "GET /api/get?q=a%20b%26c&n=42&u=%FC HTTP/1.0\nHost: 127.0.0.1:{port}\nConnection: "
+       "Close\n\n"},
       {"POST with parameters",
        [](MHTTPStream& s, uint16_t port) {
          MArray<MHTTPParameter> parameters{{"name", MVariant("x y")}, {"id", MVariant(int32_t{7})}};
@@ -88,26 +91,39 @@ TEST(HTTPReply, MalformedAndHostileRepliesAreRefused) {
     const char *message, *request;  // message null: Send answers true
   } cases[] = {
       {"nothing", {""}, "Invalid HTTP reply header.", nullptr},
-      {"status line without blanks", {"HTTP/1.0200OK\n\n"}, "Invalid HTTP reply header line.", nullptr},
-      {"header line without a colon", {"HTTP/1.0 200 OK\nServer: scripted\nContent-Length 5\n\nhello"}, kBadLine,
+      {"status line without blanks",
+       {"HTTP/1.0200OK\n\n"},
+       "Invalid HTTP reply header line.",
+       nullptr},
+      {"header line without a colon",
+       {"HTTP/1.0 200 OK\nServer: scripted\nContent-Length 5\n\nhello"},
+       kBadLine,
        nullptr},
       {"header without its end", {"HTTP/1.0 200 OK\nServer: scripted\n"}, kReading, nullptr},
       {"header with an empty name", {"HTTP/1.0 200 OK\n: nameless\n\n"}, nullptr, nullptr},
-      {"redirect without Location", {"HTTP/1.0 302 Found\nServer: scripted\nContent-Length: 0\n\n"},
-       "Requested HTTP header not found.", nullptr},
-      {"status line over the cap", {"HTTP/1.0 200 " + line + "\n\n"}, "Invalid HTTP reply header.", nullptr},
+      {"redirect without Location",
+       {"HTTP/1.0 302 Found\nServer: scripted\nContent-Length: 0\n\n"},
+       "Requested HTTP header not found.",
+       nullptr},
+      {"status line over the cap",
+       {"HTTP/1.0 200 " + line + "\n\n"},
+       "Invalid HTTP reply header.",
+       nullptr},
       {"header line over the cap", {"HTTP/1.0 200 OK\nX-Big: " + line + "\n\n"}, kReading, nullptr},
       {"lines up to the caps", {atCaps}, nullptr, "GET /dir/file HTTP/1.0"},
       {"header over the total cap", {overTotal}, kReading, nullptr},
       {"negative length", {"HTTP/1.0 200 OK\nContent-Length: -5\n\n"}, kBadLine, nullptr},
       {"length not a number", {"HTTP/1.0 200 OK\nContent-Length: 12ab\n\n"}, kBadLine, nullptr},
       {"empty length", {"HTTP/1.0 200 OK\nContent-Length:\n\n"}, kBadLine, nullptr},
-      {"length past 64 bits", {"HTTP/1.0 200 OK\nContent-Length: 9223372036854775808\n\n"}, kBadLine,
+      {"length past 64 bits",
+       {"HTTP/1.0 200 OK\nContent-Length: 9223372036854775808\n\n"},
+       kBadLine,
        nullptr},
       {"absolute Location from the root",
-       {"HTTP/1.0 302 Found\nLocation: /abs/x?y=1\n\n", "HTTP/1.0 302 Found\nLocation: /abs/x?y=1\n\n",
-        kPlainOK},
-       nullptr, "GET /abs/x?y=1 HTTP/1.0"},
+       {"HTTP/1.0 302 Found\nLocation: /abs/x?y=1\n\n",
+        "HTTP/1.0 302 Found\nLocation: /abs/x?y=1\n\n", kPlainOK},
+       nullptr,
+       "GET /abs/x?y=1 HTTP/1.0"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -209,7 +225,7 @@ TEST(SocketStream, RefusedConnectionNamesTheDottedHost) {
   MException failure =
       Failure([&] { stream.Open(Text("http://localhost:" + std::to_string(port) + "/")); });
   EXPECT_EQ(ToStd(failure.message), "Could not connect to a TCP server (host 127.0.0.1, port " +
-                                 std::to_string(port) + ", code -1).");
+                                        std::to_string(port) + ", code -1).");
   EXPECT_EQ(failure.code, 512u);
 }
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "download_fixture.h"
-#include "support/file_test_support.h"
 #include "foundation/streams/memory_stream.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {

@@ -21,11 +21,11 @@ TEST(URLText, SplitURL) {
     uint16_t port;
   } cases[] = {
       {"http://example.org/download/a.xml", "example.org", "/download/a.xml", 80},
-      {"example.org", "example.org", "/", 80},                     // no scheme, no path
+      {"example.org", "example.org", "/", 80},  // no scheme, no path
       {"http://127.0.0.1:8080", "127.0.0.1", "/", 8080},
-      {"http://127.0.0.1:0/x", "127.0.0.1", "/x", 80},              // port 0 is 80
-      {"https://host:443/a/b?c=1&d", "host", "/a/b?c=1&d", 443},   // scheme ignored, query kept
-      {"ftp://host:abc/", "host", "/", 80},                         // no digits: 80
+      {"http://127.0.0.1:0/x", "127.0.0.1", "/x", 80},            // port 0 is 80
+      {"https://host:443/a/b?c=1&d", "host", "/a/b?c=1&d", 443},  // scheme ignored, query kept
+      {"ftp://host:abc/", "host", "/", 80},                       // no digits: 80
   };
   for (const auto& c : cases) {
     MString host, path;
