@@ -74,6 +74,13 @@ int64_t MMBXReader::LongStringLength() const {
   throw MException("Not a terminated string for GetStringLength.");
 }
 
+void MMBXReader::KnownBytes::Remember(const unsigned char* data, int64_t at, int64_t size) {
+  offset = at;
+  length = size;
+  head = HeadOf(data + at, size);
+  key.Set(data + at, size);
+}
+
 const MString& MMBXReader::SearchItemName(MString& fresh) {
   // Long names (and any name near the end of the block) are compared here.
   for (int i = 0; i < knownItemCount_; ++i) {
@@ -91,10 +98,7 @@ const MString& MMBXReader::SearchItemName(MString& fresh) {
   lastKnownItem_ = nextKnownItem_;
   nextKnownItem_ = (nextKnownItem_ + 1) % kKnownItemNames;
   if (knownItemCount_ < kKnownItemNames) ++knownItemCount_;
-  entry.offset = position_;
-  entry.length = length;
-  entry.head = HeadOf(data_ + position_, length);
-  entry.key.Set(data_ + position_, length);
+  entry.Remember(data_, position_, length);
   entry.name = name;
   position_ += length + 1;
   return name;
@@ -121,10 +125,7 @@ const MXMLName& MMBXReader::SearchAttributeName() {
   KnownName& entry = known_[nextKnown_];
   nextKnown_ = (nextKnown_ + 1) % kKnownNames;
   if (knownCount_ < kKnownNames) ++knownCount_;
-  entry.offset = offset;
-  entry.length = length;
-  entry.head = HeadOf(data_ + offset, length);
-  entry.key.Set(data_ + offset, length);
+  entry.Remember(data_, offset, length);
   if (std::find(bytes, bytes + length, ' ') == bytes + length) {
     entry.name.Set(MShortString::FromBytes(bytes, static_cast<int32_t>(length)));
     return entry.name;

@@ -197,11 +197,15 @@ class MMBXReader {
     return true;
   }
 
-  struct KnownItemName {
+  // Where a name's bytes stand in the block, with what finds them again fast.
+  struct KnownBytes {
     int64_t offset = 0;
     int64_t length = -1;
     uint64_t head = 0;  // its first eight bytes (fewer: zero-padded)
     ShortKey key;
+    void Remember(const unsigned char* data, int64_t at, int64_t size);
+  };
+  struct KnownItemName : KnownBytes {
     MString name;
   };
   static constexpr int kKnownItemNames = 4;
@@ -211,11 +215,7 @@ class MMBXReader {
   int lastKnownItem_ = 0;
   MString itemName_;
 
-  struct KnownName {
-    int64_t offset = 0;  // where its bytes stand in the block
-    int64_t length = -1;
-    uint64_t head = 0;  // its first eight bytes (fewer: zero-padded)
-    ShortKey key;
+  struct KnownName : KnownBytes {
     MXMLName name;
   };
   static constexpr int kKnownNames = 16;
