@@ -23,23 +23,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-MString Text(const std::string& text) {
-  return MString::FromUTF8(text);
-}
-
 class SettingsStoreTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    fs::create_directories(folder_);
-    folderText_ = Text(folder_.string());
-  }
+  void SetUp() override { fs::create_directories(folder_); }
   void TearDown() override { ResetRunFlags(); }
 
   void Write(const char* file, const std::string& bytes) {
-    MFile::WriteAll(Text((folder_ / file).string()), bytes);
+    MFile::WriteAll(MString::FromUTF8((folder_ / file).string()), bytes);
   }
   // The saved file as a tree, whatever its form.
-  void Reload(const char* file, MXMLItem& tree) { tree.LoadFile(Text((folder_ / file).string())); }
+  void Reload(const char* file, MXMLItem& tree) {
+    tree.LoadFile(MString::FromUTF8((folder_ / file).string()));
+  }
   std::string Attributes(const MXMLItem& node) {
     std::string text;
     for (MXMLAttribute* a = node.firstAttribute; a; a = a->next)
@@ -49,7 +44,7 @@ class SettingsStoreTest : public ::testing::Test {
 
   MTestSandbox sandbox_;
   fs::path folder_ = sandbox_.KestrixDataFolder();
-  MString folderText_;
+  MString folderText_ = MString::FromUTF8(folder_.string());
 };
 
 TEST_F(SettingsStoreTest, FirstStartUsesDefaultsAndWritesAllThreeFiles) {
