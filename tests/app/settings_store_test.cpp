@@ -67,8 +67,7 @@ TEST_F(SettingsStoreTest, FirstStartUsesDefaultsAndWritesAllThreeFiles) {
   std::unique_ptr<Plugin> plugin(
       Plugin::Create(nullptr, ReadCategoryDefinition(category), item, store.PluginSettings));
   plugin->Install = true;
-  MArray<Plugin*> plugins;
-  plugins.Add(plugin.get());
+  MArray<Plugin*> plugins = {plugin.get()};
   values.checkOffInstallerMac = true;
   values.installedVersion = "16";
   ASSERT_TRUE(store.SaveAtEndOfRun(values, plugins));
@@ -132,7 +131,6 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
   Write("Settings.xml", std::string(compressed.View()));
   MMemoryStream plain;
   tree.SaveMBX(plain, false);
-  std::string truncated(plain.View().substr(0, plain.View().size() - 3));
 
   const struct {
     const char* label;
@@ -141,7 +139,7 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
   } cases[] = {
       // Every form of the file reader is LoadAnyTest's; the one the store writes:
       {"compressed MBX", std::string(compressed.View()), false, true},
-      {"truncated MBX", truncated, false, false},
+      {"truncated MBX", std::string(plain.View().substr(0, plain.View().size() - 3)), false, false},
       {"garbage", std::string("\x01\x02 not a tree", 14), false, false},
       {"unclosed XML (the parser reads to the end)", "<x CheckBeta=\"0\"><y>", false, true},
       {"XML broken after the root", "<x CheckBeta=\"0\"><y></z></x>", false, false},
@@ -201,10 +199,9 @@ TEST_F(SettingsStoreTest, CloudLaunchLeavesTheStoredVstFolder) {
             "/home/me/.vst");
 
   CloudLaunchMode = false;
-  Write("SettingsPackage.xml", "<s VST64PluginsPath=\"\"/>");
+  Write("SettingsPackage.xml", "<s VST64PluginsPath=\"\"/>");  // empty takes the default
   store.Load(folderText_);
-  EXPECT_EQ(ToStd(store.ReadGeneralSettings("/default").vst64PluginsPath),
-            "/default");  // empty takes the default
+  EXPECT_EQ(ToStd(store.ReadGeneralSettings("/default").vst64PluginsPath), "/default");
 }
 
 }  // namespace
