@@ -23,23 +23,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-MString Text(const std::string& text) {
-  return MString::FromUTF8(text);
-}
-
 class SettingsStoreTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    fs::create_directories(folder_);
-    folderText_ = Text(folder_.string());
-  }
+  void SetUp() override { fs::create_directories(folder_); }
   void TearDown() override { ResetRunFlags(); }
 
   void Write(const char* file, const std::string& bytes) {
-    MFile::WriteAll(Text((folder_ / file).string()), bytes);
+    MFile::WriteAll(MString::FromUTF8((folder_ / file).string()), bytes);
   }
   // The saved file as a tree, whatever its form.
-  void Reload(const char* file, MXMLItem& tree) { tree.LoadFile(Text((folder_ / file).string())); }
+  void Reload(const char* file, MXMLItem& tree) {
+    tree.LoadFile(MString::FromUTF8((folder_ / file).string()));
+  }
   std::string Attributes(const MXMLItem& node) {
     std::string text;
     for (MXMLAttribute* a = node.firstAttribute; a; a = a->next)
@@ -49,7 +44,7 @@ class SettingsStoreTest : public ::testing::Test {
 
   MTestSandbox sandbox_;
   fs::path folder_ = sandbox_.KestrixDataFolder();
-  MString folderText_;
+  MString folderText_ = MString::FromUTF8(folder_.string());
 };
 
 TEST_F(SettingsStoreTest, FirstStartUsesDefaultsAndWritesAllThreeFiles) {
@@ -72,8 +67,7 @@ TEST_F(SettingsStoreTest, FirstStartUsesDefaultsAndWritesAllThreeFiles) {
   std::unique_ptr<Plugin> plugin(
       Plugin::Create(nullptr, ReadCategoryDefinition(category), item, store.PluginSettings));
   plugin->Install = true;
-  MArray<Plugin*> plugins;
-  plugins.Add(plugin.get());
+  MArray<Plugin*> plugins = {plugin.get()};
   values.checkOffInstallerMac = true;
   values.installedVersion = "16";
   ASSERT_TRUE(store.SaveAtEndOfRun(values, plugins));
@@ -137,7 +131,6 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
   Write("Settings.xml", std::string(compressed.View()));
   MMemoryStream plain;
   tree.SaveMBX(plain, false);
-  std::string truncated(plain.View().substr(0, plain.View().size() - 3));
 
   const struct {
     const char* label;
@@ -146,7 +139,7 @@ TEST_F(SettingsStoreTest, EveryFormLoadsAndBadFilesReadAsEmpty) {
   } cases[] = {
       // Every form of the file reader is LoadAnyTest's; the one the store writes:
       {"compressed MBX", std::string(compressed.View()), false, true},
-      {"truncated MBX", truncated, false, false},
+      {"truncated MBX", std::string(plain.View().substr(0, plain.View().size() - 3)), false, false},
       {"garbage", std::string("\x01\x02 not a tree", 14), false, false},
       {"unclosed XML (the parser reads to the end)", "<x CheckBeta=\"0\"><y>", false, true},
       {"XML broken after the root", "<x CheckBeta=\"0\"><y></z></x>", false, false},
@@ -206,10 +199,9 @@ TEST_F(SettingsStoreTest, CloudLaunchLeavesTheStoredVstFolder) {
             "/home/me/.vst");
 
   CloudLaunchMode = false;
-  Write("SettingsPackage.xml", "<s VST64PluginsPath=\"\"/>");
+  Write("SettingsPackage.xml", "<s VST64PluginsPath=\"\"/>");  // empty takes the default
   store.Load(folderText_);
-  EXPECT_EQ(ToStd(store.ReadGeneralSettings("/default").vst64PluginsPath),
-            "/default");  // empty takes the default
+  EXPECT_EQ(ToStd(store.ReadGeneralSettings("/default").vst64PluginsPath), "/default");
 }
 
 }  // namespace

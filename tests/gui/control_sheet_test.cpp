@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "control_test_support.h"
-#include "foundation/streams/file_stream.h"
-#include "media/formats/image_formats.h"
 #include "gui/host/offscreen_host.h"
 #include "gui/host/offscreen_render.h"
 #include "gui/styles/textured_styles.h"
@@ -80,24 +78,24 @@ TEST(ControlSheet, SampleWindowThroughNeonAtTwoScales) {
     EXPECT_NEAR(pixel[0], background.b, 2);
     EXPECT_NEAR(pixel[1], background.g, 2);
     EXPECT_NEAR(pixel[2], background.r, 2);
-    host.SavePNG(*window, MString(scale == 1.0 ? KESTRIX_BINARY_DIR "/artefacts/gui/controls-window-100.png"
-                                                : KESTRIX_BINARY_DIR "/artefacts/gui/controls-window-200.png"));
+    const std::string png = scale == 1.0 ? "controls-window-100.png" : "controls-window-200.png";
+    host.SavePNG(*window, MString::FromUTF8(KESTRIX_BINARY_DIR "/artefacts/gui/" + png));
   }
 }
 
 TEST(ControlSheet, DefinitionRenderedToPNGInOneCall) {
   std::unique_ptr<MTexturedStyle> style = NeonAt(1.25);
   MXMLItem root;
-  const std::string xml = R"(<window controltype="window" sizex="200" sizey="80"><occupyborder x1="8" y1="8" x2="8"/>
+  const std::string xml = R"(<window controltype="window" sizex="200" sizey="80">
+      <occupyborder x1="8" y1="8" x2="8"/>
       <horizontal><button caption="Cancel" layoutratiox="1"/><button caption="OK" layoutratiox="1"/></horizontal></window>)";
   MConstMemoryStream stream(xml.data(), static_cast<int64_t>(xml.size()));
   root.LoadXML(stream);
   const MString path(KESTRIX_BINARY_DIR "/artefacts/gui/controls-dialog-125.png");
   const MPoint size = RenderDefinitionToPNG(root, *style, 1.25, path);
   EXPECT_EQ(std::pair(size.x, size.y), std::pair(250, 100));
-  MFileStream in(path, MFileStream::kModeRead);
   MBitmap picture;
-  LoadPNG(picture, in);
+  picture.Load(path);
   EXPECT_EQ(std::pair(picture.Width(), picture.Height()), std::pair(250, 100));
 }
 

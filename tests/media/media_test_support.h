@@ -35,7 +35,8 @@ inline bool RunImageMagick(const std::vector<std::string>& arguments) {
 inline std::string RawRGBA(const std::filesystem::path& path) {
   std::filesystem::path raw = path;
   raw += ".rgba";
-  EXPECT_TRUE(RunImageMagick({path.string() + "[0]", "-auto-orient", "-depth", "8", "rgba:" + raw.string()}));
+  EXPECT_TRUE(RunImageMagick(
+      {path.string() + "[0]", "-auto-orient", "-depth", "8", "rgba:" + raw.string()}));
   return ReadFileBytes(raw);
 }
 
@@ -50,7 +51,8 @@ inline int MaxDifference(const MBitmap& bitmap, const std::string& rgba) {
   for (size_t i = 0; i < rgba.size(); i += 4) {
     if (ours[i + 3] == 0 && theirs[i + 3] == 0) continue;
     static const int kOrder[4] = {2, 1, 0, 3};  // theirs R, G, B, A against ours B, G, R, A
-    for (int c = 0; c < 4; ++c) worst = std::max(worst, std::abs(ours[i + kOrder[c]] - theirs[i + c]));
+    for (int c = 0; c < 4; ++c)
+      worst = std::max(worst, std::abs(ours[i + kOrder[c]] - theirs[i + c]));
   }
   return worst;
 }
@@ -89,12 +91,8 @@ class MContactSheet {
  public:
   MContactSheet(int32_t width, int32_t height) : sheet_(width, height) {
     for (int32_t y = 0; y < height; ++y)
-      for (int32_t x = 0; x < width; ++x) {
-        uint8_t grey = ((x / 8 + y / 8) % 2) ? 200 : 245;
-        uint8_t* pixel = sheet_.Row(y) + x * 4;
-        pixel[0] = pixel[1] = pixel[2] = grey;
-        pixel[3] = 255;
-      }
+      for (int32_t x = 0; x < width; ++x)
+        sheet_.Pixels()[y * width + x] = (x / 8 + y / 8) % 2 ? 0xFFC8C8C8u : 0xFFF5F5F5u;
   }
 
   // Puts the bitmap, scaled up by `zoom`, at the next place of the grid.
@@ -105,8 +103,12 @@ class MContactSheet {
       rowHeight_ = 0;
     }
     for (int32_t y = 0; y < tile.Height() * zoom && y_ + y < sheet_.Height(); ++y)
-      for (int32_t x = 0; x < tile.Width() * zoom; ++x)
-        Blend(x_ + x, y_ + y, tile.Row(y / zoom) + (x / zoom) * 4, 255);
+      for (int32_t x = 0; x < tile.Width() * zoom && x_ + x < sheet_.Width(); ++x) {
+        const uint8_t* from = tile.Row(y / zoom) + (x / zoom) * 4;
+        uint8_t* to = sheet_.Row(y_ + y) + (x_ + x) * 4;
+        for (int c = 0; c < 3; ++c)
+          to[c] = static_cast<uint8_t>((from[c] * from[3] + to[c] * (255 - from[3])) / 255);
+      }
     x_ += tile.Width() * zoom + 4;
     rowHeight_ = std::max(rowHeight_, tile.Height() * zoom);
   }
@@ -119,13 +121,6 @@ class MContactSheet {
   }
 
  private:
-  void Blend(int32_t x, int32_t y, const uint8_t* colour, int coverage) {
-    if (x < 0 || y < 0 || x >= sheet_.Width() || y >= sheet_.Height()) return;
-    uint8_t* pixel = sheet_.Row(y) + x * 4;
-    int alpha = colour[3] * coverage / 255;
-    for (int c = 0; c < 3; ++c) pixel[c] = static_cast<uint8_t>((colour[c] * alpha + pixel[c] * (255 - alpha)) / 255);
-  }
-
   MBitmap sheet_;
   int32_t x_ = 4, y_ = 4, rowHeight_ = 0;
 };
