@@ -1,4 +1,3 @@
-// The boxes' plain-text form and the console host's answers.
 #include "foundation/core/boxes.h"
 
 #include <gtest/gtest.h>
@@ -53,19 +52,26 @@ TEST(ConsoleBoxHostTest, QuestionsAreAnsweredFromTheInput) {
     int answer;
   } cases[] = {
       {0, "maybe\n\nyes\n", true, 1},  // asked again until valid
-      {0, "what\n", true, 0},            // end of input is no
-      {0, "y\n", false, 0},              // no terminal is no
-      {1, "i\n", true, 2},               {2, "y\n", false, 2},  // no terminal is cancel
-      {3, "2\n", true, 2},               {3, "1\n", false, 3},  // no terminal: last button
+      {0, "what\n", true, 0},          // end of input is no
+      {0, "y\n", false, 0},            // no terminal is no
+      {1, "i\n", true, 2},
+      {2, "y\n", false, 2},  // no terminal is cancel
+      {3, "2\n", true, 2},
+      {3, "1\n", false, 3},  // no terminal: last button
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.typed);
     auto [answer, printed] = AskConsole(c.typed, c.interactive, [&](MConsoleBoxHost& host) {
       switch (c.kind) {
-        case 0: return host.ShowQuestion(nullptr, "Go <b>on</b>?");
-        case 1: return host.ShowQuestionIgnore(nullptr, "Go <b>on</b>?");
-        case 2: return host.ShowQuestionCancel(nullptr, "Go <b>on</b>?");
-        default: return host.ShowThreeButtons(nullptr, "", "Go <b>on</b>?", "Try again", "Ignore", "Cancel");
+        case 0:
+          return host.ShowQuestion(nullptr, "Go <b>on</b>?");
+        case 1:
+          return host.ShowQuestionIgnore(nullptr, "Go <b>on</b>?");
+        case 2:
+          return host.ShowQuestionCancel(nullptr, "Go <b>on</b>?");
+        default:
+          return host.ShowThreeButtons(nullptr, "", "Go <b>on</b>?", "Try again", "Ignore",
+                                       "Cancel");
       }
     });
     EXPECT_EQ(answer, c.answer);

@@ -1,5 +1,3 @@
-// MZLIBStream and MBZIP2Stream against the real libraries and the real bzip2
-// command: both directions, the byte filter, rewinding, and damaged input.
 #include "foundation/compression/bzip2_stream.h"
 #include "foundation/compression/zlib_stream.h"
 
@@ -55,7 +53,8 @@ TEST(CompressedStream, QualityMapsToLevel) {
   struct Case {
     int quality, level;
   } cases[] = {{-5, 0}, {10, 0}, {11, 1}, {50, 4}, {91, 9}, {1000, 9}};
-  for (const auto& c : cases) EXPECT_EQ(MCompressedStream::LevelFromQuality(c.quality), c.level) << c.quality;
+  for (const auto& c : cases)
+    EXPECT_EQ(MCompressedStream::LevelFromQuality(c.quality), c.level) << c.quality;
 }
 
 TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
@@ -159,8 +158,9 @@ TYPED_TEST(BothCompressors, WrongDirectionAndUseBeforeInit) {
 }
 
 TYPED_TEST(BothCompressors, DestroyedUnterminatedWhileCompressingThrows) {
-  const char* expected = std::is_same_v<TypeParam, MZLIBStream> ? "ZLIB stream has not been terminated."
-                                                                 : "BZIP2 stream has not been terminated.";
+  const char* expected = std::is_same_v<TypeParam, MZLIBStream>
+                             ? "ZLIB stream has not been terminated."
+                             : "BZIP2 stream has not been terminated.";
   MMemoryStream target;
   MException e = Failure([&] {
     TypeParam stream;

@@ -1,5 +1,3 @@
-// MEvent and the pending lists: delivery order, the bounded drain, guards per
-// listener, cancellation, and posting from several threads at once.
 #include "foundation/threads/event.h"
 
 #include <gtest/gtest.h>

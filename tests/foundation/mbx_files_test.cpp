@@ -1,16 +1,14 @@
-// Loading a tree from whatever form the data have, and saving files so that a
-// failure never costs the old file.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "support/failure_capture.h"
-#include "support/file_test_support.h"
-#include "foundation/text/base64.h"
-#include "foundation/xml/mbx.h"
 #include "foundation/compression/zlib_stream.h"
 #include "foundation/streams/memory_stream.h"
+#include "foundation/text/base64.h"
+#include "foundation/xml/mbx.h"
+#include "support/failure_capture.h"
+#include "support/file_test_support.h"
 #include "tree_test_support.h"
 
 namespace kx {
@@ -34,7 +32,7 @@ std::string Serialised(const MXMLItem& tree, bool binary, bool compress) {
   } else {
     tree.SaveXML(stream, compress);
   }
-  return BytesOf(stream);
+  return std::string(stream.View());
 }
 
 std::string Base64Line(const std::string& bytes) {
@@ -77,7 +75,7 @@ TEST(LoadAnyTest, EveryFormFromTheStreamsPosition) {
 TEST(LoadAnyTest, DataOfNoFormAreRefusedQuietly) {
   const std::pair<std::string, const char*> cases[] = {
       {"\0MBXXr\0Q"s, "Incorrect MBX command identifier."},  // the binary reader's word
-      {"plain words"s, nullptr},  // the text parser's word
+      {"plain words"s, nullptr},                             // the text parser's word
       {"\x78\xDA garbage"s, nullptr},
       {"$"s + ToStd(EncodeBase64("no tree", 7)), nullptr},
   };

@@ -1,6 +1,3 @@
-// MModule against the real process: where the test executable lies, the mrf
-// beside it, what construction starts and teardown stops; the instruction-set
-// facts from raw processor answers and their report text byte for byte.
 #include "foundation/core/module.h"
 
 #include <gtest/gtest.h>

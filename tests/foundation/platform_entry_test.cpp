@@ -1,5 +1,3 @@
-// The platform pieces of the entry: the single-instance lock and the user's
-// configuration folder, against the real system.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 

@@ -1,5 +1,3 @@
-// The base-class behaviour of MStream: messages of services not offered, the
-// byte-wise ReadLine, the forward-only Seek, line writing and the helpers.
 #include "foundation/streams/stream.h"
 
 #include <gtest/gtest.h>
@@ -74,12 +72,12 @@ INSTANTIATE_TEST_SUITE_P(
     Lines, ReadLineTest,
     ::testing::Values(
         LineCase{"crlf", "a\r\nb", 16, {{0, "a"}, {0, "b"}, {2, ""}}},
-        LineCase{"zero_byte_ends_line", std::string("ab\0cd", 5), 16, {{0, "ab"}, {0, "cd"}, {2, ""}}},
+        LineCase{
+            "zero_byte_ends_line", std::string("ab\0cd", 5), 16, {{0, "ab"}, {0, "cd"}, {2, ""}}},
         LineCase{"empty_lines", "\n\r\n", 16, {{0, ""}, {0, ""}, {2, ""}}},
         LineCase{"lone_cr_at_end", "x\n\r", 16, {{0, "x"}, {0, ""}, {2, ""}}},
         LineCase{"buffer_fills", "abcdef\n", 4, {{1, "abc"}, {1, "def"}, {0, ""}, {2, ""}}},
-        LineCase{"empty_input", "", 16, {{2, ""}}},
-        LineCase{"size_zero", "abc", 0, {{1, ""}}}),
+        LineCase{"empty_input", "", 16, {{2, ""}}}, LineCase{"size_zero", "abc", 0, {{1, ""}}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(StreamBase, SeekGoesForwardByReadingAndRefusesBackward) {
@@ -124,8 +122,8 @@ TEST(StreamBase, ReadExactFailsOnAShortRead) {
   PieceStream source("abc");
   char buffer[4];
   source.ReadExact(buffer, 2);
-  ExpectFailure([&] { source.ReadExact(buffer, 2); }, "Could not read the required data from stream.",
-                256);
+  ExpectFailure([&] { source.ReadExact(buffer, 2); },
+                "Could not read the required data from stream.", 256);
 }
 
 TEST(StreamBase, HexRoundTripInUpperCaseAcrossBlocks) {

@@ -1,5 +1,3 @@
-// The locks under the threads: MLock over any lockable, the recursive critical
-// section, the global lock's active flag and the user-space counting semaphore.
 #include <gtest/gtest.h>
 
 #include <thread>

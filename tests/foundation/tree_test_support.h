@@ -13,14 +13,6 @@
 
 namespace kx {
 
-inline std::string BytesOf(const MMemoryStream& stream) {
-  return std::string(stream.View());
-}
-
-inline bool IsInteger(const MVariant& value) {
-  return value.GetType() <= MVariant::kInt8;
-}
-
 // The integer type the binary form reads back for a value: the narrowest that holds it.
 inline MVariant::Type NarrowestType(int64_t value) {
   if (value >= INT8_MIN && value <= INT8_MAX) return MVariant::kInt8;
@@ -35,7 +27,8 @@ inline MVariant::Type NarrowestType(int64_t value) {
 // forms are compared.
 inline bool SameValue(const MVariant& a, const MVariant& b, bool textOnly) {
   if (textOnly) return a.AsString() == b.AsString();
-  if (IsInteger(a)) return b.GetType() == NarrowestType(a.AsInt64()) && a.AsInt64() == b.AsInt64();
+  if (a.GetType() <= MVariant::kInt8)
+    return b.GetType() == NarrowestType(a.AsInt64()) && a.AsInt64() == b.AsInt64();
   if (a.GetType() != b.GetType()) return false;
   switch (a.GetType()) {
     case MVariant::kString:
