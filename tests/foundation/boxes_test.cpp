@@ -62,17 +62,11 @@ TEST(ConsoleBoxHostTest, QuestionsAreAnsweredFromTheInput) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.typed);
     auto [answer, printed] = AskConsole(c.typed, c.interactive, [&](MConsoleBoxHost& host) {
-      switch (c.kind) {
-        case 0:
-          return host.ShowQuestion(nullptr, "Go <b>on</b>?");
-        case 1:
-          return host.ShowQuestionIgnore(nullptr, "Go <b>on</b>?");
-        case 2:
-          return host.ShowQuestionCancel(nullptr, "Go <b>on</b>?");
-        default:
-          return host.ShowThreeButtons(nullptr, "", "Go <b>on</b>?", "Try again", "Ignore",
-                                       "Cancel");
-      }
+      const char* text = "Go <b>on</b>?";
+      if (c.kind == 0) return host.ShowQuestion(nullptr, text);
+      if (c.kind == 1) return host.ShowQuestionIgnore(nullptr, text);
+      if (c.kind == 2) return host.ShowQuestionCancel(nullptr, text);
+      return host.ShowThreeButtons(nullptr, "", text, "Try again", "Ignore", "Cancel");
     });
     EXPECT_EQ(answer, c.answer);
     EXPECT_EQ(printed.rfind("Go on?\n", 0), 0u) << printed;

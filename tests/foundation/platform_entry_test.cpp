@@ -3,29 +3,11 @@
 
 #include <string>
 
-#include "foundation/platform/single_instance.h"
 #include "foundation/platform/user_folders.h"
 #include "support/sandbox.h"
 
 namespace kx {
 namespace {
-
-TEST(SingleInstanceTest, OneHolderAtATimeAndFreedOnRelease) {
-  const char* name = "Global\\KestrixTestLock-single-instance";
-  MSingleInstance first(name);
-  ASSERT_TRUE(first.IsHeld());
-  EXPECT_FALSE(first.AlreadyExists());
-  {
-    MSingleInstance second(name);
-    EXPECT_FALSE(second.IsHeld());
-    EXPECT_TRUE(second.AlreadyExists());
-    MSingleInstance other("Global\\KestrixTestLock-another-name");
-    EXPECT_TRUE(other.IsHeld());
-  }
-  first.Release();
-  MSingleInstance third(name);
-  EXPECT_TRUE(third.IsHeld());
-}
 
 struct ConfigCase {
   const char* name;
