@@ -85,9 +85,7 @@ TEST(LoadAnyTest, DataOfNoFormAreRefusedQuietly) {
     MXMLItem tree;
     MString failure;
     EXPECT_FALSE(TryLoadAny(tree, stream, &failure)) << bytes;
-    if (message) {
-      EXPECT_EQ(ToStd(failure), message) << bytes;
-    }
+    if (message) EXPECT_EQ(ToStd(failure), message) << bytes;
     stream.Seek(0, kSeekBegin);
     EXPECT_NO_THROW(tree.LoadAny(stream)) << bytes;
   }

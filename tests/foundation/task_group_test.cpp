@@ -123,8 +123,7 @@ TEST_F(MTaskGroupTest, FailingTasksDoNotStopTheWorker) {
   MFunctionTask foreign([] { throw std::runtime_error("not ours"); });
   auto after = Task("after");
   group.Start(false, 1);
-  for (MTask* task : {static_cast<MTask*>(&ours), static_cast<MTask*>(&foreign),
-                      static_cast<MTask*>(after.get())})
+  for (MTask* task : std::initializer_list<MTask*>{&ours, &foreign, after.get()})
     group.Add(task, 2);
   group.WaitFor(after.get());
   EXPECT_EQ(group.WorkerCount(), 1);
