@@ -26,8 +26,6 @@ TEST(StripMarkupTest, GivesThePlainText) {
     EXPECT_EQ(ToStd(StripMarkup(MString::FromUTF8(markup))), plain) << markup;
 }
 
-// Runs `ask` on a console host whose input holds `typed`; gives the answer and
-// what the host printed.
 template <typename Ask>
 std::pair<int, std::string> AskConsole(const char* typed, bool interactive, Ask ask) {
   std::FILE* input = std::tmpfile();

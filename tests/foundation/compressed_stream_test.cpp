@@ -19,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Compresses `data` into a memory stream through a fresh stream of type T.
 template <typename T>
 std::string Compress(const std::string& data, int quality = 100, bool scramble = false,
                      size_t piece = 1000) {
@@ -35,7 +34,6 @@ std::string Compress(const std::string& data, int quality = 100, bool scramble =
   return std::string(target.View());
 }
 
-// Reads all of `compressed` back through a stream of type T, `piece` bytes a read.
 template <typename T>
 std::string Decompress(const std::string& compressed, bool scramble = false, size_t piece = 777) {
   MConstMemoryStream source(compressed.data(), static_cast<int64_t>(compressed.size()));

@@ -20,7 +20,6 @@ MArray<MString> ShellScript(const std::string& script) {
   return MArray<MString>{MString("-c"), MString::FromUTF8(script)};
 }
 
-// Waits up to ten seconds for a file that another process writes.
 std::string AwaitFile(const fs::path& path) {
   for (int i = 0; i < 1000; ++i) {
     std::string content = ReadFileBytes(path);

@@ -39,7 +39,6 @@ std::string Base64Line(const std::string& bytes) {
   return "$" + ToStd(EncodeBase64(bytes.data(), static_cast<int64_t>(bytes.size())));
 }
 
-// Sets DisableMBX for one test and restores it.
 struct DisableMBXScope {
   explicit DisableMBXScope(bool value) : saved(DisableMBX) { DisableMBX = value; }
   ~DisableMBXScope() { DisableMBX = saved; }
@@ -85,7 +84,9 @@ TEST(LoadAnyTest, DataOfNoFormAreRefusedQuietly) {
     MXMLItem tree;
     MString failure;
     EXPECT_FALSE(TryLoadAny(tree, stream, &failure)) << bytes;
-    if (message) EXPECT_EQ(ToStd(failure), message) << bytes;
+    if (message) {
+      EXPECT_EQ(ToStd(failure), message) << bytes;
+    }
     stream.Seek(0, kSeekBegin);
     EXPECT_NO_THROW(tree.LoadAny(stream)) << bytes;
   }

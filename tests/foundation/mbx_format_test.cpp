@@ -22,7 +22,6 @@ std::string WriteBytes(const MXMLItem& root) {
   return std::string(stream.View());
 }
 
-// The bytes of one value, as written for an attribute "v" of a root "r".
 std::string ValueBytes(const MVariant& value) {
   MXMLItem root("r");
   root.AppendAttribute("v", value);

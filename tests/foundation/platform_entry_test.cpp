@@ -42,7 +42,6 @@ INSTANTIATE_TEST_SUITE_P(
                       ConfigCase{"HomeIsRoot", "/", nullptr, "/.config"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-// Without HOME the password database still knows the user's home.
 TEST(UserHomeFolderTest, FallsBackToThePasswordDatabase) {
   MTestSandbox sandbox;
   ::unsetenv("HOME");

@@ -180,7 +180,6 @@ class FramingStream : public MBufferingStream {
   }
 };
 
-// Transforms only the even blocks.
 class EvenBlocks : public MBlockPolicy {
  public:
   bool MustTransform(int64_t index) override { return index % 2 == 0; }
@@ -200,7 +199,9 @@ TEST(BufferingStream, BlocksTransformedByPolicyAndPartialTailAsItIs) {
     EvenBlocks policy;
     if (c.even) stream.SetPolicy(&policy);
     stream.SetBlockSizes(4, 6);
-    if (c.even) EXPECT_EQ(policy.told, 406);
+    if (c.even) {
+      EXPECT_EQ(policy.told, 406);
+    }
     stream.Write(data.data(), 3);
     stream.Write(data.data() + 3, static_cast<int64_t>(data.size()) - 3);
     stream.Terminate();

@@ -19,7 +19,6 @@ struct ParseCase {
   const char* expected;  // Picture of the tree, or "!" and the message
 };
 
-// What the parser accepts and what it refuses, with the exact messages.
 const ParseCase kParseCases[] = {
     // blanks and attribute forms
     {"<a  b = \"1\"   />", "a{b=1}"},
@@ -108,7 +107,6 @@ TEST(XMLParserTest, EncodingInstructionSwitchesCodecFromNextLine) {
   }
 }
 
-// A handler of its own sees the events in order and can stop the parse.
 class MRecordingHandler : public MXMLHandler {
  public:
   explicit MRecordingHandler(int stopAfter) : stopAfter_(stopAfter) {}
