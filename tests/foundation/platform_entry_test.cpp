@@ -22,14 +22,8 @@ class UserConfigFolderTest : public ::testing::TestWithParam<ConfigCase> {
 
 TEST_P(UserConfigFolderTest, FollowsTheDesktopRules) {
   const ConfigCase& c = GetParam();
-  if (c.home)
-    ::setenv("HOME", c.home, 1);
-  else
-    ::unsetenv("HOME");
-  if (c.xdgConfigHome)
-    ::setenv("XDG_CONFIG_HOME", c.xdgConfigHome, 1);
-  else
-    ::unsetenv("XDG_CONFIG_HOME");
+  for (auto [name, value] : {std::pair{"HOME", c.home}, {"XDG_CONFIG_HOME", c.xdgConfigHome}})
+    value ? ::setenv(name, value, 1) : ::unsetenv(name);
   EXPECT_EQ(ToStd(UserConfigFolder()), c.expected);
 }
 

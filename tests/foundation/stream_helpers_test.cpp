@@ -37,8 +37,7 @@ TEST(CopyStream, CopiesTheSizeOrUntilAShortBlock) {
 
 TEST(CopyStream, ProgressAdvancesPerBlock) {
   std::string data = RandomBytes(65536 * 3, 2);
-  MMemoryStream source;
-  FillStream(source, data);
+  MConstMemoryStream source(data.data(), static_cast<int64_t>(data.size()));
   MMemoryStream target;
   MStreamProgress progress;
   std::vector<double> seen;
@@ -64,10 +63,8 @@ TEST(CompareStreams, DifferencesAndRewindOnEquality) {
       {data.substr(0, 4096), data, -1},
   };
   for (const auto& c : cases) {
-    MMemoryStream a;
-    FillStream(a, c.a);
-    MMemoryStream b;
-    FillStream(b, c.b);
+    MConstMemoryStream a(c.a.data(), static_cast<int64_t>(c.a.size()));
+    MConstMemoryStream b(c.b.data(), static_cast<int64_t>(c.b.size()));
     int64_t result = CompareStreams(a, b);
     EXPECT_EQ((result > 0) - (result < 0), c.sign) << c.a.size() << " vs " << c.b.size();
     if (c.sign == 0) {
