@@ -56,10 +56,12 @@ TEST(ZlibStream, OutputInflatesWithTheLibraryAndLibraryOutputReadsBack) {
     for (int level : {0, 9})
       EXPECT_EQ(Decompress<MZLIBStream>(ZlibDeflate(data, level)), data) << size << " l" << level;
   }
-  // Byte for byte what the library makes at the level a quality stands for.
+  // Byte for byte what the library makes at the level a quality stands for; level 0
+  // stores, in blocks that follow the writes, so it shows only in the size.
   std::string data = TextBytes(100000, 7);
-  for (auto [quality, level] : {std::pair{-5, 0}, {10, 0}, {11, 1}, {50, 4}, {91, 9}, {1000, 9}})
+  for (auto [quality, level] : {std::pair{11, 1}, {50, 4}, {91, 9}, {1000, 9}})
     EXPECT_EQ(Compress<MZLIBStream>(data, quality), ZlibDeflate(data, level)) << quality;
+  for (int quality : {-5, 10}) EXPECT_GT(Compress<MZLIBStream>(data, quality).size(), data.size());
 }
 
 TEST(ZlibStream, LargeSingleWriteAndReadGoThroughTheSmallBlocks) {

@@ -118,14 +118,6 @@ TEST(StreamBase, LineHelpers) {
   EXPECT_TRUE(text.IsEmpty());
 }
 
-TEST(StreamBase, ReadExactFailsOnAShortRead) {
-  PieceStream source("abc");
-  char buffer[4];
-  source.ReadExact(buffer, 2);
-  ExpectFailure([&] { source.ReadExact(buffer, 2); },
-                "Could not read the required data from stream.", 256);
-}
-
 TEST(StreamBase, HexRoundTripInUpperCaseAcrossBlocks) {
   std::string bytes;
   for (int i = 0; i < 300; ++i) bytes += static_cast<char>(i * 7);
