@@ -172,14 +172,12 @@ TEST_F(TreeFileTest, SaveAndLoadEachForm) {
     EXPECT_EQ(bytes.substr(0, c.head.size()), c.head) << c.label;
     EXPECT_FALSE(std::filesystem::exists(Native("tree.mbx.saving"))) << c.label;
     MXMLItem back;
-    if (c.disableMBX && c.compress) {
-      // Compressed XML is not one of the forms a load recognises.
-      back.LoadFile(path);
-      EXPECT_TRUE(back.name.IsEmpty()) << c.label;
-      continue;
-    }
     back.LoadFile(path);
-    EXPECT_EQ(TreeDifference(sample, back, c.disableMBX), "") << c.label;
+    if (c.disableMBX && c.compress) {  // compressed XML is not a form a load recognises
+      EXPECT_TRUE(back.name.IsEmpty()) << c.label;
+    } else {
+      EXPECT_EQ(TreeDifference(sample, back, c.disableMBX), "") << c.label;
+    }
   }
 }
 
