@@ -1,4 +1,3 @@
-// The boxes' plain-text form and the console host's answers.
 #include "foundation/core/boxes.h"
 
 #include <gtest/gtest.h>
@@ -27,8 +26,6 @@ TEST(StripMarkupTest, GivesThePlainText) {
     EXPECT_EQ(ToStd(StripMarkup(MString::FromUTF8(markup))), plain) << markup;
 }
 
-// Runs `ask` on a console host whose input holds `typed`; gives the answer and
-// what the host printed.
 template <typename Ask>
 std::pair<int, std::string> AskConsole(const char* typed, bool interactive, Ask ask) {
   std::FILE* input = std::tmpfile();
@@ -53,20 +50,21 @@ TEST(ConsoleBoxHostTest, QuestionsAreAnsweredFromTheInput) {
     int answer;
   } cases[] = {
       {0, "maybe\n\nyes\n", true, 1},  // asked again until valid
-      {0, "what\n", true, 0},            // end of input is no
-      {0, "y\n", false, 0},              // no terminal is no
-      {1, "i\n", true, 2},               {2, "y\n", false, 2},  // no terminal is cancel
-      {3, "2\n", true, 2},               {3, "1\n", false, 3},  // no terminal: last button
+      {0, "what\n", true, 0},          // end of input is no
+      {0, "y\n", false, 0},            // no terminal is no
+      {1, "i\n", true, 2},
+      {2, "y\n", false, 2},  // no terminal is cancel
+      {3, "2\n", true, 2},
+      {3, "1\n", false, 3},  // no terminal: last button
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.typed);
     auto [answer, printed] = AskConsole(c.typed, c.interactive, [&](MConsoleBoxHost& host) {
-      switch (c.kind) {
-        case 0: return host.ShowQuestion(nullptr, "Go <b>on</b>?");
-        case 1: return host.ShowQuestionIgnore(nullptr, "Go <b>on</b>?");
-        case 2: return host.ShowQuestionCancel(nullptr, "Go <b>on</b>?");
-        default: return host.ShowThreeButtons(nullptr, "", "Go <b>on</b>?", "Try again", "Ignore", "Cancel");
-      }
+      const char* text = "Go <b>on</b>?";
+      if (c.kind == 0) return host.ShowQuestion(nullptr, text);
+      if (c.kind == 1) return host.ShowQuestionIgnore(nullptr, text);
+      if (c.kind == 2) return host.ShowQuestionCancel(nullptr, text);
+      return host.ShowThreeButtons(nullptr, "", text, "Try again", "Ignore", "Cancel");
     });
     EXPECT_EQ(answer, c.answer);
     EXPECT_EQ(printed.rfind("Go on?\n", 0), 0u) << printed;

@@ -1,4 +1,3 @@
-// Starting real programs: the shell, and a stand-in for the desktop's opener.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -8,8 +7,8 @@
 #include <string>
 #include <thread>
 
-#include "support/file_test_support.h"
 #include "foundation/files/file_ops.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -21,7 +20,6 @@ MArray<MString> ShellScript(const std::string& script) {
   return MArray<MString>{MString("-c"), MString::FromUTF8(script)};
 }
 
-// Waits up to ten seconds for a file that another process writes.
 std::string AwaitFile(const fs::path& path) {
   for (int i = 0; i < 1000; ++i) {
     std::string content = ReadFileBytes(path);
@@ -36,8 +34,8 @@ class ExecuteTest : public FileTestBase {
   // Puts a stand-in "xdg-open" first in PATH: it records its argument and ends
   // with `exitCode`.
   void InstallOpener(int exitCode) {
-    WriteFile("bin/xdg-open", "#!/bin/sh\necho \"$1\" > \"" + Native("opened").string() + "\"\nexit " +
-                                  std::to_string(exitCode) + "\n");
+    WriteFile("bin/xdg-open", "#!/bin/sh\necho \"$1\" > \"" + Native("opened").string() +
+                                  "\"\nexit " + std::to_string(exitCode) + "\n");
     fs::permissions(Native("bin/xdg-open"), fs::perms::owner_all);
     const char* old = ::getenv("PATH");
     savedPath_ = old ? old : "";
@@ -74,14 +72,16 @@ TEST_F(ExecuteTest, WorkingFolderIsTheChildsOnly) {
   fs::path before = fs::current_path();
   MArray<MString> parameters = ShellScript("pwd > where; echo \"$0|$1\" >> where");
   EXPECT_EQ(MFile::Execute(MString("/bin/sh"), &parameters, Path("work"), true), 0);
-  EXPECT_EQ(ReadFileBytes(Native("work/where")), fs::canonical(Native("work")).string() + "\n/bin/sh|\n");
+  EXPECT_EQ(ReadFileBytes(Native("work/where")),
+            fs::canonical(Native("work")).string() + "\n/bin/sh|\n");
   EXPECT_EQ(fs::current_path(), before);
 }
 
 TEST_F(ExecuteTest, OwnDescriptorsDoNotReachTheChild) {
   std::FILE* held = std::fopen(Native("held").c_str(), "w");
   ASSERT_NE(held, nullptr);
-  std::string script = "test -e /proc/self/fd/" + std::to_string(::fileno(held)) + " && exit 1; exit 0";
+  std::string script =
+      "test -e /proc/self/fd/" + std::to_string(::fileno(held)) + " && exit 1; exit 0";
   MArray<MString> parameters = ShellScript(script);
   EXPECT_EQ(MFile::Execute(MString("/bin/sh"), &parameters, MString(), true), 0);
   std::fclose(held);

@@ -1,4 +1,3 @@
-// Directory listings on real folders.
 #include "foundation/files/file_list.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "support/file_test_support.h"
 #include "foundation/files/file_ops.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
@@ -44,7 +43,9 @@ TEST_F(FileListTest, SortedByNameWithFiltersAndFolders) {
   };
   const Case cases[] = {
       // letters without case first; a tie goes by the exact units
-      {"", true, {".hidden", "A.MD5", "a.md5", "b.txt", "c.kitvaultpack", "d", "Folder", "_x.mproduct"}},
+      {"",
+       true,
+       {".hidden", "A.MD5", "a.md5", "b.txt", "c.kitvaultpack", "d", "Folder", "_x.mproduct"}},
       {"md5;KITVAULTPACK;mproduct", false, {"A.MD5", "a.md5", "c.kitvaultpack", "_x.mproduct"}},
       {";txt;", true, {".hidden", "b.txt", "Folder"}},
   };

@@ -17,16 +17,12 @@ namespace kx {
 namespace {
 
 std::string Hex(const uint8_t* bytes, int size) {
-  static const char kDigits[] = "0123456789abcdef";
   std::string text;
-  for (int i = 0; i < size; ++i) {
-    text += kDigits[bytes[i] >> 4];
-    text += kDigits[bytes[i] & 15];
-  }
+  for (int i = 0; i < size; ++i)
+    text += {"0123456789abcdef"[bytes[i] >> 4], "0123456789abcdef"[bytes[i] & 15]};
   return text;
 }
 
-// MD5 of `data`, written in pieces of `piece` bytes.
 std::string Md5(const std::string& data, size_t piece = SIZE_MAX) {
   MHashStream hash;
   hash.Reset();
@@ -73,8 +69,8 @@ class HashAgainstCommand : public ::testing::Test {
 TEST_F(HashAgainstCommand, RandomFilesAroundBlockEdges) {
   std::mt19937 random(1321);
   const size_t kMiB = 1 << 20;
-  for (size_t size : {size_t{55}, size_t{56}, size_t{63}, size_t{64}, size_t{65}, size_t{120}, size_t{129},
-                      kMiB - 1, kMiB, kMiB + 56}) {
+  for (size_t size : {size_t{55}, size_t{56}, size_t{63}, size_t{64}, size_t{65}, size_t{120},
+                      size_t{129}, kMiB - 1, kMiB, kMiB + 56}) {
     std::string data(size, '\0');
     for (auto& c : data) c = static_cast<char>(random());
     std::string expected = CommandDigest(data);

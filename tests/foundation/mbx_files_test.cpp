@@ -1,16 +1,14 @@
-// Loading a tree from whatever form the data have, and saving files so that a
-// failure never costs the old file.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "support/failure_capture.h"
-#include "support/file_test_support.h"
-#include "foundation/text/base64.h"
-#include "foundation/xml/mbx.h"
 #include "foundation/compression/zlib_stream.h"
 #include "foundation/streams/memory_stream.h"
+#include "foundation/text/base64.h"
+#include "foundation/xml/mbx.h"
+#include "support/failure_capture.h"
+#include "support/file_test_support.h"
 #include "tree_test_support.h"
 
 namespace kx {
@@ -34,14 +32,13 @@ std::string Serialised(const MXMLItem& tree, bool binary, bool compress) {
   } else {
     tree.SaveXML(stream, compress);
   }
-  return BytesOf(stream);
+  return std::string(stream.View());
 }
 
 std::string Base64Line(const std::string& bytes) {
   return "$" + ToStd(EncodeBase64(bytes.data(), static_cast<int64_t>(bytes.size())));
 }
 
-// Sets DisableMBX for one test and restores it.
 struct DisableMBXScope {
   explicit DisableMBXScope(bool value) : saved(DisableMBX) { DisableMBX = value; }
   ~DisableMBXScope() { DisableMBX = saved; }
@@ -77,7 +74,7 @@ TEST(LoadAnyTest, EveryFormFromTheStreamsPosition) {
 TEST(LoadAnyTest, DataOfNoFormAreRefusedQuietly) {
   const std::pair<std::string, const char*> cases[] = {
       {"\0MBXXr\0Q"s, "Incorrect MBX command identifier."},  // the binary reader's word
-      {"plain words"s, nullptr},  // the text parser's word
+      {"plain words"s, nullptr},                             // the text parser's word
       {"\x78\xDA garbage"s, nullptr},
       {"$"s + ToStd(EncodeBase64("no tree", 7)), nullptr},
   };
@@ -175,14 +172,12 @@ TEST_F(TreeFileTest, SaveAndLoadEachForm) {
     EXPECT_EQ(bytes.substr(0, c.head.size()), c.head) << c.label;
     EXPECT_FALSE(std::filesystem::exists(Native("tree.mbx.saving"))) << c.label;
     MXMLItem back;
-    if (c.disableMBX && c.compress) {
-      // Compressed XML is not one of the forms a load recognises.
-      back.LoadFile(path);
-      EXPECT_TRUE(back.name.IsEmpty()) << c.label;
-      continue;
-    }
     back.LoadFile(path);
-    EXPECT_EQ(TreeDifference(sample, back, c.disableMBX), "") << c.label;
+    if (c.disableMBX && c.compress) {  // compressed XML is not a form a load recognises
+      EXPECT_TRUE(back.name.IsEmpty()) << c.label;
+    } else {
+      EXPECT_EQ(TreeDifference(sample, back, c.disableMBX), "") << c.label;
+    }
   }
 }
 

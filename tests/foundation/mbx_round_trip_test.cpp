@@ -1,13 +1,11 @@
-// Trees holding every kind of value survive a trip through each stored form,
-// and very deep trees through the binary ones.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 
-#include "foundation/xml/mbx.h"
-#include "foundation/streams/memory_stream.h"
 #include "foundation/compression/zlib_stream.h"
+#include "foundation/streams/memory_stream.h"
+#include "foundation/xml/mbx.h"
 #include "tree_test_support.h"
 
 namespace kx {
@@ -18,7 +16,8 @@ enum class Form { kMBX, kCompressedMBX, kXML, kCompressedXML };
 using FormCase = std::pair<const char*, Form>;  // a name and a form
 
 void Save(const MXMLItem& tree, MStream& stream, Form form) {
-  if (form == Form::kMBX || form == Form::kCompressedMBX) return tree.SaveMBX(stream, form == Form::kCompressedMBX);
+  if (form == Form::kMBX || form == Form::kCompressedMBX)
+    return tree.SaveMBX(stream, form == Form::kCompressedMBX);
   tree.SaveXML(stream, form == Form::kCompressedXML, false);
 }
 

@@ -3,18 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "foundation/core/exception.h"
-#include "support/failure_capture.h"
+#include "support/file_test_support.h"
 
 namespace kx {
 namespace {
-
-std::string Message(const std::function<void()>& body) {
-  return ToStd(Failure(body).message);
-}
 
 TEST(MemoryStream, WriteReadAndOverwriteInTheMiddle) {
   MMemoryStream stream;
@@ -39,11 +34,14 @@ TEST(MemoryStream, SizesZeroAndNegative) {
   stream.Write("x", 0);
   EXPECT_EQ(stream.GetSize(), 0);
   char buffer[4];
-  EXPECT_EQ(Message([&] { stream.Write("x", -1); }), "Trying to write a block of negative size.");
-  EXPECT_EQ(Message([&] { stream.Read(buffer, -1); }), "Trying to read a block of negative size.");
-  EXPECT_EQ(Message([&] { stream.ReadLine(buffer, -1); }), "Trying to read a string of negative size.");
+  EXPECT_EQ(MessageOf([&] { stream.Write("x", -1); }), "Trying to write a block of negative size.");
+  EXPECT_EQ(MessageOf([&] { stream.Read(buffer, -1); }),
+            "Trying to read a block of negative size.");
+  EXPECT_EQ(MessageOf([&] { stream.ReadLine(buffer, -1); }),
+            "Trying to read a string of negative size.");
   MConstMemoryStream constant("abc", 3);
-  EXPECT_EQ(Message([&] { constant.Write("x", 1); }), "Service \"write to stream\" is not implemented.");
+  EXPECT_EQ(MessageOf([&] { constant.Write("x", 1); }),
+            "Service \"write to stream\" is not implemented.");
 }
 
 TEST(MemoryStream, SeekClampsToTheBlockAndReturnsThePosition) {
@@ -55,16 +53,17 @@ TEST(MemoryStream, SeekClampsToTheBlockAndReturnsThePosition) {
     MSeekOrigin origin;
     int64_t expected;
   } cases[] = {
-      {1000, kSeekBegin, 10},   {-5, kSeekBegin, 0},         {3, kSeekCurrent, 3},
-      {-100, kSeekCurrent, 0},  {-3, kSeekEnd, 7},           {5, kSeekEnd, 10},
+      {1000, kSeekBegin, 10},        {-5, kSeekBegin, 0},      {3, kSeekCurrent, 3},
+      {-100, kSeekCurrent, 0},       {-3, kSeekEnd, 7},        {5, kSeekEnd, 10},
       {INT64_MAX, kSeekCurrent, 10}, {INT64_MIN, kSeekEnd, 0},
   };
   for (MStream* s : {static_cast<MStream*>(&stream), static_cast<MStream*>(&constant)}) {
     for (const auto& c : cases) {
-      EXPECT_EQ(s->Seek(c.offset, c.origin), c.expected) << c.offset << " from " << static_cast<int>(c.origin);
+      EXPECT_EQ(s->Seek(c.offset, c.origin), c.expected)
+          << c.offset << " from " << static_cast<int>(c.origin);
       EXPECT_EQ(s->GetPosition(), c.expected);
     }
-    EXPECT_EQ(Message([&] { s->Seek(0, static_cast<MSeekOrigin>(3)); }), "Invalid seek origin.");
+    EXPECT_EQ(MessageOf([&] { s->Seek(0, static_cast<MSeekOrigin>(3)); }), "Invalid seek origin.");
   }
 }
 

@@ -1,6 +1,3 @@
-// MModule against the real process: where the test executable lies, the mrf
-// beside it, what construction starts and teardown stops; the instruction-set
-// facts from raw processor answers and their report text byte for byte.
 #include "foundation/core/module.h"
 
 #include <gtest/gtest.h>
@@ -42,7 +39,6 @@ TEST_F(ModuleTest, InitializeFindsTheExecutableAndTheLibraryBesideIt) {
   ASSERT_TRUE(module.resources.IsAttached());
   EXPECT_TRUE(module.resources.HasResource(MString("MSTYLE")));
 
-  // A name the entry has set stays.
   MModule named;
   named.moduleName = "Kestrix";
   named.Initialize();
@@ -67,7 +63,6 @@ TEST_F(ModuleTest, ConstructionAndTeardown) {
     EXPECT_EQ(MModule::Instance(), &module);
     EXPECT_TRUE(IsGlobalLockActive()) << "an inner module must leave the runtime on";
 
-    // Teardown stops running workers.
     module.taskGroups[1].Start(false, 2);
     MFunctionTask task([&] { ++runs; });
     module.taskGroups[1].Add(&task);

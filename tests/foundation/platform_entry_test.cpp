@@ -1,33 +1,13 @@
-// The platform pieces of the entry: the single-instance lock and the user's
-// configuration folder, against the real system.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <string>
 
-#include "foundation/platform/single_instance.h"
 #include "foundation/platform/user_folders.h"
 #include "support/sandbox.h"
 
 namespace kx {
 namespace {
-
-TEST(SingleInstanceTest, OneHolderAtATimeAndFreedOnRelease) {
-  const char* name = "Global\\KestrixTestLock-single-instance";
-  MSingleInstance first(name);
-  ASSERT_TRUE(first.IsHeld());
-  EXPECT_FALSE(first.AlreadyExists());
-  {
-    MSingleInstance second(name);
-    EXPECT_FALSE(second.IsHeld());
-    EXPECT_TRUE(second.AlreadyExists());
-    MSingleInstance other("Global\\KestrixTestLock-another-name");
-    EXPECT_TRUE(other.IsHeld());
-  }
-  first.Release();
-  MSingleInstance third(name);
-  EXPECT_TRUE(third.IsHeld());
-}
 
 struct ConfigCase {
   const char* name;
@@ -42,14 +22,8 @@ class UserConfigFolderTest : public ::testing::TestWithParam<ConfigCase> {
 
 TEST_P(UserConfigFolderTest, FollowsTheDesktopRules) {
   const ConfigCase& c = GetParam();
-  if (c.home)
-    ::setenv("HOME", c.home, 1);
-  else
-    ::unsetenv("HOME");
-  if (c.xdgConfigHome)
-    ::setenv("XDG_CONFIG_HOME", c.xdgConfigHome, 1);
-  else
-    ::unsetenv("XDG_CONFIG_HOME");
+  for (auto [name, value] : {std::pair{"HOME", c.home}, {"XDG_CONFIG_HOME", c.xdgConfigHome}})
+    value ? ::setenv(name, value, 1) : ::unsetenv(name);
   EXPECT_EQ(ToStd(UserConfigFolder()), c.expected);
 }
 
@@ -62,7 +36,6 @@ INSTANTIATE_TEST_SUITE_P(
                       ConfigCase{"HomeIsRoot", "/", nullptr, "/.config"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-// Without HOME the password database still knows the user's home.
 TEST(UserHomeFolderTest, FallsBackToThePasswordDatabase) {
   MTestSandbox sandbox;
   ::unsetenv("HOME");

@@ -1,5 +1,3 @@
-// What is compiled in: the registered block attached in place, else the `mrf`
-// file beside the program; the named pairs and the flat block.
 #include "foundation/resources/resource_compiled_in.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +33,8 @@ TEST_F(CompiledInTest, ALinkedBlockWinsOverTheFileBesideTheProgram) {
     EXPECT_TRUE(AttachCompiledInResources(compiled));
     MConstMemoryStream& style = compiled.GetResourceMemory(MString("MStyle"));
     EXPECT_EQ(std::string(style.Data(), static_cast<size_t>(style.Size())), "compiled in");
-    EXPECT_TRUE(style.Data() > block.data() && style.Data() < block.data() + block.size()) << "read in place";
+    EXPECT_TRUE(style.Data() > block.data() && style.Data() < block.data() + block.size())
+        << "read in place";
   }
 
   RegisterCompiledInBlock(nullptr, 0);
@@ -45,7 +44,8 @@ TEST_F(CompiledInTest, ALinkedBlockWinsOverTheFileBesideTheProgram) {
 }
 
 TEST_F(CompiledInTest, NamedPairsAndTheFlatBlock) {
-  static const MCompiledInPair kPairs[] = {{"Shader.glsl", "void main(){}", 13}, {"licence", "text", 4}};
+  static const MCompiledInPair kPairs[] = {{"Shader.glsl", "void main(){}", 13},
+                                           {"licence", "text", 4}};
   RegisterCompiledInPairs(kPairs, 2);
   MConstMemoryStream stream;
   EXPECT_TRUE(OpenCompiledInStream(MString("shader.GLSL"), stream));

@@ -1,5 +1,3 @@
-// The small library: lookups without case, compressed entries started again,
-// in-place and copied blocks, a library inside a library, and bad headers.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -30,7 +28,8 @@ std::string StyleLibrary(bool compressDefinition) {
   MSmallLibraryWriter writer(MString("mstyle"));
   writer.Root().SetAttribute("fontsize", MVariant(int32_t{11}));
   for (const Entry& entry : StyleEntries())
-    writer.Add(MString(entry.id), entry.bytes.data(), static_cast<int64_t>(entry.bytes.size()), entry.compressed);
+    writer.Add(MString(entry.id), entry.bytes.data(), static_cast<int64_t>(entry.bytes.size()),
+               entry.compressed);
   MMemoryStream bytes;
   writer.Write(bytes, compressDefinition);
   return std::string(bytes.View());
@@ -83,8 +82,8 @@ TEST_P(SmallLibraryTest, LookupsIgnoreCaseAndStartFromTheBeginning) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sources, SmallLibraryTest,
-                         ::testing::Combine(::testing::Values(Source::kConstantMemory, Source::kMemory,
-                                                              Source::kFile),
+                         ::testing::Combine(::testing::Values(Source::kConstantMemory,
+                                                              Source::kMemory, Source::kFile),
                                             ::testing::Bool()));
 
 std::string Header(int32_t definitionSize, int32_t dataSize) {
@@ -126,7 +125,9 @@ TEST(SmallLibraryDamage, BadHeadersAndEntries) {
       MMemoryStream copied;
       FillStream(copied, c.bytes);
       MResourceLibrary library;
-      EXPECT_EQ(MessageOf([&] { library.AttachSmall(constant ? static_cast<MStream&>(inPlace) : copied); }),
+      EXPECT_EQ(MessageOf([&] {
+                  library.AttachSmall(constant ? static_cast<MStream&>(inPlace) : copied);
+                }),
                 c.message)
           << c.name;
       EXPECT_FALSE(library.IsAttached());

@@ -1,4 +1,3 @@
-// Copying, comparing, base64, windows and block transforms over streams.
 #include "foundation/streams/stream_helpers.h"
 
 #include <gtest/gtest.h>
@@ -38,13 +37,13 @@ TEST(CopyStream, CopiesTheSizeOrUntilAShortBlock) {
 
 TEST(CopyStream, ProgressAdvancesPerBlock) {
   std::string data = RandomBytes(65536 * 3, 2);
-  MMemoryStream source;
-  FillStream(source, data);
+  MConstMemoryStream source(data.data(), static_cast<int64_t>(data.size()));
   MMemoryStream target;
   MStreamProgress progress;
   std::vector<double> seen;
   progress.onAdvance = [&](const MStreamProgress& p) { seen.push_back(p.value); };
-  EXPECT_EQ(CopyStreamProgress(source, target, progress, static_cast<int64_t>(data.size())), 196608);
+  EXPECT_EQ(CopyStreamProgress(source, target, progress, static_cast<int64_t>(data.size())),
+            196608);
   ASSERT_EQ(seen.size(), 3u);
   EXPECT_NEAR(seen[0], 1.0 / 3, 1e-9);
   EXPECT_NEAR(progress.value, 1.0, 1e-9);
@@ -58,13 +57,14 @@ TEST(CompareStreams, DifferencesAndRewindOnEquality) {
     std::string a, b;
     int sign;
   } cases[] = {
-      {data, data, 0}, {data, changed, -1}, {changed, data, 1}, {data.substr(0, 4096), data, -1},
+      {data, data, 0},
+      {data, changed, -1},
+      {changed, data, 1},
+      {data.substr(0, 4096), data, -1},
   };
   for (const auto& c : cases) {
-    MMemoryStream a;
-    FillStream(a, c.a);
-    MMemoryStream b;
-    FillStream(b, c.b);
+    MConstMemoryStream a(c.a.data(), static_cast<int64_t>(c.a.size()));
+    MConstMemoryStream b(c.b.data(), static_cast<int64_t>(c.b.size()));
     int64_t result = CompareStreams(a, b);
     EXPECT_EQ((result > 0) - (result < 0), c.sign) << c.a.size() << " vs " << c.b.size();
     if (c.sign == 0) {
@@ -77,8 +77,8 @@ TEST(CompareStreams, DifferencesAndRewindOnEquality) {
 TEST(Base64, KnownTextsAndRoundTripsOfEveryTailLength) {
   struct Case {
     std::string bytes, text;
-  } cases[] = {{"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foobar", "Zm9vYmFy"},
-               {std::string("\xff\xfe\x00", 3), "//4A"}};
+  } cases[] = {{"", ""},        {"f", "Zg=="},          {"fo", "Zm8="},
+               {"foo", "Zm9v"}, {"foobar", "Zm9vYmFy"}, {std::string("\xff\xfe\x00", 3), "//4A"}};
   for (const auto& c : cases) {
     EXPECT_EQ(ToStd(EncodeBase64(c.bytes.data(), static_cast<int64_t>(c.bytes.size()))), c.text);
     MMemoryStream out;
@@ -93,7 +93,7 @@ TEST(Base64, KnownTextsAndRoundTripsOfEveryTailLength) {
     MString asString = EncodeBase64(data.data(), static_cast<int64_t>(size));
     EXPECT_EQ(ToStd(asString), std::string(text.View()));
     MString wide = asString;
-    wide.Append(u'\u00e9');  // forces the 16-bit form ...
+    wide.Append(u'\u00e9');             // forces the 16-bit form ...
     wide.Delete(wide.Length() - 1, 1);  // ... and back to the same text
     MMemoryStream back;
     DecodeBase64(wide, back);
@@ -113,7 +113,8 @@ TEST(Base64, DecoderMarksSkipEndAndInvalid) {
   EXPECT_EQ(DecodeBase64("Zm9vY", 5, lone), 3);  // one leftover symbol gives nothing
   for (std::u16string bad : {std::u16string(u"Zm9v!"), std::u16string(u"Zm\u0141v")}) {
     MMemoryStream sink;
-    MException e = Failure([&] { DecodeBase64(bad.data(), static_cast<int64_t>(bad.size()), sink); });
+    MException e =
+        Failure([&] { DecodeBase64(bad.data(), static_cast<int64_t>(bad.size()), sink); });
     EXPECT_EQ(ToStd(e.message), "Invalid character in base64 text.");
   }
 }
@@ -176,7 +177,6 @@ class FramingStream : public MBufferingStream {
   }
 };
 
-// Transforms only the even blocks.
 class EvenBlocks : public MBlockPolicy {
  public:
   bool MustTransform(int64_t index) override { return index % 2 == 0; }

@@ -1,5 +1,3 @@
-// Helpers of the stream tests: a stream that behaves like a socket or a pipe, and
-// the zlib library's own answers to check our streams against.
 #pragma once
 
 #include <zlib.h>
@@ -14,7 +12,6 @@
 
 namespace kx {
 
-// What the library inflates from `compressed`, at most `limit` bytes.
 inline std::string ZlibInflate(std::string_view compressed, size_t limit) {
   std::string out(limit, '\0');
   uLongf length = static_cast<uLongf>(out.size());
@@ -35,7 +32,6 @@ inline std::string ZlibDeflate(const std::string& data, int level) {
   return out;
 }
 
-// A memory stream holding `bytes`, at position 0.
 inline void FillStream(MMemoryStream& stream, const std::string& bytes) {
   stream.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
   stream.Seek(0, kSeekBegin);

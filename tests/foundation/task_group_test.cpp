@@ -17,7 +17,6 @@
 namespace kx {
 namespace {
 
-// Tasks note their names in one journal, in the order they ran.
 class MTaskGroupTest : public ::testing::Test {
  protected:
   std::unique_ptr<MFunctionTask> Task(const std::string& name) {
@@ -123,8 +122,7 @@ TEST_F(MTaskGroupTest, FailingTasksDoNotStopTheWorker) {
   MFunctionTask foreign([] { throw std::runtime_error("not ours"); });
   auto after = Task("after");
   group.Start(false, 1);
-  for (MTask* task : {static_cast<MTask*>(&ours), static_cast<MTask*>(&foreign),
-                      static_cast<MTask*>(after.get())})
+  for (MTask* task : std::initializer_list<MTask*>{&ours, &foreign, after.get()})
     group.Add(task, 2);
   group.WaitFor(after.get());
   EXPECT_EQ(group.WorkerCount(), 1);
@@ -158,19 +156,6 @@ TEST_F(MTaskGroupTest, StopReturnsOnlyAfterEveryWorkerEnded) {
   EXPECT_EQ(finished.load(), kWorkers);
   EXPECT_EQ(group.WorkerCount(), 0);
   releaser.join();
-}
-
-TEST_F(MTaskGroupTest, ManyTasksOnAFullPoolEachRunOnce) {
-  group.Start(false);
-  constexpr int kTasks = 2000;
-  std::vector<std::atomic<int>> runs(kTasks);
-  std::vector<std::unique_ptr<MFunctionTask>> tasks;
-  for (int i = 0; i < kTasks; ++i) {
-    tasks.push_back(std::make_unique<MFunctionTask>([&runs, i] { ++runs[i]; }));
-    group.Add(tasks.back().get(), i % MTaskGroup::kQueueCount);
-  }
-  for (auto& task : tasks) group.WaitFor(task.get());
-  EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& n) { return n.load() == 1; }));
 }
 
 }  // namespace

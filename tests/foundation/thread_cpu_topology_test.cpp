@@ -1,5 +1,3 @@
-// Finding the performance processors from a sysfs tree laid out in a temporary
-// folder the way the kernel lays it out on each kind of machine.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -1,5 +1,3 @@
-// The locks under the threads: MLock over any lockable, the recursive critical
-// section, the global lock's active flag and the user-space counting semaphore.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -14,7 +12,6 @@
 namespace kx {
 namespace {
 
-// Whether another thread could take the lock right now (without waiting).
 bool OtherThreadGets(MCriticalSection& section) {
   bool got = false;
   std::thread([&] {
@@ -24,7 +21,6 @@ bool OtherThreadGets(MCriticalSection& section) {
   return got;
 }
 
-// Refuses every lock; an unlock of what was never locked is a fault.
 struct RefusingLockable : MLockable {
   bool Lock(MLockMode, int32_t, int64_t) override { return false; }
   void Unlock(int32_t) override { ADD_FAILURE() << "unlocked what was never locked"; }

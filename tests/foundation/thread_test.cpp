@@ -80,20 +80,6 @@ TEST(MThreadTest, WaitAnswersWhetherTheThreadEndedAndStartRunsItAgain) {
   }
 }
 
-TEST(MThreadTest, StopAsksTheBodyToEnd) {
-  std::latch started(1);
-  BodyThread thread([&started](BodyThread& self) {
-    started.count_down();
-    while (!self.StopRequested()) std::this_thread::yield();
-    return 5;
-  });
-  thread.Start();
-  started.wait();
-  thread.Stop();
-  EXPECT_EQ(AwaitEnd(thread), 5u);
-  EXPECT_TRUE(thread.Wait());
-}
-
 struct EventProbe {
   std::thread::id startedOn;
   std::vector<MThread*> finished;

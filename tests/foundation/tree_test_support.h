@@ -1,5 +1,3 @@
-// Helpers for the tree format tests: byte strings of streams, and a comparison of
-// whole trees that walks without recursion (the trees may be very deep).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,15 +11,6 @@
 
 namespace kx {
 
-inline std::string BytesOf(const MMemoryStream& stream) {
-  return std::string(stream.View());
-}
-
-inline bool IsInteger(const MVariant& value) {
-  return value.GetType() <= MVariant::kInt8;
-}
-
-// The integer type the binary form reads back for a value: the narrowest that holds it.
 inline MVariant::Type NarrowestType(int64_t value) {
   if (value >= INT8_MIN && value <= INT8_MAX) return MVariant::kInt8;
   if (value >= INT16_MIN && value <= INT16_MAX) return MVariant::kInt16;
@@ -35,7 +24,8 @@ inline MVariant::Type NarrowestType(int64_t value) {
 // forms are compared.
 inline bool SameValue(const MVariant& a, const MVariant& b, bool textOnly) {
   if (textOnly) return a.AsString() == b.AsString();
-  if (IsInteger(a)) return b.GetType() == NarrowestType(a.AsInt64()) && a.AsInt64() == b.AsInt64();
+  if (a.GetType() <= MVariant::kInt8)
+    return b.GetType() == NarrowestType(a.AsInt64()) && a.AsInt64() == b.AsInt64();
   if (a.GetType() != b.GetType()) return false;
   switch (a.GetType()) {
     case MVariant::kString:
@@ -50,7 +40,8 @@ inline bool SameValue(const MVariant& a, const MVariant& b, bool textOnly) {
   }
 }
 
-// Empty when the trees are equal, else where they first differ.
+// Empty when the trees are equal, else where they first differ; walks without
+// recursion, as the trees may be very deep.
 inline std::string TreeDifference(const MXMLItem& a, const MXMLItem& b, bool textOnly = false) {
   const MXMLItem* x = &a;
   const MXMLItem* y = &b;

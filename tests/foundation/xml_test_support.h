@@ -1,5 +1,3 @@
-// Helpers shared by the tree tests: a one-line picture of a tree, and loading or
-// saving text XML through memory.
 #pragma once
 
 #include <string>
@@ -40,7 +38,6 @@ inline void LoadText(MXMLItem& item, std::string_view text) {
   item.LoadXML(stream);
 }
 
-// The picture of the parsed text, or "!" and the failure's message.
 inline std::string ParseOrFailure(std::string_view text) {
   MXMLItem root;
   try {
