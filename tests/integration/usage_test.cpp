@@ -33,24 +33,18 @@ TEST(UsageTest, HelpVersionAndWrongUsageOfEveryProgram) {
       {pack, {"--help"}, 0, Stream::kOut, "kestrix-pack: ", "kestrix-pack uninstall STATE"},
       {pack, {"-h"}, 0, Stream::kOut, "kestrix-pack: ", "Exit codes: 0 done"},
       {pack, {"--version"}, 0, Stream::kOut, "kestrix-pack 1.", "\n"},
-      {pack,
-       {"install", "--help"},
-       0,
-       Stream::kOut,
-       "Usage: kestrix-pack install PKG --dest DIR",
+      // clang-format off
+      {pack, {"install", "--help"}, 0, Stream::kOut, "Usage: kestrix-pack install PKG --dest DIR",
        "--on-error ignore|cancel"},
       {tree, {"--help"}, 0, Stream::kOut, "kestrix-tree: ", "kestrix-tree dump IN"},
       {tree, {"--version"}, 0, Stream::kOut, "kestrix-tree 1.", "\n"},
-      {tree,
-       {"convert", "-h"},
-       0,
-       Stream::kOut,
-       "Usage: kestrix-tree convert IN OUT",
-       "--compress"},
+      {tree, {"convert", "-h"}, 0, Stream::kOut,
+       "Usage: kestrix-tree convert IN OUT", "--compress"},
       {image, {"-h"}, 0, Stream::kOut, "kestrix-image: ", "kestrix-image info FILE"},
       {image, {"--version"}, 0, Stream::kOut, "kestrix-image 1.", "\n"},
       {image, {"info", "--help"}, 0, Stream::kOut, "Usage: kestrix-image info FILE", "format"},
       {image, {"info"}, 2, Stream::kError, "Usage: kestrix-image convert", "info FILE"},
+      // clang-format on
   };
   MTestSandbox sandbox;
   for (const UsageCase& c : cases) {
@@ -83,18 +77,22 @@ TEST(UsageTest, ProgressLineOnlyOnTerminal) {
   const std::string package = (sandbox.Root() / "p.pkgm").string();
   const std::string out = (sandbox.Root() / "out").string();
 
-  testing::TerminalResult build = testing::RunOnTerminal(pack.c_str(), {"build", source.string(), package});
+  testing::TerminalResult build =
+      testing::RunOnTerminal(pack.c_str(), {"build", source.string(), package});
   EXPECT_EQ(build.exitCode, 0);
-  EXPECT_NE(build.terminal.find("\r\033[KPacking: 5 of 5 files"), std::string::npos) << build.terminal;
+  EXPECT_NE(build.terminal.find("\r\033[KPacking: 5 of 5 files"), std::string::npos)
+      << build.terminal;
   EXPECT_TRUE(build.terminal.ends_with("\r\033[K")) << build.terminal;
   testing::TerminalResult extract = testing::RunOnTerminal(pack.c_str(), {"extract", package, out});
-  EXPECT_NE(extract.terminal.find("Extracting: 5 of 5 files"), std::string::npos) << extract.terminal;
+  EXPECT_NE(extract.terminal.find("Extracting: 5 of 5 files"), std::string::npos)
+      << extract.terminal;
   testing::TerminalResult quiet =
       testing::RunOnTerminal(pack.c_str(), {"extract", "--quiet", package, out});
   EXPECT_EQ(quiet.exitCode, 0);
   EXPECT_EQ(quiet.terminal, "");
 
-  testing::ToolResult piped = testing::RunTool(pack.c_str(), {"extract", package, out}, sandbox.Root());
+  testing::ToolResult piped =
+      testing::RunTool(pack.c_str(), {"extract", package, out}, sandbox.Root());
   EXPECT_EQ(piped.exitCode, 0);
   EXPECT_EQ(piped.errorOutput, "");
 }
