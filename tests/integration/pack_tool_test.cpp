@@ -17,19 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Wrong usage prints the tool's whole synopsis.
 const std::string kUsage = ToolSynopsis(kPackTool);
 
 using testing::ToolResult;
 
-class PackToolTest : public ::testing::Test {
+class PackToolTest : public testing::ToolTest {
  protected:
-  fs::path File(const std::string& name) const { return sandbox.Root() / name; }
-  std::string Arg(const std::string& name) const { return File(name).string(); }
-
-  void WriteFile(const std::string& name, const std::string& bytes) const {
-    WriteFileBytes(File(name), bytes);
-  }
+  PackToolTest() : ToolTest(testing::kPackPath) {}
 
   // A source folder of nested, empty, text and binary files, one over 2 MiB.
   std::vector<std::pair<std::string, std::string>> MakeSources() const {
@@ -43,14 +37,10 @@ class PackToolTest : public ::testing::Test {
     return files;
   }
 
-  ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(testing::kPackPath, arguments, sandbox.Root());
-  }
-
-  // Runs and expects success.
   ToolResult Ok(const std::vector<std::string>& arguments) const {
     ToolResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 0) << ::testing::PrintToString(arguments) << ": " << result.errorOutput;
+    EXPECT_EQ(result.exitCode, 0) << ::testing::PrintToString(arguments) << ": "
+                                  << result.errorOutput;
     EXPECT_EQ(result.errorOutput, "");
     return result;
   }
@@ -60,8 +50,6 @@ class PackToolTest : public ::testing::Test {
     std::memcpy(&flags, package.data() + package.size() - 4, 4);
     return flags;
   }
-
-  MTestSandbox sandbox;
 };
 
 TEST_F(PackToolTest, BuildAndExtractGiveBackTheSources) {
@@ -86,8 +74,8 @@ TEST_F(PackToolTest, BuildAndExtractGiveBackTheSources) {
 
 TEST_F(PackToolTest, ListShowsTheTreeWithRootAttributes) {
   MakeSources();
-  Ok({"build", Arg("src"), Arg("p.pkgm"), "--name", "Vorlund Synth", "--attr", "mergepresets=0", "--attr",
-      "detectitems=1"});
+  Ok({"build", Arg("src"), Arg("p.pkgm"), "--name", "Vorlund Synth", "--attr", "mergepresets=0",
+      "--attr", "detectitems=1"});
   EXPECT_EQ(TrailerFlags(ReadFileBytes(File("p.pkgm"))), 3u) << "default flags";
   std::string listing = Ok({"list", Arg("p.pkgm")}).output;
   EXPECT_EQ(listing.rfind("<?xml", 0), 0u) << listing;
@@ -106,8 +94,8 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
                 "\": contents not checked.\n");
   EXPECT_EQ(Ok({"md5", Arg("p.pkgm")}).output, "Wrote \"" + Arg("p.pkgm.md5") + "\" (3 blocks).\n");
   EXPECT_EQ(Ok({"verify", Arg("p.pkgm")}).output,
-            "Definition digest: correct.\nSize, 3 blocks and the file's MD5 match \"" + Arg("p.pkgm.md5") +
-                "\".\n");
+            "Definition digest: correct.\nSize, 3 blocks and the file's MD5 match \"" +
+                Arg("p.pkgm.md5") + "\".\n");
 
   // One content byte in the second mebibyte: the package still opens, the
   // security info finds it.
@@ -144,7 +132,8 @@ TEST_F(PackToolTest, VerifyNamesTheFirstBadBlock) {
 
 TEST_F(PackToolTest, FailuresExitWithTheMessage) {
   WriteFile("tiny.pkgm", "0123456789");
-  WriteFile("bad.xml", "<package><file name=\"x\" op=\"update\" srcpath=\"nowhere.bin\"/></package>");
+  WriteFile("bad.xml",
+            "<package><file name=\"x\" op=\"update\" srcpath=\"nowhere.bin\"/></package>");
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"list", Arg("tiny.pkgm")}, "Could not read the required data from stream.\n"},
       {{"build", Arg("bad.xml"), Arg("bad.pkgm")},
