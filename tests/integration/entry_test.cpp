@@ -24,17 +24,11 @@ const char* const kUsageOnConsole =
 const char* const kAnotherInstance = "Another instance of Kestrix is already running!\n";
 const char* const kCreating = "\nCreating Kestrix instance ...\r\n";
 
-class EntryTest : public ::testing::Test {
+class EntryTest : public testing::ToolTest {
  protected:
   // A run that gets as far as the application finds no server here and goes
   // offline at once, never reaching out to the built-in host.
-  EntryTest() { setenv("KESTRIX_SERVER", "127.0.0.1:9", 1); }
-  testing::ToolResult Run(const std::vector<std::string>& arguments) {
-    return testing::RunTool(kProgramPath, arguments, sandbox.Root());
-  }
-  std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
-
-  MTestSandbox sandbox;
+  EntryTest() : ToolTest(kProgramPath) { setenv("KESTRIX_SERVER", "127.0.0.1:9", 1); }
 };
 
 struct EntryCase {
@@ -124,8 +118,8 @@ TEST_F(EntryTest, LogThatCannotBeCreated) {
   std::filesystem::create_directories(log);
   testing::ToolResult result = Run({});
   EXPECT_EQ(result.exitCode, kExitStartFailed);
-  EXPECT_TRUE(result.errorOutput.starts_with("Error: File \"" + log.string() +
-                                             "\" could not be created."))
+  EXPECT_TRUE(
+      result.errorOutput.starts_with("Error: File \"" + log.string() + "\" could not be created."))
       << result.errorOutput;
 }
 

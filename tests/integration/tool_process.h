@@ -74,6 +74,7 @@ class ToolTest : public ::testing::Test {
   ToolResult Run(const std::vector<std::string>& arguments) const {
     return RunTool(tool_, arguments, sandbox.Root());
   }
+  std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
 
   MTestSandbox sandbox;
 
