@@ -50,21 +50,20 @@ TEST_P(InstalledFileTest, DecidesByTimeAndSize) {
   EXPECT_TRUE(Contains(WithDest(Log()), c.logged)) << c.label;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, InstalledFileTest,
-    ::testing::Values(
-        InstalledCase{
-            "same time and size", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:07", false,
-            "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"},
-        InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi", "2021-03-04 05:06:07",
-                      true,
-                      "        Note: file size is not matching, installed 5, current 2. "
-                      "Proceeding with installation.\r\n"},
-        InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:08",
-                      true, "    File exists=1 rewritable=1 mergepresets=0\r\n"},
-        InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO",
-                      "2021-03-04 05:06:07", true,
-                      "    File exists=1 rewritable=1 mergepresets=0\r\n"}));
+const char* const kTime = "2021-03-04 05:06:07";
+const char* const kRewrote = "    File exists=1 rewritable=1 mergepresets=0\r\n";
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cases, InstalledFileTest, ::testing::Values(
+    InstalledCase{"same time and size", kTime, "HELLO", kTime, false,
+                  "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring."
+                  "\r\n"},
+    InstalledCase{"same time, other size", kTime, "hi", kTime, true,
+                  "        Note: file size is not matching, installed 5, current 2. Proceeding "
+                  "with installation.\r\n"},
+    InstalledCase{"one second apart", kTime, "HELLO", "2021-03-04 05:06:08", true, kRewrote},
+    InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO", kTime, true, kRewrote}));
+// clang-format on
 
 TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
   tree.SetAttribute("detectitems", int32_t{1});  // nothing is enabled: no content is read
