@@ -62,7 +62,8 @@ INSTANTIATE_TEST_SUITE_P(Cases, InstalledFileTest, ::testing::Values(
                   "        Note: file size is not matching, installed 5, current 2. Proceeding "
                   "with installation.\r\n"},
     InstalledCase{"one second apart", kTime, "HELLO", "2021-03-04 05:06:08", true, kRewrote},
-    InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO", kTime, true, kRewrote}));
+    InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO", kTime, true,
+                  kRewrote}));
 // clang-format on
 
 TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
