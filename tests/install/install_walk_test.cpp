@@ -1,7 +1,4 @@
-// The install walk on real folders: the installed-file test by time and size,
-// bundles and ignored sub-folders, rewritable and the four always-written
-// extensions, detection, onlyonce, the rewrite question, and the uninstall walk
-// over the saved state tree.
+// The install walk on real folders, and the uninstall walk over the saved state tree.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -53,21 +50,21 @@ TEST_P(InstalledFileTest, DecidesByTimeAndSize) {
   EXPECT_TRUE(Contains(WithDest(Log()), c.logged)) << c.label;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, InstalledFileTest,
-    ::testing::Values(
-        InstalledCase{
-            "same time and size", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:07", false,
-            "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring.\r\n"},
-        InstalledCase{"same time, other size", "2021-03-04 05:06:07", "hi", "2021-03-04 05:06:07",
-                      true,
-                      "        Note: file size is not matching, installed 5, current 2. "
-                      "Proceeding with installation.\r\n"},
-        InstalledCase{"one second apart", "2021-03-04 05:06:07", "HELLO", "2021-03-04 05:06:08",
-                      true, "    File exists=1 rewritable=1 mergepresets=0\r\n"},
-        InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO",
-                      "2021-03-04 05:06:07", true,
-                      "    File exists=1 rewritable=1 mergepresets=0\r\n"}));
+const char* const kTime = "2021-03-04 05:06:07";
+const char* const kRewrote = "    File exists=1 rewritable=1 mergepresets=0\r\n";
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cases, InstalledFileTest, ::testing::Values(
+    InstalledCase{"same time and size", kTime, "HELLO", kTime, false,
+                  "    File {dest}/a.bin has identical timestamp (2021-03-04 05:06:07). Ignoring."
+                  "\r\n"},
+    InstalledCase{"same time, other size", kTime, "hi", kTime, true,
+                  "        Note: file size is not matching, installed 5, current 2. Proceeding "
+                  "with installation.\r\n"},
+    InstalledCase{"one second apart", kTime, "HELLO", "2021-03-04 05:06:08", true, kRewrote},
+    InstalledCase{"sub-second item time", "2021-03-04 05:06:07.5", "HELLO", kTime, true,
+                  kRewrote}));
+// clang-format on
 
 TEST_F(WalkTest, LargestSizesAreWrittenInTerabytes) {
   tree.SetAttribute("detectitems", int32_t{1});  // nothing is enabled: no content is read
@@ -212,7 +209,7 @@ TEST_P(DetectTest, SelectsFilesByComponentName) {
   tree.SetAttribute("detectitemsnoMBpostfix", int32_t{c.noMB ? 1 : 0});
   tree.SetAttribute("currentpath", Path("d"));  // short: the match position is the file's
   context.EnabledItems.Add(c.fromTheStart ? Path(std::string("d/") + c.enabledItem)
-                                           : MString(c.enabledItem));
+                                          : MString(c.enabledItem));
   AddFile(tree, c.fileName, "x");
   Install(Build());
   EXPECT_EQ(fs::exists(Native(std::string("d/") + c.fileName)), c.installed)
@@ -521,6 +518,44 @@ TEST_F(WalkTest, UserLinksInAndAboveTheDestinationAreWrittenThrough) {
   EXPECT_FALSE(fs::exists(Native("drive/samples/Piano")));
   EXPECT_TRUE(fs::is_symlink(Native("home/.vst/Vorlund/Samples")));
 }
+
+// Names that climb out of the destination, and absolute names, are refused before
+// anything is written.
+struct HostileCase {
+  const char* dirName;  // null: the file sits at the root
+  const char* fileName;
+  const char* parentPath;  // `path` of the container, for an empty file name
+};
+
+class HostileNameTest : public WalkTest, public ::testing::WithParamInterface<HostileCase> {};
+
+TEST_P(HostileNameTest, IsRefusedBeforeAnythingIsWritten) {
+  const HostileCase& c = GetParam();
+  fs::create_directories(Native("outside"));
+  tree.SetAttribute("currentpath", Path("outside/inner/dest"));
+  AddFile(tree, "first.txt", "harmless");  // would be written first if the check came late
+  MXMLItem* parent = &tree;
+  if (c.dirName) parent = &AddDir(tree, c.dirName);
+  if (c.parentPath) parent->SetAttribute("path", c.parentPath);
+  AddFile(*parent, c.fileName, "evil");
+  MXMLItem& root = Build();
+  std::string message = MessageOf([&] { Install(root); });
+  EXPECT_NE(message.find("leads outside its destination folder"), std::string::npos) << message;
+  EXPECT_TRUE(!fs::exists(Native("outside/inner/dest")) ||
+              fs::is_empty(Native("outside/inner/dest")));
+  EXPECT_FALSE(fs::exists(Native("outside/evil.txt")));
+  EXPECT_FALSE(fs::exists(Native("outside/inner/evil.txt")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HostileNameTest,
+                         ::testing::ValuesIn(std::vector<HostileCase>{
+                             {nullptr, "../evil.txt", nullptr},
+                             {nullptr, "../../evil.txt", nullptr},
+                             {nullptr, "/abs/evil.txt", nullptr},
+                             {"..", "evil.txt", nullptr},
+                             {"sub", "x/../../../evil.txt", nullptr},
+                             {"sub", "..\\..\\evil.txt", nullptr},
+                             {nullptr, "", "somewhere/.."}}));
 
 TEST(ItemDateTimeTest, ParsesAndComparesAsMicroseconds) {
   ItemDateTime a = ItemDateTime::Parse(MString("  2020-02-29 23:59:59.25 "));

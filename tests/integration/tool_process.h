@@ -62,4 +62,24 @@ inline ToolResult RunTool(const char* binary, const std::vector<std::string>& ar
   return result;
 }
 
+// A tool run in a sandbox of its own, its files named below the sandbox.
+class ToolTest : public ::testing::Test {
+ protected:
+  explicit ToolTest(const char* tool) : tool_(tool) {}
+  std::filesystem::path File(const std::string& name) const { return sandbox.Root() / name; }
+  std::string Arg(const std::string& name) const { return File(name).string(); }
+  void WriteFile(const std::string& name, const std::string& bytes) const {
+    WriteFileBytes(File(name), bytes);
+  }
+  ToolResult Run(const std::vector<std::string>& arguments) const {
+    return RunTool(tool_, arguments, sandbox.Root());
+  }
+  std::string Log() const { return ReadFileBytes(sandbox.KestrixDataFolder() / "log.txt"); }
+
+  MTestSandbox sandbox;
+
+ private:
+  const char* tool_;
+};
+
 }  // namespace kx::testing

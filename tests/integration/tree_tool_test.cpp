@@ -18,30 +18,17 @@ namespace {
 
 using namespace std::string_literals;
 
-// Wrong usage prints the tool's whole synopsis.
 const std::string kUsage = ToolSynopsis(kTreeTool);
 
 using testing::ToolResult;
 
-class TreeToolTest : public ::testing::Test {
+class TreeToolTest : public testing::ToolTest {
  protected:
-  std::filesystem::path File(const std::string& name) const { return sandbox.Root() / name; }
-  std::string FileArgument(const std::string& name) const { return File(name).string(); }
-
-  void WriteFile(const std::string& name, const std::string& bytes) const {
-    WriteFileBytes(File(name), bytes);
-  }
-
-  ToolResult Run(const std::vector<std::string>& arguments) const {
-    return testing::RunTool(testing::kTreePath, arguments, sandbox.Root());
-  }
-
+  TreeToolTest() : ToolTest(testing::kTreePath) {}
   // The tree that a file in any form holds, loaded in this process.
   void LoadTree(MXMLItem& tree, const std::string& name) const {
-    tree.LoadFile(FromSystem(File(name).string()));
+    tree.LoadFile(FromSystem(Arg(name)));
   }
-
-  MTestSandbox sandbox;
 };
 
 const char kSampleXML[] =
@@ -76,8 +63,7 @@ TEST_F(TreeToolTest, ConvertsBetweenAllForms) {
       {"c.xml", "d.xml", "xml", true, "\x78\xDA"s},
   };
   for (const auto& step : steps) {
-    std::vector<std::string> arguments{"convert", FileArgument(step.from), FileArgument(step.to),
-                                       "--to", step.form};
+    std::vector<std::string> arguments{"convert", Arg(step.from), Arg(step.to), "--to", step.form};
     if (step.compress)
       arguments.insert(arguments.begin() + 1, "--compress");  // options go anywhere
     EXPECT_EQ(testing::Outcome(Run(arguments)), std::tuple(0, "", "")) << step.to;
@@ -102,8 +88,7 @@ TEST_F(TreeToolTest, DumpsAnyFormAsPrettyXML) {
   WriteFile("line.txt", "$" + ToStd(EncodeBase64(packed.Data(), packed.Size())) + "\n");
 
   for (const char* name : {"in.xml", "packed.mbx", "line.txt"}) {
-    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})),
-              std::tuple(0, PrettyXML(original), ""))
+    EXPECT_EQ(testing::Outcome(Run({"dump", Arg(name)})), std::tuple(0, PrettyXML(original), ""))
         << name;
   }
 }
@@ -118,25 +103,31 @@ TEST_F(TreeToolTest, FailuresExitWithTheMessage) {
       {"truncated.mbx", "Unexpected MBX end.\n"},
       {"text.txt", "Text outside of any element. 'just words'\n"},
       {"missing.xml",
-       "File \"" + FileArgument("missing.xml") +
+       "File \"" + Arg("missing.xml") +
            "\" could not be opened. Make sure that it exists.\nError: \"No such file or "
            "directory\".\n"},
   };
   for (const auto& [name, message] : cases) {
     SCOPED_TRACE(name);
-    EXPECT_EQ(testing::Outcome(
-                  Run({"convert", FileArgument(name), FileArgument("out.mbx"), "--to", "mbx"})),
+    EXPECT_EQ(testing::Outcome(Run({"convert", Arg(name), Arg("out.mbx"), "--to", "mbx"})),
               std::tuple(1, "", message));
     EXPECT_EQ(ReadFileBytes(File("out.mbx")), "old");
-    EXPECT_EQ(testing::Outcome(Run({"dump", FileArgument(name)})), std::tuple(1, "", message));
+    EXPECT_EQ(testing::Outcome(Run({"dump", Arg(name)})), std::tuple(1, "", message));
   }
 }
 
 TEST_F(TreeToolTest, WrongUsageShowsTheUsageLine) {
   const std::vector<std::vector<std::string>> cases = {
-      {}, {"list", "a"}, {"dump"}, {"dump", "a", "b"}, {"dump", "a", "--compress"},
-      {"convert", "a", "b"}, {"convert", "a", "b", "--to"}, {"convert", "a", "b", "--to", "json"},
-      {"convert", "a", "--to", "mbx"}, {"convert", "a", "b", "c", "--to", "mbx"},
+      {},
+      {"list", "a"},
+      {"dump"},
+      {"dump", "a", "b"},
+      {"dump", "a", "--compress"},
+      {"convert", "a", "b"},
+      {"convert", "a", "b", "--to"},
+      {"convert", "a", "b", "--to", "json"},
+      {"convert", "a", "--to", "mbx"},
+      {"convert", "a", "b", "c", "--to", "mbx"},
       {"convert", "a", "b", "--to", "mbx", "--fast"},
   };
   for (const auto& arguments : cases) {
